@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "filter/frame_resources.h"
+#include "params/apply_parameters.h"
+
+#include <cstdint>
+#include <kalvio_engine.h>
+#include <mutex>
+#include <obs.h>
+#include <string>
+#include <vector>
+
+namespace kalvio {
+
+// One filter on one source. Owned by the host through the `data` pointer of the callbacks; made by create, freed by
+// destroy. The mutex keeps update and render apart; create and destroy run while nobody else knows the instance.
+struct FilterInstance {
+	obs_source_t *source = nullptr; // the filter's own source, not referenced
+
+	kl_engine *engine = nullptr; // owned; see engine_session.h
+	std::mutex mutex;
+	bool enabled = true; // copied from the setting whenever settings are applied
+	std::string resource_path;
+
+	FrameResources gpu;
+	std::vector<uint8_t> input_pixels;
+	std::vector<uint8_t> output_pixels;
+	bool processing_logged = false;
+	uint32_t failure_count = 0; // failed frames logged so far; never reset
+
+	ResourceCache resource_cache;
+};
+
+// The source type's callbacks. They may throw std::bad_alloc; filter_source.cpp keeps that from the host.
+
+const char *filter_get_name(void *type_data);
+
+// Any thread. Without an engine the instance is kept and passes its source through until an engine can be made.
+void *filter_create(obs_data_t *settings, obs_source_t *source);
+
+// Any thread, when the host holds no more references. A null `data` does nothing.
+void filter_destroy(void *data);
+
+// Any thread; the host calls it on the graphics thread. A null `data` does nothing.
+void filter_update(void *data, obs_data_t *settings);
+
+// Size of the filtered source in pixels; 0 without an instance or a target.
+uint32_t filter_get_width(void *data);
+uint32_t filter_get_height(void *data);
+
+} // namespace kalvio

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <obs.h>
+#include <string>
+#include <vector>
+
+// The live filters of the process, in order of creation; the panel finds them here by their position. The list has a
+// mutex of its own, which is never held while a filter is updated or its settings are read, and never together with
+// another lock. It is never destroyed: the host may free filters after the module's unload. Any thread.
+namespace kalvio {
+
+// Appends `source` unless it is null or listed already; it is not referenced.
+void register_filter(obs_source_t *source);
+
+// Removes every occurrence; later entries move up.
+void unregister_filter(obs_source_t *source);
+
+// One entry a filter: the name of the source it sits on, else its own name, else "".
+std::vector<std::string> registered_filter_names();
+
+// Merges `settings` into the filter's settings and lets it apply them. Null settings, an index out of range and a
+// filter that is going away are ignored.
+void update_filter_at(int index, obs_data_t *settings);
+
+// Copies the filter's settings over `dest`. False, and `dest` untouched, when it is null, the index is out of range or
+// the filter is going away.
+bool read_filter_settings_at(int index, obs_data_t *dest);
+
+// update_filter_at for every filter, in order.
+void update_all_filters(obs_data_t *settings);
+
+} // namespace kalvio
