@@ -19,6 +19,9 @@ bool ensure_engine(FilterInstance &instance);
 // tree two levels above it. Empty when none exists.
 std::string find_resource_bundle();
 
+// The engine's log file: "kalvio-obs.log" in `temporary_folder`, or in the working folder when that is empty.
+std::string engine_log_path(const std::string &temporary_folder);
+
 // The engine's event callback: writes one log line. Any thread; `user_data` is not used, `message` may be null.
 void on_engine_event(void *user_data, int32_t code, const char *message);
 

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <kalvio_engine.h>
+#include <memory>
 #include <mutex>
 #include <obs.h>
 #include <string>
@@ -13,12 +14,18 @@
 
 namespace kalvio {
 
+struct EngineDeleter {
+	void operator()(kl_engine *engine) const { kl_engine_destroy(engine); }
+};
+
+using EngineHandle = std::unique_ptr<kl_engine, EngineDeleter>;
+
 // One filter on one source. Owned by the host through the `data` pointer of the callbacks; made by create, freed by
 // destroy. The mutex keeps update and render apart; create and destroy run while nobody else knows the instance.
 struct FilterInstance {
 	obs_source_t *source = nullptr; // the filter's own source, not referenced
 
-	kl_engine *engine = nullptr; // owned; see engine_session.h
+	EngineHandle engine; // null while there is none; see engine_session.h
 	std::mutex mutex;
 	bool enabled = true; // copied from the setting whenever settings are applied
 	std::string resource_path;
@@ -31,6 +38,9 @@ struct FilterInstance {
 
 	ResourceCache resource_cache;
 };
+
+// Copies "enabled" and sends all settings to the instance's engine. The caller serialises as for ensure_engine.
+void apply_settings(FilterInstance &instance, obs_data_t *settings);
 
 // The source type's callbacks. They may throw std::bad_alloc; filter_source.cpp keeps that from the host.
 

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "filter/filter_instance.h"
+
+#include "filter/engine_session.h"
+#include "filter/filter_registry.h"
+#include "filter/frame_path.h"
+#include "panel/dock_host.h"
+
+#include <obs-module.h>
+
+namespace kalvio {
+
+namespace {
+
+obs_source_t *target_of(void *data)
+{
+	return data ? obs_filter_get_target(static_cast<FilterInstance *>(data)->source) : nullptr;
+}
+
+} // namespace
+
+void apply_settings(FilterInstance &instance, obs_data_t *settings)
+{
+	instance.enabled = obs_data_get_bool(settings, "enabled");
+	apply_beauty_params(instance.engine.get(), settings);
+	apply_effect_resources(instance.engine.get(), instance.resource_cache, settings);
+}
+
+const char *filter_get_name(void * /*type_data*/)
+{
+	return obs_module_text("KalvioFilter");
+}
+
+void *filter_create(obs_data_t *settings, obs_source_t *source)
+{
+	auto instance = std::make_unique<FilterInstance>();
+	instance->source = source;
+
+	// A fresh engine has been given the source's stored settings already; these are the same ones once more.
+	if (ensure_engine(*instance))
+		apply_settings(*instance, settings);
+	else
+		blog(LOG_WARNING, "[Kalvio] filter created without engine (passthrough)");
+
+	register_filter(source);
+	if (frontend_ready())
+		show_dock();
+	return instance.release();
+}
+
+void filter_destroy(void *data)
+{
+	if (!data)
+		return;
+	const std::unique_ptr<FilterInstance> instance(static_cast<FilterInstance *>(data));
+	unregister_filter(instance->source);
+
+	obs_enter_graphics();
+	release_gpu_resources(instance->gpu);
+	obs_leave_graphics();
+
+	instance->engine.reset();
+}
+
+void filter_update(void *data, obs_data_t *settings)
+{
+	if (!data)
+		return;
+	auto &instance = *static_cast<FilterInstance *>(data);
+	const std::lock_guard lock(instance.mutex);
+	if (ensure_engine(instance))
+		apply_settings(instance, settings);
+}
+
+uint32_t filter_get_width(void *data)
+{
+	obs_source_t *target = target_of(data);
+	return target ? obs_source_get_base_width(target) : 0;
+}
+
+uint32_t filter_get_height(void *data)
+{
+	obs_source_t *target = target_of(data);
+	return target ? obs_source_get_base_height(target) : 0;
+}
+
+} // namespace kalvio

@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "filter/frame_path.h"
+
+#include "filter/engine_session.h"
+#include "filter/filter_instance.h"
+
+#include <algorithm>
+#include <cstring>
+#include <graphics/vec4.h>
+
+namespace kalvio {
+
+namespace {
+
+constexpr uint32_t bytes_per_pixel = 4;
+constexpr uint32_t max_logged_failures = 8;
+
+// The settings that a new engine is given can switch the filter off, hence the second look at `enabled`.
+bool is_processing(FilterInstance &instance)
+{
+	return instance.enabled && ensure_engine(instance) && instance.engine && instance.enabled;
+}
+
+bool is_complete(const FrameResources &gpu)
+{
+	return gpu.render_target && gpu.staging_surface && gpu.upload_texture;
+}
+
+bool ensure_gpu_resources(FrameResources &gpu, uint32_t width, uint32_t height)
+{
+	if (is_complete(gpu) && gpu.width == width && gpu.height == height)
+		return true;
+
+	release_gpu_resources(gpu);
+	gpu.render_target = gs_texrender_create(GS_RGBA, GS_ZS_NONE);
+	gpu.staging_surface = gs_stagesurface_create(width, height, GS_RGBA);
+	gpu.upload_texture = gs_texture_create(width, height, GS_RGBA, 1, nullptr, GS_DYNAMIC);
+	if (!is_complete(gpu)) {
+		blog(LOG_ERROR, "[Kalvio] failed to create GPU resources %ux%u", width, height);
+		release_gpu_resources(gpu);
+		return false;
+	}
+	gpu.width = width;
+	gpu.height = height;
+	return true;
+}
+
+// Draws the filter's input, its alpha included, into the render target. Null when the target cannot be drawn into.
+gs_texture_t *capture_source(const FilterInstance &instance)
+{
+	const FrameResources &gpu = instance.gpu;
+	gs_texrender_reset(gpu.render_target);
+	if (!gs_texrender_begin(gpu.render_target, gpu.width, gpu.height))
+		return nullptr;
+
+	const vec4 transparent_black = {};
+	gs_clear(GS_CLEAR_COLOR, &transparent_black, 0.0f, 0);
+	gs_ortho(0.0f, static_cast<float>(gpu.width), 0.0f, static_cast<float>(gpu.height), -100.0f, 100.0f);
+	gs_blend_state_push();
+	gs_blend_function(GS_BLEND_ONE, GS_BLEND_ZERO);
+	obs_source_skip_video_filter(instance.source);
+	gs_blend_state_pop();
+	gs_texrender_end(gpu.render_target);
+
+	return gs_texrender_get_texture(gpu.render_target);
+}
+
+// A mapped staging surface; unmapped when it goes out of scope.
+class MappedSurface {
+public:
+	explicit MappedSurface(gs_stagesurf_t *surface) : surface_(surface)
+	{
+		mapped_ = gs_stagesurface_map(surface_, &data_, &row_bytes_);
+	}
+	~MappedSurface()
+	{
+		if (mapped_)
+			gs_stagesurface_unmap(surface_);
+	}
+	MappedSurface(const MappedSurface &) = delete;
+	MappedSurface &operator=(const MappedSurface &) = delete;
+
+	const uint8_t *data() const { return mapped_ ? data_ : nullptr; }
+	uint32_t row_bytes() const { return row_bytes_; }
+
+private:
+	gs_stagesurf_t *surface_;
+	bool mapped_ = false;
+	uint8_t *data_ = nullptr;
+	uint32_t row_bytes_ = 0;
+};
+
+// Copies `height` rows of `row_bytes` out of rows that lie `source_row_bytes` apart. Of a source row that is shorter
+// only what it has is copied.
+void copy_rows(uint8_t *dest, const uint8_t *source, uint32_t source_row_bytes, uint32_t row_bytes, uint32_t height)
+{
+	if (source_row_bytes == row_bytes) {
+		std::memcpy(dest, source, size_t{row_bytes} * height);
+		return;
+	}
+	const size_t copied_bytes = std::min(row_bytes, source_row_bytes);
+	for (size_t row = 0; row < height; row++)
+		std::memcpy(dest + row * row_bytes, source + row * source_row_bytes, copied_bytes);
+}
+
+// Fills the input pixels from the captured texture, waiting for the GPU. The buffers only change with the frame size.
+bool read_back(FilterInstance &instance, gs_texture_t *captured)
+{
+	const FrameResources &gpu = instance.gpu;
+	gs_stage_texture(gpu.staging_surface, captured);
+	const MappedSurface mapped(gpu.staging_surface);
+	if (!mapped.data())
+		return false;
+
+	const uint32_t row_bytes = gpu.width * bytes_per_pixel;
+	instance.input_pixels.resize(size_t{row_bytes} * gpu.height);
+	instance.output_pixels.resize(instance.input_pixels.size());
+	copy_rows(instance.input_pixels.data(), mapped.data(), mapped.row_bytes(), row_bytes, gpu.height);
+	return true;
+}
+
+// Runs the engine over the input pixels. An instance logs its first success and at most eight failures in its life.
+bool process_pixels(FilterInstance &instance)
+{
+	const auto width = static_cast<int32_t>(instance.gpu.width);
+	const auto height = static_cast<int32_t>(instance.gpu.height);
+	const int32_t result = kl_process_rgba(instance.engine.get(), instance.input_pixels.data(), width, height,
+					       width * static_cast<int32_t>(bytes_per_pixel),
+					       instance.output_pixels.data(), 1, 0);
+	if (result != 0) {
+		if (instance.failure_count < max_logged_failures) {
+			blog(LOG_WARNING, "[Kalvio] kl_process_rgba failed: %d", static_cast<int>(result));
+			instance.failure_count++;
+		}
+		return false;
+	}
+	if (!instance.processing_logged) {
+		blog(LOG_INFO, "[Kalvio] processing GPU frames %ux%u", instance.gpu.width, instance.gpu.height);
+		instance.processing_logged = true;
+	}
+	return true;
+}
+
+gs_texture_t *upload_pixels(const FilterInstance &instance)
+{
+	const FrameResources &gpu = instance.gpu;
+	gs_texture_set_image(gpu.upload_texture, instance.output_pixels.data(), gpu.width * bytes_per_pixel, false);
+	return gpu.upload_texture;
+}
+
+void draw_texture(gs_texture_t *texture, uint32_t width, uint32_t height)
+{
+	gs_effect_t *effect = obs_get_base_effect(OBS_EFFECT_DEFAULT);
+	gs_effect_set_texture(gs_effect_get_param_by_name(effect, "image"), texture);
+	while (gs_effect_loop(effect, "Draw"))
+		gs_draw_sprite(texture, 0, width, height);
+}
+
+} // namespace
+
+void filter_video_render(void *data, gs_effect_t * /*effect*/)
+{
+	if (!data)
+		return;
+	auto &instance = *static_cast<FilterInstance *>(data);
+
+	obs_source_t *target = obs_filter_get_target(instance.source);
+	const uint32_t width = target ? obs_source_get_base_width(target) : 0;
+	const uint32_t height = target ? obs_source_get_base_height(target) : 0;
+	if (width == 0 || height == 0) {
+		obs_source_skip_video_filter(instance.source);
+		return;
+	}
+
+	// Held to the end, so that no setting changes in the middle of a frame.
+	const std::lock_guard lock(instance.mutex);
+
+	gs_texture_t *captured = nullptr;
+	if (is_processing(instance) && ensure_gpu_resources(instance.gpu, width, height))
+		captured = capture_source(instance);
+	if (!captured) {
+		obs_source_skip_video_filter(instance.source);
+		return;
+	}
+
+	const bool processed = read_back(instance, captured) && process_pixels(instance);
+	draw_texture(processed ? upload_pixels(instance) : captured, width, height);
+}
+
+void release_gpu_resources(FrameResources &gpu)
+{
+	if (gpu.render_target)
+		gs_texrender_destroy(gpu.render_target);
+	if (gpu.staging_surface)
+		gs_stagesurface_destroy(gpu.staging_surface);
+	if (gpu.upload_texture)
+		gs_texture_destroy(gpu.upload_texture);
+	gpu = {};
+}
+
+} // namespace kalvio
