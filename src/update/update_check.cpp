@@ -11,6 +11,17 @@ bool update_is_forced()
 	return false;
 }
 
+UpdateStatus update_status()
+{
+	return {};
+}
+
+void start_update_check_if_due() {}
+
+void dismiss_update() {}
+
+void open_update_download() {}
+
 void stop_update_service() {}
 
 } // namespace kalvio
