@@ -124,9 +124,9 @@ bool process_pixels(FilterInstance &instance)
 {
 	const auto width = static_cast<int32_t>(instance.gpu.width);
 	const auto height = static_cast<int32_t>(instance.gpu.height);
-	const int32_t result = kl_process_rgba(instance.engine.get(), instance.input_pixels.data(), width, height,
-					       width * static_cast<int32_t>(bytes_per_pixel),
-					       instance.output_pixels.data(), 1, 0);
+	const int32_t result =
+		kl_process_rgba(instance.engine.get(), instance.input_pixels.data(), width, height,
+				width * static_cast<int32_t>(bytes_per_pixel), instance.output_pixels.data(), 1, 0);
 	if (result != 0) {
 		if (instance.failure_count < max_logged_failures) {
 			blog(LOG_WARNING, "[Kalvio] kl_process_rgba failed: %d", static_cast<int>(result));

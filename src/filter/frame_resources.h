@@ -9,7 +9,7 @@ namespace kalvio {
 // The three GPU objects of one frame size: all null, or all valid for width x height pixels. They must be made, used
 // and released inside the host's graphics context, which is why no destructor does it.
 struct FrameResources {
-	gs_texrender_t *render_target = nullptr;  // the source is drawn into it
+	gs_texrender_t *render_target = nullptr;   // the source is drawn into it
 	gs_stagesurf_t *staging_surface = nullptr; // read back from it
 	gs_texture_t *upload_texture = nullptr;    // the processed frame goes into it
 	uint32_t width = 0;

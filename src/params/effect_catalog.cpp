@@ -11,25 +11,24 @@ namespace kalvio {
 namespace {
 
 constexpr const char *filter_ids[] = {
-	"initial_heart", "first_love", "vivid", "confession", "milk_tea", "mousse",  "japanese",
-	"dawn",          "cookie",     "lively", "pure",      "fair",     "snow",    "plain",
-	"natural",       "rose",       "tender", "tender_2",  "extraordinary",
+	"initial_heart", "first_love", "vivid",  "confession", "milk_tea",      "mousse", "japanese",
+	"dawn",          "cookie",     "lively", "pure",       "fair",          "snow",   "plain",
+	"natural",       "rose",       "tender", "tender_2",   "extraordinary",
 };
 
 constexpr StickerEntry stickers[] = {
-	{"black_glass", StickerKind::Face, 0},    {"fox", StickerKind::Face, 0},
-	{"kiss2", StickerKind::Face, 0},          {"mustache", StickerKind::Face, 0},
-	{"fan_club", StickerKind::Face, 0},       {"falling_sakura", StickerKind::Face, 1},
-	{"falling_pigs", StickerKind::Face, 1},   {"butterfly", StickerKind::Screen, 1},
-	{"petals", StickerKind::Screen, 1},       {"oculos", StickerKind::ThreeD, 0},
+	{"black_glass", StickerKind::Face, 0},   {"fox", StickerKind::Face, 0},
+	{"kiss2", StickerKind::Face, 0},         {"mustache", StickerKind::Face, 0},
+	{"fan_club", StickerKind::Face, 0},      {"falling_sakura", StickerKind::Face, 1},
+	{"falling_pigs", StickerKind::Face, 1},  {"butterfly", StickerKind::Screen, 1},
+	{"petals", StickerKind::Screen, 1},      {"oculos", StickerKind::ThreeD, 0},
 	{"red_glasses", StickerKind::ThreeD, 0},
 };
 
 constexpr BackgroundPreset presets[] = {
-	{"office", "bg.preset.office"},       {"living", "bg.preset.living"},
-	{"bookshelf", "bg.preset.bookshelf"}, {"cafe", "bg.preset.cafe"},
-	{"outdoor", "bg.preset.outdoor"},     {"city", "bg.preset.city"},
-	{"studio", "bg.preset.studio"},       {"abstract", "bg.preset.abstract"},
+	{"office", "bg.preset.office"}, {"living", "bg.preset.living"},     {"bookshelf", "bg.preset.bookshelf"},
+	{"cafe", "bg.preset.cafe"},     {"outdoor", "bg.preset.outdoor"},   {"city", "bg.preset.city"},
+	{"studio", "bg.preset.studio"}, {"abstract", "bg.preset.abstract"},
 };
 
 const char *sticker_folder(StickerKind kind)
@@ -61,7 +60,8 @@ const StickerEntry *find_sticker(const char *id)
 	if (!id)
 		return nullptr;
 	const std::string_view wanted = id;
-	const auto found = std::ranges::find(sticker_catalog, wanted, [](const StickerEntry &e) { return std::string_view(e.id); });
+	const auto found = std::ranges::find(sticker_catalog, wanted,
+					     [](const StickerEntry &e) { return std::string_view(e.id); });
 	return found == sticker_catalog.end() ? nullptr : &*found;
 }
 

@@ -22,12 +22,9 @@ constexpr ReshapeItem brow_items[] = {
 };
 
 constexpr ReshapeItem eye_items[] = {
-	{"eye_size", "Kalvio.EyeSize", 8},
-	{"eye_round", "Kalvio.EyeRound", 18},
-	{"eye_distance", "Kalvio.EyeDistance", 9},
-	{"eye_position", "Kalvio.EyePosition", 19},
-	{"eye_angle", "Kalvio.EyeAngle", 20},
-	{"eye_corner_open", "Kalvio.EyeCornerOpen", 21},
+	{"eye_size", "Kalvio.EyeSize", 8},          {"eye_round", "Kalvio.EyeRound", 18},
+	{"eye_distance", "Kalvio.EyeDistance", 9},  {"eye_position", "Kalvio.EyePosition", 19},
+	{"eye_angle", "Kalvio.EyeAngle", 20},       {"eye_corner_open", "Kalvio.EyeCornerOpen", 21},
 	{"lower_eyelid", "Kalvio.LowerEyelid", 22},
 };
 
@@ -69,8 +66,8 @@ constexpr ReshapeGroup group(const char *title_key, const ReshapeItem (&items)[C
 }
 
 constexpr ReshapeGroup face_groups[] = {
-	group("Kalvio.GroupFace", face_items), group("Kalvio.GroupBrow", brow_items),
-	group("Kalvio.GroupEye", eye_items),   group("Kalvio.GroupNose", nose_items),
+	group("Kalvio.GroupFace", face_items),   group("Kalvio.GroupBrow", brow_items),
+	group("Kalvio.GroupEye", eye_items),     group("Kalvio.GroupNose", nose_items),
 	group("Kalvio.GroupMouth", mouth_items),
 };
 

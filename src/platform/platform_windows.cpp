@@ -2,7 +2,8 @@
 #include "platform/platform.h"
 
 #include <windows.h>
-#include <shellapi.h>
+
+#include <shellapi.h> // needs windows.h before it
 
 namespace kalvio {
 

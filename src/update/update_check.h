@@ -18,7 +18,8 @@ struct UpdateStatus {
 // Reads which update the user has dismissed. Called once, by the module's load.
 void load_update_dismissal();
 
-// True while this version is below the lowest one that the publisher still supports; the filters then pause all effects.
+// True while this version is below the lowest one that the publisher still supports; the filters then pause all
+// effects.
 bool update_is_forced();
 
 // The forced and the soft test with the texts, as one consistent snapshot.
