@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <obs.h>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// A host for unit tests and benchmarks: the graphics, source and module functions that the product calls, without a
+// GPU and without a running OBS. What only handles data (settings, properties, text, files, memory, log) stays the real
+// library. An executable that contains the double is served by it before the library.
+//
+// Every call goes into the call journal with its arguments. Objects appear there by a label: GPU objects are numbered
+// by kind from the last reset ("render target 1", "staging surface 1", "texture 1"), sources have their name.
+namespace kalvio::test {
+
+struct Picture {
+	uint32_t width = 0;
+	uint32_t height = 0;
+	std::vector<uint8_t> pixels; // RGBA, rows without padding
+
+	bool operator==(const Picture &) const = default;
+};
+
+// A picture in which no two neighbouring pixels, rows or channels are alike.
+Picture test_picture(uint32_t width, uint32_t height);
+
+// A source of the host, as much of one as a filter can see. Filters are sources too. Used from one thread at a time,
+// save for update, references and settings.
+class FakeSource {
+public:
+	explicit FakeSource(std::string name);
+	~FakeSource();
+	FakeSource(const FakeSource &) = delete;
+	FakeSource &operator=(const FakeSource &) = delete;
+
+	obs_source_t *handle() { return reinterpret_cast<obs_source_t *>(this); }
+	static FakeSource *from(const obs_source_t *source);
+
+	// Another size, and a test picture of that size.
+	void set_size(uint32_t new_width, uint32_t new_height);
+
+	// What the host does when it loads or makes a filter: registers the defaults, calls create with the settings
+	// and keeps the data; and the reverse.
+	void *create_filter(const obs_source_info &info);
+	void destroy_filter();
+
+	// What obs_source_update does: merges and calls the filter's update.
+	void update(obs_data_t *changes);
+
+	std::string name;
+	bool nameless = false; // the name is a null pointer
+	obs_data_t *settings;  // owned
+	FakeSource *parent = nullptr;
+	FakeSource *target = nullptr;
+	Picture picture; // its size is the base size
+	bool refuses_references = false;
+	bool hands_out_copies = false; // each reader gets settings of its own; for tests with several threads
+
+	obs_source_info info = {};
+	void *data = nullptr; // of the filter's callbacks
+
+	int references() const;
+
+private:
+	friend class SourceAccess;
+	struct Shared;
+	std::unique_ptr<Shared> shared_;
+};
+
+// Where an image came from that a render call drew on the screen.
+struct Drawn {
+	std::string what; // the label of a texture, or the name of a source that was drawn unprocessed
+	Picture picture;
+};
+
+enum class MapResult { Succeed, Fail, NullData };
+
+// The host's state and what it is to do. One for the process.
+class HostDouble {
+public:
+	static constexpr int always = -1;
+
+	// Everything as at the start; GPU objects that are alive are forgotten.
+	void reset();
+
+	// The next `times` calls of this function return null or false. Known: gs_texrender_create, gs_texrender_begin,
+	// gs_texrender_get_texture, gs_stagesurface_create, gs_texture_create, obs_filter_get_target,
+	// obs_module_load_locale. Ends the process on any other name.
+	void fail(std::string_view function, int times = always);
+
+	// The next call of any recorded host function of this name throws std::bad_alloc, as if something below it had.
+	void throw_in(std::string_view function);
+
+	// Called at the beginning of each host function of this name.
+	void on_call(std::string_view function, std::function<void()> action);
+
+	void set_map_result(MapResult result);
+	// Bytes between the rows of mapped surfaces beyond width * 4; negative for rows that are cut short.
+	void set_row_padding(int bytes);
+
+	// The folder in which obs_find_module_file looks; empty: it finds nothing.
+	void set_data_folder(std::string folder);
+	// obs_find_module_file gives a path whether or not there is a file, as for one that vanished meanwhile.
+	void set_finds_missing_files(bool enabled);
+
+	// No checks, no journal, no allocation: map hands out the surface's own memory, set_image copies once, drawing
+	// and staging do nothing. For benchmarks.
+	void set_cheap(bool cheap);
+
+	// Runs `frame` as the host's graphics thread does, inside the graphics context, and gives what it drew on the
+	// screen.
+	std::vector<Drawn> render(const std::function<void()> &frame);
+
+	int live_gpu_objects() const;
+
+	// What a real GPU or host would have gone wrong at, in words: calls outside the graphics context, on destroyed
+	// or unknown objects, unbalanced begin, push or map, sizes that do not fit. Empty when all is well.
+	std::vector<std::string> misuse() const;
+
+	// The source types that were registered, with the size that was passed.
+	struct Registration {
+		obs_source_info info;
+		size_t size;
+	};
+	std::vector<Registration> registrations() const;
+};
+
+HostDouble &host_double();
+
+} // namespace kalvio::test

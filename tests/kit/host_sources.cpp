@@ -1,0 +1,257 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "kit/host_state.h"
+
+#include <algorithm>
+#include <atomic>
+#include <mutex>
+
+// The source functions of the host double.
+namespace kalvio::test {
+namespace {
+
+// The fake sources that are alive: a pointer that a caller has kept too long is found out here.
+struct LiveSources {
+	std::mutex mutex;
+	std::vector<const FakeSource *> sources;
+};
+
+LiveSources &live_sources()
+{
+	static LiveSources instance;
+	return instance;
+}
+
+Argument name_of(const obs_source_t *source)
+{
+	if (!source)
+		return nullptr;
+	const FakeSource *fake = FakeSource::from(source);
+	return fake ? fake->name : std::string("unknown source");
+}
+
+void draw_unprocessed(const FakeSource *source)
+{
+	RenderState &drawing = render_state();
+	if (!source) {
+		if (!drawing.target)
+			drawing.screen.push_back({"nothing", {}});
+		return;
+	}
+	if (!drawing.target) {
+		drawing.screen.push_back({source->name, source->picture});
+		return;
+	}
+	GpuObject &texture = *drawing.target->texture;
+	if (texture.width == source->picture.width && texture.height == source->picture.height)
+		texture.pixels = source->picture.pixels;
+	else
+		note_host_misuse("obs_source_skip_video_filter", "the render target has another size");
+}
+
+} // namespace
+
+struct FakeSource::Shared {
+	std::mutex settings_mutex;
+	std::atomic<int> references = 0;
+};
+
+// The doubles' way into a fake source.
+class SourceAccess {
+public:
+	static std::atomic<int> &references(FakeSource &source) { return source.shared_->references; }
+
+	static obs_data_t *read_settings(FakeSource &source)
+	{
+		if (!source.hands_out_copies) {
+			obs_data_addref(source.settings);
+			return source.settings;
+		}
+		const std::lock_guard lock(source.shared_->settings_mutex);
+		obs_data_t *copy = obs_data_create();
+		if (source.info.get_defaults)
+			source.info.get_defaults(copy);
+		obs_data_apply(copy, source.settings);
+		return copy;
+	}
+
+	static void merge_settings(FakeSource &source, obs_data_t *changes)
+	{
+		const std::lock_guard lock(source.shared_->settings_mutex);
+		obs_data_apply(source.settings, changes);
+	}
+};
+
+Picture test_picture(uint32_t width, uint32_t height)
+{
+	Picture picture{width, height, std::vector<uint8_t>(size_t{width} * height * 4)};
+	size_t i = 0;
+	for (uint32_t y = 0; y < height; ++y) {
+		for (uint32_t x = 0; x < width; ++x) {
+			for (uint32_t channel = 0; channel < 4; ++channel)
+				picture.pixels[i++] = static_cast<uint8_t>(x * 7 + y * 31 + channel * 61 + 1);
+		}
+	}
+	return picture;
+}
+
+FakeSource::FakeSource(std::string source_name)
+	: name(std::move(source_name)), settings(obs_data_create()), shared_(std::make_unique<Shared>())
+{
+	const std::lock_guard lock(live_sources().mutex);
+	live_sources().sources.push_back(this);
+}
+
+FakeSource::~FakeSource()
+{
+	obs_data_release(settings);
+	const std::lock_guard lock(live_sources().mutex);
+	std::erase(live_sources().sources, this);
+}
+
+FakeSource *FakeSource::from(const obs_source_t *source)
+{
+	auto *fake = reinterpret_cast<FakeSource *>(const_cast<obs_source_t *>(source));
+	const std::lock_guard lock(live_sources().mutex);
+	const auto &sources = live_sources().sources;
+	return std::find(sources.begin(), sources.end(), fake) == sources.end() ? nullptr : fake;
+}
+
+void FakeSource::set_size(uint32_t new_width, uint32_t new_height)
+{
+	picture = test_picture(new_width, new_height);
+}
+
+void *FakeSource::create_filter(const obs_source_info &new_info)
+{
+	info = new_info;
+	info.get_defaults(settings);
+	data = info.create(settings, handle());
+	return data;
+}
+
+void FakeSource::destroy_filter()
+{
+	if (data)
+		info.destroy(data);
+	data = nullptr;
+}
+
+void FakeSource::update(obs_data_t *changes)
+{
+	SourceAccess::merge_settings(*this, changes);
+	if (!info.update)
+		return;
+	obs_data_t *current = SourceAccess::read_settings(*this);
+	info.update(data, current);
+	obs_data_release(current);
+}
+
+int FakeSource::references() const
+{
+	return shared_->references;
+}
+
+} // namespace kalvio::test
+
+using namespace kalvio::test;
+
+namespace {
+
+FakeSource *known_source(const char *function, const obs_source_t *source)
+{
+	FakeSource *fake = FakeSource::from(source);
+	if (!fake)
+		note_host_misuse(function, source ? "unknown source" : "null source");
+	return fake;
+}
+
+} // namespace
+
+obs_source_t *obs_filter_get_target(const obs_source_t *filter)
+{
+	if (host_is_cheap())
+		return reinterpret_cast<const FakeSource *>(filter)->target->handle();
+	host_call(__func__, name_of(filter));
+	FakeSource *fake = known_source(__func__, filter);
+	return fake && fake->target && !host_call_fails(__func__) ? fake->target->handle() : nullptr;
+}
+
+obs_source_t *obs_filter_get_parent(const obs_source_t *filter)
+{
+	host_call(__func__, name_of(filter));
+	FakeSource *fake = known_source(__func__, filter);
+	return fake && fake->parent ? fake->parent->handle() : nullptr;
+}
+
+uint32_t obs_source_get_base_width(obs_source_t *source)
+{
+	if (host_is_cheap())
+		return reinterpret_cast<const FakeSource *>(source)->picture.width;
+	host_call(__func__, name_of(source));
+	const FakeSource *fake = known_source(__func__, source);
+	return fake ? fake->picture.width : 0;
+}
+
+uint32_t obs_source_get_base_height(obs_source_t *source)
+{
+	if (host_is_cheap())
+		return reinterpret_cast<const FakeSource *>(source)->picture.height;
+	host_call(__func__, name_of(source));
+	const FakeSource *fake = known_source(__func__, source);
+	return fake ? fake->picture.height : 0;
+}
+
+const char *obs_source_get_name(const obs_source_t *source)
+{
+	host_call(__func__, name_of(source));
+	const FakeSource *fake = known_source(__func__, source);
+	return fake && !fake->nameless ? fake->name.c_str() : nullptr;
+}
+
+obs_data_t *obs_source_get_settings(const obs_source_t *source)
+{
+	host_call(__func__, name_of(source));
+	FakeSource *fake = known_source(__func__, source);
+	return fake ? SourceAccess::read_settings(*fake) : nullptr;
+}
+
+obs_source_t *obs_source_get_ref(obs_source_t *source)
+{
+	host_call(__func__, name_of(source));
+	FakeSource *fake = known_source(__func__, source);
+	if (!fake || fake->refuses_references)
+		return nullptr;
+	++SourceAccess::references(*fake);
+	return source;
+}
+
+void obs_source_release(obs_source_t *source)
+{
+	if (!source)
+		return;
+	host_call(__func__, name_of(source));
+	FakeSource *fake = known_source(__func__, source);
+	if (fake && --SourceAccess::references(*fake) < 0)
+		note_host_misuse(__func__, fake->name + " released too often");
+}
+
+void obs_source_update(obs_source_t *source, obs_data_t *settings)
+{
+	host_call(__func__, name_of(source));
+	FakeSource *fake = known_source(__func__, source);
+	if (fake && fake->references() <= 0)
+		note_host_misuse(__func__, fake->name + " is not referenced");
+	if (fake)
+		fake->update(settings);
+}
+
+void obs_source_skip_video_filter(obs_source_t *filter)
+{
+	if (host_is_cheap())
+		return;
+	host_call(__func__, name_of(filter));
+	if (render_state().graphics_depth <= 0)
+		note_host_misuse(__func__, "outside the graphics context");
+	if (const FakeSource *fake = known_source(__func__, filter))
+		draw_unprocessed(fake->target);
+}

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "kit/seam_doubles.h"
+
+#include "kit/call_journal.h"
+#include "panel/dock_host.h"
+#include "update/update_check.h"
+
+#include <atomic>
+#include <new>
+
+namespace kalvio::test {
+namespace {
+
+std::atomic<bool> is_ready = false;
+std::atomic<bool> is_forced = false;
+std::atomic<bool> show_throws = false;
+
+void record_seam(const char *name)
+{
+	call_journal().record(CallOrigin::Seam, name, nullptr);
+}
+
+} // namespace
+
+void reset_seams()
+{
+	is_ready = false;
+	is_forced = false;
+	show_throws = false;
+}
+
+void set_frontend_ready(bool ready)
+{
+	is_ready = ready;
+}
+
+void set_update_forced(bool forced)
+{
+	is_forced = forced;
+}
+
+void throw_in_show_dock()
+{
+	show_throws = true;
+}
+
+} // namespace kalvio::test
+
+namespace kalvio {
+
+void show_dock()
+{
+	test::record_seam("show_dock");
+	if (test::show_throws.exchange(false))
+		throw std::bad_alloc();
+}
+
+void schedule_prop_center()
+{
+	test::record_seam("schedule_prop_center");
+}
+
+bool frontend_ready() noexcept
+{
+	test::record_seam("frontend_ready");
+	return test::is_ready;
+}
+
+void start_dock_host()
+{
+	test::record_seam("start_dock_host");
+}
+
+void stop_dock_host()
+{
+	test::record_seam("stop_dock_host");
+}
+
+void load_update_dismissal()
+{
+	test::record_seam("load_update_dismissal");
+}
+
+bool update_is_forced()
+{
+	test::record_seam("update_is_forced");
+	return test::is_forced;
+}
+
+void stop_update_service()
+{
+	test::record_seam("stop_update_service");
+}
+
+} // namespace kalvio
