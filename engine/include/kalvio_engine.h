@@ -47,7 +47,15 @@ enum kl_status {
 	KL_ERROR_FILE = -2,             /* a file is missing, is no regular file, or cannot be read */
 	KL_ERROR_FORMAT = -3,           /* a file is not what its kind must be, or is damaged */
 	KL_ERROR_OUT_OF_MEMORY = -4,
-	KL_ERROR_INTERNAL = -5 /* a defect of the engine; the frame or the setting is lost, the engine stays usable */
+	KL_ERROR_INTERNAL = -5, /* a defect of the engine; the frame or the setting is lost, the engine stays usable */
+	KL_ERROR_BUSY = -6      /* another call on the same handle is still running; this one changed nothing */
+};
+
+/* The event codes of the open engine. */
+enum kl_event {
+	KL_EVENT_READY = 1,           /* the engine was created */
+	KL_EVENT_RESOURCE_FAILED = 2, /* an effect's file could not be loaded; the message names it */
+	KL_EVENT_FRAME_BUDGET = 3     /* frames take longer than a thirtieth of a second; at most once a minute */
 };
 
 /* Where an engine writes its log. The texts and the levels are the engine's. */

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+// Effects that are loaded from files.
+#include "bundle.h"
+#include "call.h"
+
+using namespace kalvio::engine;
+
+namespace {
+
+// Opens a bundle of the kind and reports what is wrong with it.
+int32_t load_bundle(kl_engine *engine, const char *what, const char *kind, const char *path)
+{
+	return call(engine, [=](kl_engine &self) -> int32_t {
+		if (path == nullptr)
+			return KL_ERROR_INVALID_ARGUMENT;
+		Bundle bundle;
+		if (const ReadResult result = bundle.open(path, kind); !result)
+			return self.report_failed_load(what, path, result.status, result.reason);
+		self.log->write(LogLevel::Information, "engine %d: %s %s loaded", self.number, what, path);
+		return KL_OK;
+	});
+}
+
+int32_t set_background(kl_engine *engine, BackgroundMode mode)
+{
+	return call(engine, [=](kl_engine &self) -> int32_t {
+		self.settings.background = mode;
+		return KL_OK;
+	});
+}
+
+} // namespace
+
+extern "C" {
+
+int32_t kl_set_filter(kl_engine *engine, const char *path)
+{
+	return load_bundle(engine, "filter", "filter", path);
+}
+
+int32_t kl_clear_filter(kl_engine *engine)
+{
+	return call(engine, [](kl_engine &) -> int32_t { return KL_OK; });
+}
+
+int32_t kl_set_sticker(kl_engine *engine, const char *path)
+{
+	return load_bundle(engine, "sticker", "sticker", path);
+}
+
+int32_t kl_set_3d_sticker(kl_engine *engine, const char *path)
+{
+	return load_bundle(engine, "3D sticker", "sticker3d", path);
+}
+
+int32_t kl_clear_sticker(kl_engine *engine)
+{
+	return call(engine, [](kl_engine &) -> int32_t { return KL_OK; });
+}
+
+int32_t kl_clear_3d_sticker(kl_engine *engine)
+{
+	return call(engine, [](kl_engine &) -> int32_t { return KL_OK; });
+}
+
+int32_t kl_set_virtual_background(kl_engine *engine, const char *path)
+{
+	return call(engine, [=](kl_engine &self) -> int32_t {
+		if (path == nullptr)
+			return KL_ERROR_INVALID_ARGUMENT;
+		Bytes bytes;
+		if (const ReadResult result = read_file(path, int64_t{64} << 20, bytes); !result)
+			return self.report_failed_load("background picture", path, result.status, result.reason);
+		self.settings.background = BackgroundMode::Picture;
+		return KL_OK;
+	});
+}
+
+int32_t kl_set_virtual_background_blur(kl_engine *engine, float strength)
+{
+	return call(engine, [=](kl_engine &self) -> int32_t {
+		const std::optional<float> clamped = finite_in_range(strength, 0.0F, 1.0F);
+		if (!clamped)
+			return KL_ERROR_INVALID_ARGUMENT;
+		self.settings.background = BackgroundMode::Blur;
+		self.settings.background_blur = *clamped;
+		return KL_OK;
+	});
+}
+
+int32_t kl_clear_virtual_background(kl_engine *engine)
+{
+	return set_background(engine, BackgroundMode::Captured);
+}
+
+} // extern "C"

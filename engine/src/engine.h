@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "kalvio_engine.h"
+#include "log.h"
+#include "settings.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace kalvio::engine {
+
+// Events handed to the host's callback.
+enum class Event : int32_t { Ready = KL_EVENT_READY, ResourceFailed = KL_EVENT_RESOURCE_FAILED };
+
+} // namespace kalvio::engine
+
+// The record behind a handle: what lives as long as one engine. Guarded by `busy`: one call at a time.
+struct kl_engine {
+	explicit kl_engine(std::shared_ptr<kalvio::engine::Log> log);
+
+	// Delivers an event, or keeps it until a callback is set.
+	void emit(kalvio::engine::Event event, const std::string &message);
+	// Logs a failed load and tells the host.
+	int32_t report_failed_load(const char *what, const char *path, int32_t status, const std::string &reason);
+
+	const int number; // counts from 1 in this process, for the log
+	const std::shared_ptr<kalvio::engine::Log> log;
+	std::atomic_flag busy = ATOMIC_FLAG_INIT;
+
+	kalvio::engine::Settings settings;
+
+	kl_event_callback callback = nullptr;
+	void *callback_user_data = nullptr;
+	bool ready_event_pending = true;
+};

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "bundle.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace kalvio::engine {
+
+struct BundleFile {
+	std::string name; // relative, with "/"
+	Bytes content;
+};
+
+// Writes a bundle; the same files give the same bytes. Throws std::runtime_error when it cannot be written or when the
+// reader would refuse it for its manifest.
+void write_bundle(const std::filesystem::path &output, std::vector<BundleFile> files);
+
+} // namespace kalvio::engine

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+// kld-pack OUTPUT FOLDER: packs every file of FOLDER, sub-folders included, into the bundle OUTPUT. FOLDER must hold a
+// "manifest.json". The same files always give the same bytes: names are sorted, times are fixed.
+#include "bundle_writer.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+kalvio::engine::Bytes read_all(const std::filesystem::path &path)
+{
+	std::ifstream stream(path, std::ios::binary);
+	return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+std::vector<kalvio::engine::BundleFile> collect(const std::filesystem::path &folder)
+{
+	std::vector<kalvio::engine::BundleFile> files;
+	for (const auto &entry : std::filesystem::recursive_directory_iterator(folder)) {
+		if (entry.is_regular_file())
+			files.push_back(
+				{entry.path().lexically_relative(folder).generic_string(), read_all(entry.path())});
+	}
+	return files;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+	if (argc != 3) {
+		std::fprintf(stderr, "usage: kld-pack OUTPUT FOLDER\n");
+		return 2;
+	}
+	try {
+		kalvio::engine::write_bundle(argv[1], collect(argv[2]));
+		return 0;
+	} catch (const std::exception &error) {
+		std::fprintf(stderr, "kld-pack: %s: %s\n", argv[1], error.what());
+		return 1;
+	}
+}
