@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "bundle_writer.h"
+#include "kalvio_engine.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace kalvio::engine::testing {
+
+// A folder that is removed with everything in it.
+class ScratchFolder {
+public:
+	ScratchFolder();
+	~ScratchFolder();
+	ScratchFolder(const ScratchFolder &) = delete;
+	ScratchFolder &operator=(const ScratchFolder &) = delete;
+
+	std::string path(const std::string &name) const { return (folder_ / name).string(); }
+	std::string write(const std::string &name, const std::string &content) const;
+	std::string write(const std::string &name, const Bytes &content) const;
+	// A bundle with a manifest of this kind and version and the further files.
+	std::string write_bundle(const std::string &name, const std::string &kind, int version = 1,
+				 std::vector<BundleFile> files = {}) const;
+
+private:
+	std::filesystem::path folder_;
+};
+
+struct EngineDeleter {
+	void operator()(kl_engine *engine) const { kl_engine_destroy(engine); }
+};
+using EnginePointer = std::unique_ptr<kl_engine, EngineDeleter>;
+
+// A picture with its own stride; what lies behind a row's pixels is filled with a marker.
+struct Picture {
+	Picture(int width, int height, int padding_bytes = 0);
+
+	uint8_t *pixel(int x, int y) { return bytes.data() + size_t(y) * size_t(stride) + size_t(x) * 4; }
+	const uint8_t *pixel(int x, int y) const { return bytes.data() + size_t(y) * size_t(stride) + size_t(x) * 4; }
+
+	int width;
+	int height;
+	int stride;
+	std::vector<uint8_t> bytes;
+};
+
+Picture noise_picture(int width, int height, uint32_t seed, int padding_bytes = 0);
+
+std::string read_text(const std::string &path);
+bool contains(const std::string &text, const std::string &part);
+
+// One engine with the shipped resource bundle, a scratch folder and a log file.
+class EngineTest : public ::testing::Test {
+protected:
+	EngineTest();
+
+	EnginePointer create();
+	int32_t process(const Picture &input, Picture &output);
+	// Processes with the shared engine and expects success.
+	Picture processed(const Picture &input);
+	std::string log_text() const { return read_text(log_path); }
+
+	ScratchFolder scratch;
+	std::string log_path;
+	EnginePointer engine;
+};
+
+} // namespace kalvio::engine::testing
