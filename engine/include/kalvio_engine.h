@@ -20,6 +20,8 @@
 #ifndef KALVIO_ENGINE_H
 #define KALVIO_ENGINE_H
 
+/* This is C: NOLINTBEGIN(modernize-deprecated-headers,modernize-use-using) */
+
 #include <stdbool.h>
 #include <stdint.h>
 
@@ -210,5 +212,7 @@ KL_API int32_t kl_clear_virtual_background(kl_engine *engine);
 #ifdef __cplusplus
 }
 #endif
+
+/* NOLINTEND(modernize-deprecated-headers,modernize-use-using) */
 
 #endif

@@ -131,7 +131,7 @@ void load_sticker(kl_engine *engine, const char *id)
 {
 	const StickerEntry *entry = find_sticker(id);
 	const std::string path = entry ? sticker_resource_path(*entry) : std::string();
-	if (path.empty()) {
+	if (!entry || path.empty()) {
 		blog(LOG_WARNING, "[Kalvio] sticker not found: %s", id);
 		kl_clear_sticker(engine);
 		kl_clear_3d_sticker(engine);
