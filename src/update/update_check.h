@@ -28,6 +28,9 @@ UpdateStatus update_status();
 // Starts a check in the background when the last one is six hours old or there was none. Never blocks.
 void start_update_check_if_due();
 
+// One check, from the request to the stored answer: the worker thread's body. Blocks for as long as http_request may.
+void run_update_check();
+
 // Hides the notice of the newest version for one day and remembers that in the module's configuration folder.
 void dismiss_update();
 

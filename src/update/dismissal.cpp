@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "update/dismissal.h"
+
+#include <obs.hpp>
+#include <util/platform.h>
+
+#include <sys/stat.h>
+
+namespace kalvio {
+
+namespace {
+
+constexpr const char *version_key = "version";
+constexpr const char *until_key = "until";
+
+// Far above any record that was ever written.
+constexpr std::int64_t largest_file_bytes = 64 * 1024;
+
+// The host's reader allocates what a seek to the end reports, and for a folder that is all there is.
+bool is_small_file(const char *file)
+{
+	struct stat info = {};
+	return os_stat(file, &info) == 0 && (info.st_mode & S_IFMT) == S_IFREG && info.st_size <= largest_file_bytes;
+}
+
+} // namespace
+
+Dismissal load_dismissal(const std::string &file)
+{
+	if (!is_small_file(file.c_str()))
+		return {};
+	const OBSDataAutoRelease data = obs_data_create_from_json_file(file.c_str());
+	if (!data)
+		return {};
+	return {obs_data_get_string(data, version_key), obs_data_get_int(data, until_key)};
+}
+
+bool save_dismissal(const std::string &file, const Dismissal &dismissal)
+{
+	const size_t separator = file.find_last_of("/\\");
+	if (separator == std::string::npos)
+		return false;
+	os_mkdirs(file.substr(0, separator).c_str());
+
+	const OBSDataAutoRelease data = obs_data_create();
+	obs_data_set_string(data, version_key, dismissal.version.c_str());
+	obs_data_set_int(data, until_key, dismissal.until);
+	return obs_data_save_json(data, file.c_str());
+}
+
+} // namespace kalvio
