@@ -32,7 +32,8 @@ public:
 	void clear();
 
 private:
-	static void receive(int level, const char *format, va_list arguments, void *capture);
+	[[gnu::format(printf, 2, 0)]] static void receive(int level, const char *format, va_list arguments,
+							  void *capture);
 
 	mutable std::mutex mutex_;
 	std::vector<LogLine> lines_;
