@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panel/controls/smooth_button.h"
+
+#include <QLinearGradient>
+#include <QPainter>
+
+namespace kalvio {
+namespace {
+
+constexpr qreal disabled_opacity = 0.38;
+constexpr int text_margin = 2; // pixels that a text too long for the button keeps from each edge
+
+const QColor &by_state(bool is_checked, bool is_hovered, const QColor &checked, const QColor &hover,
+		       const QColor &normal)
+{
+	if (is_checked)
+		return checked;
+	return is_hovered ? hover : normal;
+}
+
+} // namespace
+
+SmoothButton::SmoothButton(QWidget *parent) : QPushButton(parent)
+{
+	setAttribute(Qt::WA_TranslucentBackground);
+	setAttribute(Qt::WA_Hover);
+	setAutoFillBackground(false);
+	setFlat(true);
+	setFocusPolicy(Qt::NoFocus);
+}
+
+SmoothButton::~SmoothButton() = default;
+
+QString SmoothButton::painted_text() const
+{
+	return fontMetrics().elidedText(text(), Qt::ElideRight, width() - 2 * text_margin);
+}
+
+bool SmoothButton::is_hovered() const
+{
+	return isEnabled() && underMouse();
+}
+
+QBrush SmoothButton::fill(const QRectF &shape) const
+{
+	if (gradient_fill) {
+		QLinearGradient gradient(shape.topLeft(), shape.topRight());
+		gradient.setColorAt(0, gradient_start);
+		gradient.setColorAt(1, gradient_end);
+		return gradient;
+	}
+	const QColor &color = by_state(isChecked(), is_hovered(), bg_checked, bg_hover, bg_normal);
+	return color.alpha() > 0 ? QBrush(color) : QBrush(Qt::NoBrush);
+}
+
+void SmoothButton::paintEvent(QPaintEvent * /*event*/)
+{
+	QPainter painter(this);
+	painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
+	if (!isEnabled())
+		painter.setOpacity(disabled_opacity);
+
+	const qreal pen_width = border_width[isChecked() ? 1 : 0];
+	const qreal inset = pen_width > 0 ? pen_width / 2 : 0;
+	const QRectF shape = QRectF(rect()).adjusted(inset, inset, -inset, -inset);
+	const QColor &border = by_state(isChecked(), is_hovered(), border_checked, border_hover, border_normal);
+	const bool has_border = pen_width > 0 && border.alpha() > 0;
+	painter.setPen(has_border ? QPen(border, pen_width, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin)
+				  : QPen(Qt::NoPen));
+	painter.setBrush(fill(shape));
+	painter.drawRoundedRect(shape, radius, radius);
+
+	if (!draw_text)
+		return;
+	painter.setPen(by_state(isChecked(), is_hovered(), text_checked, text_hover, text_normal));
+	painter.setFont(font());
+	painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine, painted_text());
+}
+
+} // namespace kalvio

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <QFrame>
+
+class QLabel;
+
+namespace kalvio {
+
+// Says why the pages cannot be used: there is no filter yet, or a required update pauses the effects.
+class HintStrip : public QFrame {
+public:
+	HintStrip();
+
+	void refresh(bool controls_usable, bool paused);
+
+private:
+	QLabel *text_;
+};
+
+} // namespace kalvio

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "panel/rows.h"
+
+#include <QWidget>
+
+class QStackedWidget;
+class QVBoxLayout;
+
+namespace kalvio {
+
+class HeaderBar;
+class HintStrip;
+class SettingsPage;
+class TabBar;
+class UpdateStrip;
+
+// The Retouch Console: header, notices, seven pages of effects and a settings page. It edits targeting().parameters and
+// shows what targeting() and ui_preferences() say. The tree is built once; user-interface thread.
+class KalvioPanel : public QWidget {
+	Q_OBJECT
+
+public:
+	explicit KalvioPanel(QWidget *parent = nullptr);
+	~KalvioPanel() override;
+
+	// Brings every control in line with the state that is edited. A slider that the user holds stays where it is.
+	void refreshControls();
+
+	// Sets every text anew, in the current language.
+	void retranslate();
+
+public slots:
+	// Reads the parameters of the targeted filter anew and refreshes; nothing happens when there is none.
+	void syncFromEngine();
+
+private:
+	void buildUi();
+	QWidget *build_main_view();
+	QWidget *wrapPage(void (*build_tab)(Rows &rows, QVBoxLayout *page));
+	void choose_tab(int index);
+	void add_tab_shortcuts();
+	void show_settings(bool open);
+
+	Rows rows_;
+	HeaderBar *header_ = nullptr;
+	UpdateStrip *update_strip_ = nullptr;
+	QStackedWidget *views_ = nullptr; // the main view, the settings page
+	TabBar *tab_bar_ = nullptr;
+	HintStrip *hint_strip_ = nullptr;
+	QStackedWidget *pages_ = nullptr; // by tab
+	QVBoxLayout *main_layout_ = nullptr;
+	SettingsPage *settings_page_ = nullptr;
+	int current_tab_ = 0;
+	bool settings_open_ = false;
+};
+
+} // namespace kalvio

@@ -1,0 +1,293 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panel/rows.h"
+
+#include "panel/controls/elided_label.h"
+#include "panel/controls/smooth_button.h"
+#include "panel/controls/switch.h"
+#include "panel/controls/toggle.h"
+#include "panel/icons.h"
+#include "panel/targeting.h"
+#include "panel/translations.h"
+
+#include <QApplication>
+#include <QButtonGroup>
+#include <QFrame>
+#include <QGridLayout>
+#include <QLabel>
+#include <QSignalBlocker>
+#include <QSlider>
+#include <QStyle>
+#include <algorithm>
+#include <cmath>
+
+namespace kalvio {
+namespace {
+
+constexpr int row_spacing = 8;
+
+// Inside a QFrame#card of its own sheet the rows' buttons need theirs: they take room from it, their looks they paint.
+constexpr const char *option_button_style =
+	"QPushButton { border:1px solid transparent; background:transparent; padding:2px 4px; min-height:22px; }";
+
+void show_as_swatch(SmoothButton &button, const Swatch &swatch)
+{
+	button.gradient_fill = true;
+	button.gradient_start = swatch.start;
+	button.gradient_end = swatch.end;
+	button.text_normal = button.text_hover = QColor(255, 255, 255, 230);
+	button.text_checked = Qt::white;
+	button.border_normal = QColor(255, 255, 255, 40);
+	button.border_hover = QColor(255, 255, 255, 110);
+	button.border_checked = Qt::white;
+	button.border_width[1] = 2.0;
+}
+
+} // namespace
+
+QFrame *make_card_frame()
+{
+	auto *frame = new QFrame;
+	frame->setObjectName(QStringLiteral("card"));
+	frame->setStyleSheet(
+		QStringLiteral("QFrame#card { background:#181a20; border:1px solid #262a35; border-radius:12px; }"));
+	return frame;
+}
+
+QWidget *make_divider()
+{
+	auto *divider = new QWidget;
+	divider->setFixedHeight(1);
+	divider->setAttribute(Qt::WA_StyledBackground);
+	divider->setStyleSheet(QStringLiteral("background:#262a35;"));
+	return divider;
+}
+
+int slider_position(float value)
+{
+	return static_cast<int>(std::lroundf(std::clamp(value, -1.0f, 1.0f) * 100.0f));
+}
+
+void check_only(QButtonGroup &group, QAbstractButton *button)
+{
+	if (button) {
+		button->setChecked(true);
+		return;
+	}
+	if (QAbstractButton *checked = group.checkedButton()) {
+		group.setExclusive(false);
+		checked->setChecked(false);
+		group.setExclusive(true);
+	}
+}
+
+QString translated(const char *key)
+{
+	return QString::fromUtf8(translate(key));
+}
+
+QString translated(const std::string &key)
+{
+	return translated(key.c_str());
+}
+
+Rows::Rows(std::function<void()> refresh_panel) : refresh_panel_(std::move(refresh_panel)) {}
+
+void Rows::add_translation(std::function<void()> translate_widget)
+{
+	translate_widget();
+	translations_.push_back(std::move(translate_widget));
+}
+
+void Rows::add_refresher(std::function<void()> refresher)
+{
+	refreshers_.push_back(std::move(refresher));
+}
+
+QLabel *Rows::addMutedLabel(QBoxLayout *layout, const char *key)
+{
+	QLabel *label = addLabel(layout, key);
+	label->setObjectName(QStringLiteral("muted"));
+	return label;
+}
+
+QLabel *Rows::addLabel(QBoxLayout *layout, const char *key)
+{
+	auto *label = new QLabel;
+	add_translation([label, key] { label->setText(translated(key)); });
+	layout->addWidget(label);
+	return label;
+}
+
+void Rows::addDivider(QBoxLayout *layout)
+{
+	layout->addWidget(make_divider());
+}
+
+Card Rows::addCard(const char *title_key, CardOptions options)
+{
+	QFrame *frame = make_card_frame();
+	auto *body = new QVBoxLayout(frame);
+	body->setContentsMargins(16, 11, 16, 11);
+	body->setSpacing(row_spacing);
+
+	auto *header = new QHBoxLayout;
+	header->setSpacing(row_spacing);
+	body->addLayout(header);
+	QLabel *title = addLabel(header, title_key);
+	title->setObjectName(QStringLiteral("cardTitle"));
+	header->setAlignment(title, Qt::AlignVCenter);
+	header->addStretch(1);
+	if (options.subtitle_key && options.subtitle_out) {
+		auto *subtitle = new ElidedLabel;
+		subtitle->setObjectName(QStringLiteral("muted"));
+		const char *key = options.subtitle_key;
+		add_translation([subtitle, key] { subtitle->set_full_text(translated(key)); });
+		header->addWidget(subtitle, 0, Qt::AlignVCenter);
+		*options.subtitle_out = subtitle;
+	}
+	if (options.reset) {
+		QPushButton *button = makeIconButton(glyph::reset, 16, 22);
+		add_translation([button, title_key] {
+			button->setToolTip(translated("console.resetShort"));
+			button->setAccessibleName(button->toolTip() + QStringLiteral(": ") + translated(title_key));
+		});
+		header->addWidget(button);
+		QObject::connect(button, &QPushButton::clicked, button,
+				 [this, reset = std::move(options.reset)] { store_choice(reset); });
+	}
+	addDivider(body);
+	return {frame, body};
+}
+
+Switch *Rows::addSwitchRow(QBoxLayout *layout, const char *key, bool *value)
+{
+	auto *row = new QHBoxLayout;
+	row->setContentsMargins(0, 0, 0, 0);
+	layout->addLayout(row);
+	addMutedLabel(row, key);
+	row->addStretch(1);
+	auto *toggle = new Switch;
+	toggle->setFixedSize(33, 18);
+	toggle->setCursor(Qt::PointingHandCursor);
+	toggle->on_toggled = [this, value](bool checked) {
+		*value = checked;
+		if (!syncing_)
+			push_change();
+	};
+	add_translation([toggle, key] { toggle->setAccessibleName(translated(key)); });
+	add_refresher([toggle, value] { show_checked(*toggle, *value); });
+	row->addWidget(toggle);
+	return toggle;
+}
+
+void Rows::addSliderRow(QBoxLayout *layout, const char *key, float *value, bool is_bipolar,
+			std::function<bool()> is_visible)
+{
+	auto *row = new QWidget;
+	auto *row_layout = new QHBoxLayout(row);
+	row_layout->setContentsMargins(0, 2, 0, 2);
+	row_layout->setSpacing(row_spacing);
+
+	QLabel *caption = addMutedLabel(row_layout, key);
+	caption->setMinimumWidth(64);
+
+	auto *slider = new QSlider(Qt::Horizontal);
+	slider->setRange(is_bipolar ? -100 : 0, 100);
+	slider->setValue(slider_position(*value));
+	slider->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+	slider->setMinimumHeight(22);
+	// Its own style object, so that the sheets above it leave it as the application draws sliders.
+	slider->setStyle(QApplication::style());
+	add_translation([slider, key] { slider->setAccessibleName(translated(key)); });
+	row_layout->addWidget(slider, 1);
+
+	auto *value_label = new QLabel(QString::number(slider_position(*value)));
+	value_label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+	value_label->setMinimumWidth(36);
+	row_layout->addWidget(value_label);
+	layout->addWidget(row);
+
+	slider_rows_.push_back({row, slider, caption, value_label, key, value, std::move(is_visible)});
+	const size_t index = slider_rows_.size() - 1;
+	QObject::connect(slider, &QSlider::valueChanged, slider,
+			 [this, index](int position) { slider_moved(slider_rows_[index], position); });
+}
+
+void Rows::slider_moved(const SliderRowRecord &row, int position)
+{
+	if (syncing_)
+		return;
+	*row.value = static_cast<float>(position) / 100.0f;
+	row.value_label->setText(QString::number(position));
+	push_change();
+}
+
+void Rows::add_option_grid(QBoxLayout *layout, const char *key, OptionField field,
+			   const std::vector<OptionButton> &buttons, int columns, std::span<const Swatch> swatches)
+{
+	addMutedLabel(layout, key);
+	auto *grid = new QGridLayout;
+	grid->setHorizontalSpacing(row_spacing);
+	grid->setVerticalSpacing(row_spacing);
+	auto *group = new QButtonGroup(grid);
+	group->setExclusive(true);
+
+	int i = 0;
+	for (const OptionButton &option : buttons) {
+		auto *button = new SmoothButton;
+		button->setCheckable(true);
+		button->setCursor(Qt::PointingHandCursor);
+		button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+		// The columns are equal, whatever their texts ask for.
+		button->setMinimumWidth(1);
+		button->setStyleSheet(QString::fromLatin1(option_button_style));
+		if (static_cast<size_t>(i) < swatches.size())
+			show_as_swatch(*button, swatches[static_cast<size_t>(i)]);
+		group->addButton(button, option.id);
+		grid->addWidget(button, i / columns, i % columns);
+		add_translation([button, key, option_key = option.key] {
+			button->setText(translated(option_key));
+			button->setAccessibleName(translated(key) + QStringLiteral(": ") + button->text());
+		});
+		++i;
+	}
+	for (int column = 0; column < columns; ++column)
+		grid->setColumnStretch(column, 1);
+	layout->addLayout(grid);
+
+	add_refresher([group, read = field.read] { check_only(*group, group->button(read())); });
+	QObject::connect(group, &QButtonGroup::idClicked, group,
+			 [this, write = std::move(field.write)](int id) { store_choice([&write, id] { write(id); }); });
+}
+
+void Rows::store_choice(const std::function<void()> &store)
+{
+	if (!syncing_) {
+		store();
+		push_change();
+	}
+	refresh_panel_();
+}
+
+void Rows::retranslate()
+{
+	for (const auto &translate_widget : translations_)
+		translate_widget();
+}
+
+void Rows::refresh()
+{
+	for (const SliderRowRecord &row : slider_rows_) {
+		if (!row.slider->isSliderDown()) {
+			const int position = slider_position(*row.value);
+			const QSignalBlocker blocker(row.slider);
+			row.slider->setValue(position);
+			row.value_label->setText(QString::number(position));
+		}
+		row.row->setVisible(!row.is_visible || row.is_visible());
+	}
+	for (const auto &refresher : refreshers_)
+		refresher();
+}
+
+} // namespace kalvio

@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <QBoxLayout>
+#include <QColor>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+class QAbstractButton;
+class QButtonGroup;
+class QFrame;
+class QLabel;
+class QSlider;
+
+namespace kalvio {
+
+class ElidedLabel;
+class Switch;
+
+// One slider, as the refresh needs it. A strength is shown times 100, rounded.
+struct SliderRowRecord {
+	QWidget *row;
+	QSlider *slider;
+	QLabel *caption;
+	QLabel *value_label;
+	const char *caption_key;
+	float *value;                     // of the parameters that the panel edits
+	std::function<bool()> is_visible; // empty: always
+};
+
+// Left and right colour of a swatch.
+struct Swatch {
+	QColor start;
+	QColor end;
+};
+
+// One button of an option row. Keys have static storage.
+template <class T>
+struct Option {
+	T value;
+	const char *key;
+};
+
+// What a card's header shows beside its title.
+struct CardOptions {
+	const char *subtitle_key = nullptr;
+	ElidedLabel **subtitle_out = nullptr; // where the subtitle's label goes; without it there is no subtitle
+	std::function<void()> reset;          // back to the defaults of this card; without it there is no button
+};
+
+struct Card {
+	QFrame *frame; // the caller adds it to a layout
+	QVBoxLayout *body;
+};
+
+// Builds the rows of the pages and keeps what the panel needs to translate and refresh them later. Every control is
+// bound to one field of targeting().parameters: a change is stored there and pushed at once. Keys are keys of
+// translate() and have static storage. Layouts and widgets belong to the tree that they are put into, which must not
+// outlive this object.
+class Rows {
+public:
+	// `refresh_panel` brings every control of the panel up to date.
+	explicit Rows(std::function<void()> refresh_panel);
+
+	// Runs `translate_widget` now, and again at each retranslate().
+	void add_translation(std::function<void()> translate_widget);
+	void add_refresher(std::function<void()> refresher);
+
+	QLabel *addMutedLabel(QBoxLayout *layout, const char *key);
+	QLabel *addLabel(QBoxLayout *layout, const char *key);
+	void addDivider(QBoxLayout *layout);
+	Card addCard(const char *title_key, CardOptions options);
+	Switch *addSwitchRow(QBoxLayout *layout, const char *key, bool *value);
+	void addSliderRow(QBoxLayout *layout, const char *key, float *value, bool is_bipolar,
+			  std::function<bool()> is_visible = {});
+
+	// A caption over a grid of buttons, one an option; option i is a swatch when there is a colour i. T is an
+	// enumeration or int. `on_change` runs after the field is written and before it is pushed.
+	template <class T>
+	void addOptionRow(QBoxLayout *layout, const char *key, T *value, std::span<const Option<T>> options,
+			  int columns, std::span<const Swatch> swatches = {}, std::function<void()> on_change = {});
+
+	// The user clicked a member of a group of options or tiles: `store` writes the parameters, unless a refresh is
+	// running. In any case the panel is refreshed.
+	void store_choice(const std::function<void()> &store);
+
+	void retranslate();
+	// Sliders first, then the refreshers in their order. The caller has set syncing.
+	void refresh();
+
+	// True while the panel brings its controls up to date: what they then report is no edit.
+	bool is_syncing() const { return syncing_; }
+
+	// Sets syncing for its own life.
+	class SyncScope {
+	public:
+		explicit SyncScope(Rows &rows) : rows_(rows), previous_(rows.syncing_) { rows_.syncing_ = true; }
+		~SyncScope() { rows_.syncing_ = previous_; }
+		SyncScope(const SyncScope &) = delete;
+		SyncScope &operator=(const SyncScope &) = delete;
+
+	private:
+		Rows &rows_;
+		bool previous_;
+	};
+
+	const std::vector<SliderRowRecord> &slider_rows() const { return slider_rows_; }
+
+private:
+	struct OptionField {
+		std::function<int()> read;
+		std::function<void(int)> write; // and on_change
+	};
+	struct OptionButton {
+		int id;
+		const char *key;
+	};
+	void add_option_grid(QBoxLayout *layout, const char *key, OptionField field,
+			     const std::vector<OptionButton> &buttons, int columns, std::span<const Swatch> swatches);
+	void slider_moved(const SliderRowRecord &row, int position);
+
+	std::function<void()> refresh_panel_;
+	std::vector<std::function<void()>> translations_;
+	std::vector<SliderRowRecord> slider_rows_;
+	std::vector<std::function<void()>> refreshers_;
+	bool syncing_ = false;
+};
+
+// The frame of a card, empty.
+QFrame *make_card_frame();
+
+// A line across, one pixel high.
+QWidget *make_divider();
+
+// Where the slider of a strength stands: clamped to -1..1, times 100, rounded half away from zero.
+int slider_position(float value);
+
+// Checks `button`, or nothing when it is null, in an exclusive group, which by itself never lets its last one go.
+void check_only(QButtonGroup &group, QAbstractButton *button);
+
+// The text of `key` as Qt takes it.
+QString translated(const char *key);
+QString translated(const std::string &key);
+
+template <class T>
+void Rows::addOptionRow(QBoxLayout *layout, const char *key, T *value, std::span<const Option<T>> options, int columns,
+			std::span<const Swatch> swatches, std::function<void()> on_change)
+{
+	std::vector<OptionButton> buttons;
+	buttons.reserve(options.size());
+	for (const Option<T> &option : options)
+		buttons.push_back({static_cast<int>(option.value), option.key});
+	OptionField field{[value] { return static_cast<int>(*value); },
+			  [value, on_change = std::move(on_change)](int id) {
+				  *value = static_cast<T>(id);
+				  if (on_change)
+					  on_change();
+			  }};
+	add_option_grid(layout, key, std::move(field), buttons, columns, swatches);
+}
+
+} // namespace kalvio

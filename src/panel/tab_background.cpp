@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panel/controls/elided_label.h"
+#include "panel/image_dialog.h"
+#include "panel/pages.h"
+#include "panel/preset_tile.h"
+#include "panel/rows.h"
+#include "panel/targeting.h"
+#include "params/effect_catalog.h"
+
+#include <QButtonGroup>
+#include <QFileInfo>
+#include <QFrame>
+#include <QGridLayout>
+#include <QPushButton>
+#include <algorithm>
+
+namespace kalvio {
+namespace {
+
+constexpr int fill_blur = 1;
+constexpr int fill_image = 2;
+constexpr const char *default_preset = "office";
+constexpr int preset_columns = 2;
+
+constexpr Option<int> fill_modes[] = {{0, "bg.original"}, {fill_blur, "bg.blur"}, {fill_image, "bg.image"}};
+
+constexpr Option<int> chroma_keys[] = {{0, "bg.portrait"}, {1, "bg.green"}, {2, "bg.blue"}, {3, "bg.red"}};
+
+void use_some_preset()
+{
+	ParameterSet &set = targeting().parameters;
+	if (set.bg_preset.empty())
+		set.bg_preset = default_preset;
+}
+
+// Who switches an effect on wants to see it: no blur of no strength, no picture mode without a picture.
+void complete_fill_mode()
+{
+	ParameterSet &set = targeting().parameters;
+	if (set.bg_fill == fill_blur && set.bg_blur <= 0.0f)
+		set.bg_blur = 0.5f;
+	if (set.bg_fill == fill_image)
+		use_some_preset();
+}
+
+void store_preset(const std::string &id)
+{
+	ParameterSet &set = targeting().parameters;
+	set.bg_fill = fill_image;
+	set.bg_preset = id;
+	set.bg_image.clear();
+}
+
+void drop_image()
+{
+	ParameterSet &set = targeting().parameters;
+	set.bg_fill = fill_image;
+	set.bg_image.clear();
+	use_some_preset();
+}
+
+void store_image(const QString &path)
+{
+	ParameterSet &set = targeting().parameters;
+	set.bg_fill = fill_image;
+	set.bg_image = path.toStdString();
+}
+
+void reset_background()
+{
+	ParameterSet &set = targeting().parameters;
+	const ParameterSet defaults;
+	set.bg_fill = defaults.bg_fill;
+	set.bg_blur = defaults.bg_blur;
+	set.bg_preset = defaults.bg_preset;
+	set.bg_image = defaults.bg_image;
+	set.chroma = defaults.chroma;
+	set.chroma_similarity = defaults.chroma_similarity;
+	set.chroma_smoothness = defaults.chroma_smoothness;
+	set.chroma_desaturation = defaults.chroma_desaturation;
+}
+
+// The name of the background in use, in the card's header.
+void show_current_background(ElidedLabel &label)
+{
+	const ParameterSet &set = targeting().parameters;
+	if (!set.bg_image.empty()) {
+		const QString path = QString::fromStdString(set.bg_image);
+		label.set_full_text(QFileInfo(path).fileName());
+		label.setToolTip(path);
+		return;
+	}
+	const auto preset = std::find_if(background_presets.begin(), background_presets.end(),
+					 [&set](const BackgroundPreset &entry) { return set.bg_preset == entry.id; });
+	label.set_full_text(translated(preset == background_presets.end() ? "bg.presets" : preset->label_key));
+	label.setToolTip({});
+}
+
+void add_presets(Rows &rows, QBoxLayout *layout)
+{
+	rows.addLabel(layout, "bg.presets");
+	auto *grid = new QGridLayout;
+	grid->setHorizontalSpacing(8);
+	grid->setVerticalSpacing(8);
+	auto *group = new QButtonGroup(grid);
+	group->setExclusive(true);
+	int i = 0;
+	for (const BackgroundPreset &preset : background_presets) {
+		PresetTile *tile = make_preset_tile(rows, preset);
+		group->addButton(tile);
+		grid->addWidget(tile, i / preset_columns, i % preset_columns);
+		++i;
+	}
+	for (int column = 0; column < preset_columns; ++column)
+		grid->setColumnStretch(column, 1);
+	layout->addLayout(grid);
+
+	rows.add_refresher([group] {
+		const ParameterSet &set = targeting().parameters;
+		QAbstractButton *current = nullptr;
+		for (QAbstractButton *tile : group->buttons()) {
+			if (set.bg_image.empty() && preset_id(*tile) == set.bg_preset)
+				current = tile;
+		}
+		check_only(*group, current);
+	});
+	QObject::connect(group, &QButtonGroup::idClicked, group, [&rows, group] {
+		rows.store_choice([group] { store_preset(preset_id(*group->checkedButton())); });
+	});
+}
+
+QPushButton *add_quiet_button(Rows &rows, QBoxLayout *layout, const char *key)
+{
+	auto *button = new QPushButton;
+	button->setObjectName(QStringLiteral("quiet"));
+	button->setCursor(Qt::PointingHandCursor);
+	rows.add_translation([button, key] { button->setText(translated(key)); });
+	layout->addWidget(button, 1);
+	return button;
+}
+
+void add_image_buttons(Rows &rows, QBoxLayout *layout)
+{
+	auto *row = new QHBoxLayout;
+	row->setSpacing(8);
+	layout->addLayout(row);
+
+	QPushButton *choose = add_quiet_button(rows, row, "bg.chooseImage");
+	QObject::connect(choose, &QPushButton::clicked, choose, [&rows, choose] {
+		choose_image(*choose,
+			     [&rows](const QString &path) { rows.store_choice([&path] { store_image(path); }); });
+	});
+	QPushButton *use_preset = add_quiet_button(rows, row, "bg.usePreset");
+	QObject::connect(use_preset, &QPushButton::clicked, use_preset, [&rows] { rows.store_choice(drop_image); });
+}
+
+} // namespace
+
+void build_background_tab(Rows &rows, QVBoxLayout *page)
+{
+	ParameterSet &set = targeting().parameters;
+	ElidedLabel *subtitle = nullptr;
+	const Card card = rows.addCard(
+		"tab.background", {.subtitle_key = "bg.presets", .subtitle_out = &subtitle, .reset = reset_background});
+	rows.add_refresher([subtitle] { show_current_background(*subtitle); });
+
+	rows.addOptionRow<int>(card.body, "bg.effect", &set.bg_fill, fill_modes, 3, {}, complete_fill_mode);
+	rows.addSliderRow(card.body, "bg.blurAmount", &set.bg_blur, false, [&set] { return set.bg_fill == fill_blur; });
+	add_presets(rows, card.body);
+	add_image_buttons(rows, card.body);
+
+	const auto has_key = [&set] {
+		return set.chroma > 0;
+	};
+	rows.addOptionRow<int>(card.body, "bg.cutout", &set.chroma, chroma_keys, 4);
+	rows.addSliderRow(card.body, "bg.similarity", &set.chroma_similarity, false, has_key);
+	rows.addSliderRow(card.body, "bg.smoothness", &set.chroma_smoothness, false, has_key);
+	rows.addSliderRow(card.body, "bg.desaturation", &set.chroma_desaturation, false, has_key);
+	page->addWidget(card.frame);
+}
+
+} // namespace kalvio

@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panel/tab_bar.h"
+
+#include "panel/accessible_controls.h"
+#include "panel/controls/smooth_button.h"
+#include "panel/icons.h"
+#include "panel/rows.h"
+
+#include <QButtonGroup>
+#include <QHBoxLayout>
+#include <QLabel>
+
+namespace kalvio {
+namespace {
+
+struct TabEntry {
+	const char *caption_key;
+	const char *glyph;
+};
+
+// The order of the pages.
+constexpr TabEntry tab_entries[] = {
+	{"tab.skin", glyph::skin},
+	{"tab.reshape", glyph::reshape},
+	{"tab.makeup", glyph::makeup},
+	{"tab.filter", glyph::filter},
+	{"tab.sticker", glyph::sticker},
+	{"tab.body", glyph::body},
+	{"tab.background", glyph::background},
+};
+
+constexpr int glyph_pixel_size = 16;
+constexpr int side_margin = 2;
+constexpr QColor current_color(0x0a, 0x0a, 0x0a);
+constexpr QColor other_color(0x9c, 0xa3, 0xaf);
+
+QString caption_style(const QColor &color)
+{
+	return QStringLiteral("color:%1; background:transparent; font-size:11px;").arg(color.name());
+}
+
+QLabel *add_tab_label(QBoxLayout *layout, const QString &style)
+{
+	auto *label = new QLabel;
+	label->setAlignment(Qt::AlignCenter);
+	label->setAttribute(Qt::WA_TransparentForMouseEvents);
+	label->setStyleSheet(style);
+	layout->addWidget(label);
+	return label;
+}
+
+} // namespace
+
+TabBar::TabBar(Rows &rows, std::function<void(int)> chosen)
+{
+	setObjectName(QStringLiteral("tabBar"));
+	setAttribute(Qt::WA_StyledBackground);
+	setFixedHeight(72);
+	auto *layout = new QHBoxLayout(this);
+	layout->setContentsMargins(8, 0, 8, 0);
+	layout->setSpacing(2);
+	auto *group = new QButtonGroup(this);
+	group->setExclusive(true);
+
+	for (const TabEntry &entry : tab_entries) {
+		auto *button = new SmoothButton;
+		button->draw_text = false;
+		button->border_width[0] = 0;
+		button->bg_normal = Qt::transparent;
+		button->setCheckable(true);
+		button->setCursor(Qt::PointingHandCursor);
+		button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+		button->setFixedHeight(48);
+		mark_as_tab(*button);
+		group->addButton(button, count());
+		layout->addWidget(button, 1, Qt::AlignVCenter);
+
+		auto *tab_layout = new QVBoxLayout(button);
+		tab_layout->setContentsMargins(side_margin, 4, side_margin, 4);
+		tab_layout->setSpacing(2);
+		QLabel *glyph_label = add_tab_label(tab_layout, glyph_label_style(other_color, glyph_pixel_size));
+		glyph_label->setMinimumHeight(18);
+		glyph_label->setText(QString::fromUtf8(entry.glyph));
+		QLabel *caption = add_tab_label(tab_layout, caption_style(other_color));
+		tabs_.push_back({button, glyph_label, caption});
+
+		rows.add_translation([button, caption, key = entry.caption_key] {
+			caption->setText(translated(key));
+			button->setAccessibleName(caption->text());
+		});
+	}
+	rows.add_translation([this] { fit_captions(); });
+	connect(group, &QButtonGroup::idClicked, this, std::move(chosen));
+}
+
+void TabBar::fit_captions()
+{
+	for (const Tab &tab : tabs_) {
+		tab.caption->ensurePolished();
+		tab.button->setMinimumWidth(tab.caption->sizeHint().width() + 2 * side_margin);
+	}
+}
+
+void TabBar::show_current(int index)
+{
+	if (index < 0 || index >= count())
+		return;
+	for (int i = 0; i < count(); ++i) {
+		const Tab &tab = tabs_[static_cast<size_t>(i)];
+		const QColor &color = i == index ? current_color : other_color;
+		tab.button->setChecked(i == index);
+		tab.button->bg_normal = Qt::transparent;
+		tab.button->bg_hover = QColor(255, 255, 255, 18);
+		tab.button->bg_checked = Qt::white;
+		tab.button->update();
+		tab.glyph->setStyleSheet(glyph_label_style(color, glyph_pixel_size));
+		tab.caption->setStyleSheet(caption_style(color));
+	}
+}
+
+void TabBar::set_tabs_enabled(bool enabled)
+{
+	for (const Tab &tab : tabs_)
+		tab.button->setEnabled(enabled);
+}
+
+} // namespace kalvio

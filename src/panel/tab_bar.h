@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <QWidget>
+#include <functional>
+#include <vector>
+
+class QLabel;
+
+namespace kalvio {
+
+class Rows;
+class SmoothButton;
+
+// The row of tabs; a tab's number is that of its page.
+class TabBar : public QWidget {
+public:
+	// `chosen` takes the number of a tab that the user clicked.
+	TabBar(Rows &rows, std::function<void(int)> chosen);
+
+	// Gives each tab the width of its caption; called when the panel's style sheet reaches the tabs.
+	void fit_captions();
+
+	int count() const { return static_cast<int>(tabs_.size()); }
+	// Numbers without a tab change nothing.
+	void show_current(int index);
+	void set_tabs_enabled(bool enabled);
+
+private:
+	struct Tab {
+		SmoothButton *button;
+		QLabel *glyph;
+		QLabel *caption;
+	};
+
+	std::vector<Tab> tabs_;
+};
+
+} // namespace kalvio

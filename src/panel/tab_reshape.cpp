@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panel/pages.h"
+#include "panel/reshape_sliders.h"
+#include "panel/rows.h"
+#include "panel/targeting.h"
+
+#include <QFrame>
+
+namespace kalvio {
+
+void build_reshape_tab(Rows &rows, QVBoxLayout *page)
+{
+	const Card card = rows.addCard("tab.reshape", {.reset = [] {
+					       targeting().parameters.reshape.fill(0.0f);
+				       }});
+	add_reshape_sliders(rows, card.body, face_reshape_sliders, targeting().parameters.reshape, true);
+	page->addWidget(card.frame);
+}
+
+} // namespace kalvio

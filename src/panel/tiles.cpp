@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panel/tiles.h"
+
+#include "panel/controls/smooth_button.h"
+#include "panel/rows.h"
+
+#include <QButtonGroup>
+#include <QGridLayout>
+#include <QLabel>
+
+namespace kalvio {
+namespace {
+
+constexpr int tile_spacing = 8;
+
+QWidget *make_tile(Rows &rows, QButtonGroup &group, const char *id_property, const Tile &tile)
+{
+	auto *cell = new QWidget;
+	auto *layout = new QGridLayout(cell);
+	layout->setContentsMargins(0, 0, 0, 0);
+
+	auto *button = new SmoothButton;
+	button->setCheckable(true);
+	button->setCursor(Qt::PointingHandCursor);
+	button->setStyleSheet(QStringLiteral("QPushButton { border:1px solid transparent; background:transparent; "
+					     "padding:2px 4px; min-height:22px; }"));
+	button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+	// The columns are equal, whatever their texts ask for.
+	button->setMinimumWidth(1);
+	button->setProperty(id_property, QString::fromStdString(tile.id));
+	group.addButton(button);
+	layout->addWidget(button, 0, 0);
+
+	QLabel *tag = nullptr;
+	if (tile.is_animated) {
+		tag = new QLabel;
+		tag->setAttribute(Qt::WA_TransparentForMouseEvents);
+		tag->setStyleSheet(QStringLiteral("color:#fbbf24; font-size:9px; background:transparent;"));
+		layout->addWidget(tag, 0, 0, Qt::AlignTop | Qt::AlignRight);
+	}
+	rows.add_translation([button, tag, key = tile.label_key] {
+		button->setText(translated(key));
+		button->setAccessibleName(button->text());
+		if (tag) {
+			tag->setText(translated("sticker.tag.animated"));
+			button->setAccessibleDescription(tag->text());
+		}
+	});
+	return cell;
+}
+
+} // namespace
+
+TileGroup::TileGroup(Rows &rows, QBoxLayout *layout, const char *id_property)
+	: rows_(rows), id_property_(id_property), group_(new QButtonGroup(layout))
+{
+	group_->setExclusive(true);
+}
+
+void TileGroup::add_grid(QBoxLayout *layout, const std::vector<Tile> &tiles, int columns)
+{
+	auto *grid = new QGridLayout;
+	grid->setHorizontalSpacing(tile_spacing);
+	grid->setVerticalSpacing(tile_spacing);
+	int i = 0;
+	for (const Tile &tile : tiles) {
+		grid->addWidget(make_tile(rows_, *group_, id_property_, tile), i / columns, i % columns);
+		++i;
+	}
+	for (int column = 0; column < columns; ++column)
+		grid->setColumnStretch(column, 1);
+	layout->addLayout(grid);
+}
+
+void TileGroup::bind(const std::string *id, std::function<void(const std::string &)> store)
+{
+	rows_.add_refresher([group = group_, property = id_property_, id] {
+		const QString wanted = QString::fromStdString(*id);
+		for (QAbstractButton *button : group->buttons()) {
+			if (button->property(property).toString() == wanted)
+				return check_only(*group, button);
+		}
+		check_only(*group, nullptr);
+	});
+	Rows *rows = &rows_;
+	QObject::connect(group_, &QButtonGroup::idClicked, group_,
+			 [rows, group = group_, property = id_property_, store = std::move(store)] {
+				 rows->store_choice([&] {
+					 const QAbstractButton *tile = group->checkedButton();
+					 store(tile->property(property).toString().toStdString());
+				 });
+			 });
+}
+
+} // namespace kalvio

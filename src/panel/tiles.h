@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+class QBoxLayout;
+class QButtonGroup;
+
+// Tiles: the choices among the catalogued effects of a page.
+namespace kalvio {
+
+class Rows;
+
+struct Tile {
+	std::string id; // empty: no effect
+	std::string label_key;
+	bool is_animated = false; // carries the tag that says so
+};
+
+// The tiles of one page: exclusive, also over several grids.
+class TileGroup {
+public:
+	// `id_property` is the property of a tile's button that holds its id.
+	TileGroup(Rows &rows, QBoxLayout *layout, const char *id_property);
+
+	// A grid of `columns` equal columns.
+	void add_grid(QBoxLayout *layout, const std::vector<Tile> &tiles, int columns);
+
+	// Binds the group to `*id`: that tile is checked; `store` runs with the id of a tile that the user clicks.
+	void bind(const std::string *id, std::function<void(const std::string &)> store);
+
+private:
+	Rows &rows_;
+	const char *id_property_;
+	QButtonGroup *group_;
+};
+
+} // namespace kalvio

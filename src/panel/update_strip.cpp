@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panel/update_strip.h"
+
+#include "panel/controls/elided_label.h"
+#include "panel/icons.h"
+#include "panel/rows.h"
+#include "panel/targeting.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QStyle>
+
+namespace kalvio {
+namespace {
+
+// What differs between the two notices. The names select rules of the panel's style sheet.
+struct Look {
+	const char *frame;
+	const char *text;
+	const char *button;
+	const char *title_key;
+	const char *button_key;
+	const char *line_style; // of the lines that have no rule of their own
+	QMargins margins;
+};
+
+constexpr Look soft_look{"updateSoft",       "updateSoftText",  "updateSoftBtn",
+			 "update.softTitle", "update.download", "color:#b7e0c4; font-size:11px;",
+			 {10, 3, 5, 3}};
+constexpr Look forced_look{"updateForce",       "updateForceText",      "updateForceBtn",
+			   "update.forceTitle", "update.forceDownload", "color:#e8d5b0; font-size:11px;",
+			   {10, 4, 5, 4}};
+
+const Look &look_of(bool forced)
+{
+	return forced ? forced_look : soft_look;
+}
+
+// A style sheet looks at the name only while it polishes a widget.
+void rename(QWidget &widget, const char *name)
+{
+	widget.setObjectName(QLatin1String(name));
+	widget.style()->unpolish(&widget);
+	widget.style()->polish(&widget);
+}
+
+} // namespace
+
+UpdateStrip::UpdateStrip(Rows &rows, std::function<void()> dismissed)
+	: layout_(new QVBoxLayout(this)), title_(new ElidedLabel), notes_(new ElidedLabel), download_(new QPushButton),
+	  close_(makeIconButton(glyph::close, 14, 18)), quit_hint_(new QLabel)
+{
+	setAttribute(Qt::WA_StyledBackground);
+	hide();
+	layout_->setSpacing(2);
+	auto *row = new QHBoxLayout;
+	row->setSpacing(6);
+	layout_->addLayout(row);
+	row->addWidget(title_);
+	notes_->setMinimumWidth(48);
+	row->addWidget(notes_, 1);
+	row->addStretch();
+	download_->setCursor(Qt::PointingHandCursor);
+	row->addWidget(download_);
+	row->addWidget(close_);
+	quit_hint_->setWordWrap(true);
+	layout_->addWidget(quit_hint_);
+
+	connect(download_, &QPushButton::clicked, this, [] { open_update_download(); });
+	connect(close_, &QPushButton::clicked, this, [dismissed = std::move(dismissed)] {
+		dismiss_update();
+		targeting().update.soft = false;
+		dismissed();
+	});
+	rows.add_translation([this] {
+		quit_hint_->setText(translated("update.quitHint"));
+		close_->setToolTip(translated("settings.back"));
+		close_->setAccessibleName(translated("settings.back"));
+	});
+	restyle(false);
+}
+
+void UpdateStrip::restyle(bool forced)
+{
+	const Look &look = look_of(forced);
+	if (objectName() == QLatin1String(look.frame))
+		return;
+	rename(*this, look.frame);
+	rename(*notes_, look.text);
+	rename(*download_, look.button);
+	title_->setStyleSheet(QLatin1String(look.line_style));
+	quit_hint_->setStyleSheet(QLatin1String(look.line_style));
+	layout_->setContentsMargins(look.margins);
+}
+
+void UpdateStrip::refresh(const UpdateStatus &status)
+{
+	setVisible(status.forced || status.soft);
+	if (!status.forced && !status.soft)
+		return;
+	restyle(status.forced);
+	const Look &look = look_of(status.forced);
+
+	QString title = translated(look.title_key);
+	if (!status.latest.empty())
+		title += u' ' + QString::fromStdString(status.latest);
+	title_->set_full_text(title);
+
+	const QString notes = QString::fromStdString(status.notes).trimmed();
+	notes_->set_full_text(notes.section(u'\n', 0, 0));
+	notes_->setToolTip(notes);
+	notes_->setVisible(!notes.isEmpty());
+	download_->setText(translated(look.button_key));
+	close_->setVisible(!status.forced);
+	quit_hint_->setVisible(status.forced);
+}
+
+} // namespace kalvio

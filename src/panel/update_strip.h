@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "update/update_check.h"
+
+#include <QWidget>
+#include <functional>
+
+class QHBoxLayout;
+class QLabel;
+class QPushButton;
+class QVBoxLayout;
+
+namespace kalvio {
+
+class ElidedLabel;
+class Rows;
+
+// The notice of an update: one that can be dismissed while it is only offered, one that stays while it is required.
+class UpdateStrip : public QWidget {
+public:
+	// `dismissed` runs after the user has closed the notice.
+	UpdateStrip(Rows &rows, std::function<void()> dismissed);
+
+	void refresh(const UpdateStatus &status);
+
+private:
+	void restyle(bool forced);
+
+	QVBoxLayout *layout_;
+	ElidedLabel *title_;
+	ElidedLabel *notes_;
+	QPushButton *download_;
+	QPushButton *close_;
+	QLabel *quit_hint_;
+};
+
+} // namespace kalvio
