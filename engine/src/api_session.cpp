@@ -5,6 +5,8 @@
 #include "call.h"
 #include "pipeline.h"
 
+#include <hwy/targets.h>
+
 #include <memory>
 #include <thread>
 
@@ -56,6 +58,10 @@ kl_engine *kl_engine_create(const kl_engine_config *config)
 		const std::shared_ptr<Log> log = current_log();
 		if (config == nullptr || config->resource_path == nullptr) {
 			log->write(LogLevel::Error, "no engine: no resource bundle was named");
+			return nullptr;
+		}
+		if ((hwy::SupportedTargets() & HWY_SSE4) == 0) {
+			log->write(LogLevel::Error, "no engine: the processor has no SSE4 instructions");
 			return nullptr;
 		}
 		Bundle resources;

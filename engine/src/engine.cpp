@@ -13,7 +13,10 @@ int next_engine_number()
 
 } // namespace
 
-kl_engine::kl_engine(std::shared_ptr<Log> engine_log) : number(next_engine_number()), log(std::move(engine_log)) {}
+kl_engine::kl_engine(std::shared_ptr<Log> engine_log)
+	: number(next_engine_number()), log(std::move(engine_log)), pool(Pool::acquire())
+{
+}
 
 void kl_engine::emit(Event event, const std::string &message)
 {

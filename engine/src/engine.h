@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "frame_memory.h"
 #include "kalvio_engine.h"
 #include "log.h"
+#include "pool.h"
 #include "settings.h"
 
 #include <atomic>
@@ -30,7 +32,9 @@ struct kl_engine {
 	const std::shared_ptr<kalvio::engine::Log> log;
 	std::atomic_flag busy = ATOMIC_FLAG_INIT;
 
+	std::shared_ptr<kalvio::engine::Pool> pool; // set once; tests put in one of another size
 	kalvio::engine::Settings settings;
+	kalvio::engine::FrameMemory memory;
 
 	kl_event_callback callback = nullptr;
 	void *callback_user_data = nullptr;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 struct kl_engine;
@@ -16,6 +17,10 @@ struct Frame {
 	int width;
 	int height;
 	int stride_bytes;
+
+	const uint8_t *input_row(int y) const { return input + size_t(y) * size_t(stride_bytes); }
+	uint8_t *output_row(int y) const { return output + size_t(y) * size_t(stride_bytes); }
+	size_t row_bytes() const { return size_t(width) * bytes_per_pixel; }
 };
 
 // Writes the whole output according to the engine's settings and loaded effects.

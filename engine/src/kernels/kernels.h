@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <cstdint>
+
+// The hot loops, compiled for every instruction set and picked at run time. All of them give the same bytes on each:
+// floating-point work is element by element in one order, without fused multiply-add.
+//
+// Rows are RGBA, 8 bits a channel, in scratch memory: readable and writable `row_padding_bytes` beyond both ends. Cells
+// are what 4 x 4 pixels become on a reduced grid.
+namespace kalvio::engine::kernels {
+
+inline constexpr int row_padding_bytes = 128;
+// A row of cells or of field values can be read and written this many elements beyond its end.
+inline constexpr int grid_padding = 64;
+
+// --- Reduced grid -------------------------------------------------------------------------------------------------
+
+// Four rows of `cells` * 4 pixels become cells of four floats: the mean of r, g and b less 128, and the sum of the
+// squares of these three.
+void cell_means(const uint8_t *const rows[4], int cells, float *out);
+
+// out[i] = sum over the rows of row[i].
+void add_rows(const float *const *rows, int row_count, int floats, float *out);
+
+// Sums of 2 * radius + 1 neighbouring cells of four floats each, times `scale`. `padded` starts `radius` cells before
+// the first output.
+void box_cells(const float *padded, int radius, int cells, float scale, float *out);
+
+// From window means {r, g, b, squares}, the keep factor and offset of a self-guided filter whose guide is all three
+// channels: keep = V^2 / (V^2 + epsilon^2), offset = (1 - keep) * mean. Out: {offset r, g, b, keep}. The squares make
+// the step from smoothed to kept steeper than the plain ratio, which still softens a strong edge by a tenth.
+void keep_and_offset(const float *means, int cells, float epsilon, float *out);
+
+// One row between two rows of 16-bit values, `weight` 0..32767 of the lower one.
+void lerp_rows(const int16_t *above, const int16_t *below, int16_t weight, int count, int16_t *out);
+
+// --- Retouch ------------------------------------------------------------------------------------------------------
+
+// Adjustments of tone, for the channels r g b a of two pixels.
+struct ToneGains {
+	int16_t gain[8];       // of the parabola 4 c (1 - c), in units of 1/32768 of half the range; alpha: 0
+	int16_t saturation[8]; // pull towards luma, 15 fraction bits; alpha: 0
+};
+
+// Values of one cell of the correction field without and with a skin mask. Each group of 8 holds the channels r g b a
+// of a pixel twice:
+//   0  smoothing offset, 6 fraction bits            16  skin slope, 12 fraction bits
+//   8  smoothing gain, 15 fraction bits             24  skin offset, 11 fraction bits
+inline constexpr int field_values = 16;
+inline constexpr int masked_field_values = 32;
+
+// Smooths and tones a row in place. `field` points at the first cell of a 4 x 4 grid, brought to this row's height; it
+// is read one cell before and behind the row. With a mask, alpha becomes the skin mask, else it is kept. `y` picks the
+// row of the dither pattern.
+void retouch_row(uint8_t *row, int width, const int16_t *field, bool masked, const ToneGains &tone, int y);
+
+// out = centre + strength * detail, where detail is taken against the 3 x 3 binomial mean and the result is held to the
+// neighbourhood's range and a little more, so that no halo appears. `strength` has 8 fraction bits, at most 4095. With
+// a mask the centre's alpha scales the strength. Alpha of `out` is that of the centre.
+void sharpen_row(const uint8_t *above, const uint8_t *centre, const uint8_t *below, int width, int strength,
+		 bool masked, uint8_t *out);
+
+// Gives `row` the alpha of `from`.
+void copy_alpha(const uint8_t *from, int width, uint8_t *row);
+
+} // namespace kalvio::engine::kernels

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <cstdint>
+
+namespace kalvio::engine::kernels {
+
+// Weights of the left and of the right neighbour cell for the four pixels of a cell, 15 fraction bits, each for the
+// four channels of its pixel: pixel centres lie 3/8 and 1/8 of a cell from the centre of their cell.
+alignas(64) inline constexpr int16_t left_weights[16] = {12288, 12288, 12288, 12288, 4096, 4096, 4096, 4096};
+alignas(64) inline constexpr int16_t right_weights[16] = {0,    0,    0,    0,    0,     0,     0,     0,
+							  4096, 4096, 4096, 4096, 12288, 12288, 12288, 12288};
+
+// Ordered dither (Bayer 4 x 4) over the six fraction bits that the last rounding drops: smoothing takes away the noise
+// that hides 8-bit steps, and a smooth cheek would show them. Alpha is rounded plainly.
+alignas(64) inline constexpr int16_t dither_rows[4][16] = {
+	{2, 2, 2, 32, 34, 34, 34, 32, 10, 10, 10, 32, 42, 42, 42, 32},
+	{50, 50, 50, 32, 18, 18, 18, 32, 58, 58, 58, 32, 26, 26, 26, 32},
+	{14, 14, 14, 32, 46, 46, 46, 32, 6, 6, 6, 32, 38, 38, 38, 32},
+	{62, 62, 62, 32, 30, 30, 30, 32, 54, 54, 54, 32, 22, 22, 22, 32},
+};
+
+alignas(16) inline constexpr int16_t luma_weights[8] = {6963, 23434, 2371, 0, 6963, 23434, 2371, 0}; // Rec. 709
+alignas(16) inline constexpr int16_t colour_lanes[8] = {-1, -1, -1, 0, -1, -1, -1, 0};
+
+inline constexpr int16_t white = 255 << 6;
+// 11 fraction bits, just short of 1: shifted to 15 bits it must not overflow.
+inline constexpr int16_t full_mask = 2047;
+
+} // namespace kalvio::engine::kernels

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+
+// kalvio-apply RESOURCES INPUT OUTPUT [NAME=VALUE...]: puts one picture through an engine, for example
+//   kalvio-apply build/linux/plugins/obs-kalvio/data/resource.kld in.jpg out.png smoothing=0.6 whitening=0.3
+#include "image.h"
+#include "image_writer.h"
+#include "kalvio_engine.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+namespace {
+
+using kalvio::engine::Image;
+
+struct NumberSetting {
+	const char *name;
+	int32_t (*set)(kl_engine *, float);
+};
+
+struct ChoiceSetting {
+	const char *name;
+	int32_t (*set)(kl_engine *, int32_t);
+};
+
+struct FileSetting {
+	const char *name;
+	int32_t (*set)(kl_engine *, const char *);
+};
+
+constexpr NumberSetting numbers[] = {
+	{"smoothing", kl_set_smoothing},
+	{"whitening", kl_set_whitening},
+	{"rosiness", kl_set_rosiness},
+	{"sharpening", kl_set_sharpening},
+	{"similarity", kl_set_chroma_key_similarity},
+	{"smoothness", kl_set_chroma_key_smoothness},
+	{"desaturation", kl_set_chroma_key_desaturation},
+	{"intensity", kl_set_filter_intensity},
+	{"blur", kl_set_virtual_background_blur},
+};
+
+constexpr ChoiceSetting choices[] = {
+	{"smoothing_style", kl_set_smoothing_style},
+	{"whitening_style", kl_set_whitening_style},
+	{"key", kl_set_chroma_key},
+};
+
+constexpr FileSetting files[] = {
+	{"filter", kl_set_filter},
+	{"sticker", kl_set_sticker},
+	{"background", kl_set_virtual_background},
+};
+
+int32_t apply(kl_engine *engine, const std::string &name, const char *value)
+{
+	for (const NumberSetting &setting : numbers) {
+		if (name == setting.name)
+			return setting.set(engine, std::strtof(value, nullptr));
+	}
+	for (const ChoiceSetting &setting : choices) {
+		if (name == setting.name)
+			return setting.set(engine, std::atoi(value));
+	}
+	for (const FileSetting &setting : files) {
+		if (name == setting.name)
+			return setting.set(engine, value);
+	}
+	if (name == "skin_only")
+		return kl_set_beauty_skin_only(engine, std::atoi(value) != 0);
+	return KL_ERROR_INVALID_ARGUMENT;
+}
+
+double process(kl_engine *engine, const Image &input, Image &output)
+{
+	const auto start = std::chrono::steady_clock::now();
+	const int32_t status = kl_process_rgba(engine, input.pixels.data(), input.width, input.height, input.width * 4,
+					       output.pixels.data(), KL_PIXEL_FORMAT_RGBA, 0);
+	if (status != KL_OK)
+		throw std::runtime_error("the engine answered " + std::to_string(status));
+	return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+int run(int argc, char **argv)
+{
+	const kl_log_config log = {1, 0, 1, 0, nullptr};
+	kl_set_log_config(&log);
+	const kl_engine_config config = {0, 0, nullptr, argv[1], "kalvio-apply", 0};
+	const std::unique_ptr<kl_engine, void (*)(kl_engine *)> engine(kl_engine_create(&config), kl_engine_destroy);
+	Image input;
+	if (!engine || !load_image(argv[2], input))
+		throw std::runtime_error("the resources or the picture cannot be read");
+
+	int frames = 1;
+	for (int index = 4; index < argc; ++index) {
+		const std::string argument = argv[index];
+		const size_t equals = argument.find('=');
+		const std::string name = argument.substr(0, equals);
+		const char *value = equals == std::string::npos ? "" : argv[index] + equals + 1;
+		if (name == "frames")
+			frames = std::atoi(value);
+		else if (apply(engine.get(), name, value) != KL_OK)
+			throw std::runtime_error("cannot set " + argument);
+	}
+	Image output = input;
+	double fastest = 1e9;
+	for (int frame = 0; frame < frames; ++frame)
+		fastest = std::min(fastest, process(engine.get(), input, output));
+	std::printf("%dx%d %.2f ms\n", input.width, input.height, fastest);
+	kalvio::engine::write_image(argv[3], output, 94);
+	return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+	if (argc < 4) {
+		std::fprintf(stderr, "usage: kalvio-apply RESOURCES INPUT OUTPUT [NAME=VALUE...]\n");
+		return 2;
+	}
+	try {
+		return run(argc, argv);
+	} catch (const std::exception &error) {
+		std::fprintf(stderr, "kalvio-apply: %s\n", error.what());
+		return 1;
+	}
+}
