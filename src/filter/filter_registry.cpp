@@ -9,9 +9,15 @@ namespace kalvio {
 
 namespace {
 
+struct Entry {
+	obs_source_t *source;
+	uint64_t id;
+};
+
 struct Registry {
 	std::mutex mutex;
-	std::vector<obs_source_t *> filters;
+	std::vector<Entry> filters;
+	uint64_t last_id = 0;
 };
 
 Registry &registry()
@@ -27,7 +33,30 @@ OBSSourceAutoRelease reference_filter_at(int index)
 	const std::lock_guard lock(list.mutex);
 	if (index < 0 || static_cast<size_t>(index) >= list.filters.size())
 		return nullptr;
-	return obs_source_get_ref(list.filters[static_cast<size_t>(index)]);
+	return obs_source_get_ref(list.filters[static_cast<size_t>(index)].source);
+}
+
+OBSSourceAutoRelease reference_filter(uint64_t id)
+{
+	Registry &list = registry();
+	const std::lock_guard lock(list.mutex);
+	const auto entry = std::ranges::find(list.filters, id, &Entry::id);
+	return entry == list.filters.end() ? nullptr : obs_source_get_ref(entry->source);
+}
+
+void update(obs_source_t *filter, obs_data_t *settings)
+{
+	if (filter)
+		obs_source_update(filter, settings);
+}
+
+bool read_settings(obs_source_t *filter, obs_data_t *dest)
+{
+	if (!filter)
+		return false;
+	const OBSDataAutoRelease settings = obs_source_get_settings(filter);
+	obs_data_apply(dest, settings);
+	return true;
 }
 
 bool is_named(obs_source_t *source)
@@ -36,12 +65,13 @@ bool is_named(obs_source_t *source)
 	return name && *name;
 }
 
-std::string display_name(obs_source_t *filter)
+// Belongs to the host; good for as long as the registry is locked.
+const char *display_name(obs_source_t *filter)
 {
 	obs_source_t *parent = obs_filter_get_parent(filter);
 	if (is_named(parent))
 		return obs_source_get_name(parent);
-	return is_named(filter) ? obs_source_get_name(filter) : std::string();
+	return is_named(filter) ? obs_source_get_name(filter) : "";
 }
 
 } // namespace
@@ -52,15 +82,15 @@ void register_filter(obs_source_t *source)
 		return;
 	Registry &list = registry();
 	const std::lock_guard lock(list.mutex);
-	if (std::ranges::find(list.filters, source) == list.filters.end())
-		list.filters.push_back(source);
+	if (std::ranges::find(list.filters, source, &Entry::source) == list.filters.end())
+		list.filters.push_back({source, ++list.last_id});
 }
 
 void unregister_filter(obs_source_t *source)
 {
 	Registry &list = registry();
 	const std::lock_guard lock(list.mutex);
-	std::erase(list.filters, source);
+	std::erase_if(list.filters, [source](const Entry &entry) { return entry.source == source; });
 }
 
 std::vector<std::string> registered_filter_names()
@@ -69,29 +99,41 @@ std::vector<std::string> registered_filter_names()
 	const std::lock_guard lock(list.mutex);
 	std::vector<std::string> names;
 	names.reserve(list.filters.size());
-	std::ranges::transform(list.filters, std::back_inserter(names), display_name);
+	std::ranges::transform(list.filters, std::back_inserter(names), display_name, &Entry::source);
 	return names;
+}
+
+void list_registered_filters(std::vector<RegisteredFilter> &filters)
+{
+	Registry &list = registry();
+	const std::lock_guard lock(list.mutex);
+	filters.resize(list.filters.size());
+	for (size_t index = 0; index < filters.size(); ++index) {
+		filters[index].id = list.filters[index].id;
+		filters[index].name = display_name(list.filters[index].source);
+	}
 }
 
 void update_filter_at(int index, obs_data_t *settings)
 {
-	if (!settings)
-		return;
-	const OBSSourceAutoRelease filter = reference_filter_at(index);
-	if (filter)
-		obs_source_update(filter, settings);
+	if (settings)
+		update(reference_filter_at(index), settings);
 }
 
 bool read_filter_settings_at(int index, obs_data_t *dest)
 {
-	if (!dest)
-		return false;
-	const OBSSourceAutoRelease filter = reference_filter_at(index);
-	if (!filter)
-		return false;
-	const OBSDataAutoRelease settings = obs_source_get_settings(filter);
-	obs_data_apply(dest, settings);
-	return true;
+	return dest && read_settings(reference_filter_at(index), dest);
+}
+
+void update_filter(uint64_t id, obs_data_t *settings)
+{
+	if (settings)
+		update(reference_filter(id), settings);
+}
+
+bool read_filter_settings(uint64_t id, obs_data_t *dest)
+{
+	return dest && read_settings(reference_filter(id), dest);
 }
 
 void update_all_filters(obs_data_t *settings)
@@ -104,8 +146,8 @@ void update_all_filters(obs_data_t *settings)
 		Registry &list = registry();
 		const std::lock_guard lock(list.mutex);
 		filters.reserve(list.filters.size());
-		for (obs_source_t *listed : list.filters) {
-			OBSSourceAutoRelease filter = obs_source_get_ref(listed);
+		for (const Entry &entry : list.filters) {
+			OBSSourceAutoRelease filter = obs_source_get_ref(entry.source);
 			if (filter)
 				filters.push_back(std::move(filter));
 		}

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <obs.h>
 #include <string>
 #include <vector>
 
-// The live filters of the process, in order of creation; the panel finds them here by their position. The list has a
-// mutex of its own, which is never held while a filter is updated or its settings are read, and never together with
-// another lock. It is never destroyed: the host may free filters after the module's unload. Any thread.
+// The live filters of the process, in order of creation; the panel finds them here. A position belongs to whatever
+// filter has moved there, an id to one filter only. The list has a mutex of its own, which is never held while a filter
+// is updated or its settings are read, and never together with another lock. It is never destroyed: the host may free
+// filters after the module's unload. Any thread.
 namespace kalvio {
 
 // Appends `source` unless it is null or listed already; it is not referenced.
@@ -19,6 +21,16 @@ void unregister_filter(obs_source_t *source);
 // One entry a filter: the name of the source it sits on, else its own name, else "".
 std::vector<std::string> registered_filter_names();
 
+struct RegisteredFilter {
+	uint64_t id = 0;  // never given to another filter; 0 to none
+	std::string name; // as above
+
+	bool operator==(const RegisteredFilter &) const = default;
+};
+
+// The whole list at one moment, into `filters`, whose memory is used again.
+void list_registered_filters(std::vector<RegisteredFilter> &filters);
+
 // Merges `settings` into the filter's settings and lets it apply them. Null settings, an index out of range and a
 // filter that is going away are ignored.
 void update_filter_at(int index, obs_data_t *settings);
@@ -26,6 +38,10 @@ void update_filter_at(int index, obs_data_t *settings);
 // Copies the filter's settings over `dest`. False, and `dest` untouched, when it is null, the index is out of range or
 // the filter is going away.
 bool read_filter_settings_at(int index, obs_data_t *dest);
+
+// The same for the filter with this id, wherever it stands by now. Ids that are gone are ignored, or false.
+void update_filter(uint64_t id, obs_data_t *settings);
+bool read_filter_settings(uint64_t id, obs_data_t *dest);
 
 // update_filter_at for every filter, in order.
 void update_all_filters(obs_data_t *settings);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "filter/filter_registry.h"
 #include "params/parameter_schema.h"
 #include "update/update_check.h"
 
@@ -9,22 +10,23 @@
 
 // Which filters the panel drives, and how its parameters travel to and from them. User-interface thread; knows no
 // widget.
+//
+// The panel always writes the whole set, so the one thing that must never happen is that it writes before it has read:
+// a filter that comes with settings of its own (host start, another scene collection) is read first, and values that
+// were meant for one filter never go to another that has taken its place.
 namespace kalvio {
 
-inline constexpr int never_polled = -1;
-
 struct Targeting {
-	ParameterSet parameters;        // what the controls show and edit; outlives every control
-	std::vector<std::string> names; // the registered filters, made unique; "" for a nameless one
-	int selected_index = 0;         // position in `names`; ignored while all are driven
-	int previous_count = never_polled;
-	bool pending_push = false; // the parameters must be written to the targets
-	bool changed = false;      // the controls must be refreshed
-	bool values_loaded = false;
-	UpdateStatus update;     // as of the last poll
-	std::string status_text; // translated
-	std::string names_signature;
-	std::string status_signature;
+	ParameterSet parameters;               // what the controls show and edit; outlives every control
+	std::vector<RegisteredFilter> filters; // as of the last poll
+	std::vector<std::string> names;        // one a filter, made unique; "" for a nameless one
+	int selected_index = 0;                // position in `names`; ignored while all are driven
+	bool pending_push = false;             // the parameters must be written to the targets
+	bool changed = true;                   // the controls must be refreshed
+	bool values_loaded = false;            // the parameters come from one of `filters`
+	bool filters_loading = false;          // between begin_loading_filters and end_loading_filters
+	UpdateStatus update;                   // as of the last poll
+	std::string status_text;               // translated
 };
 
 // The one record of the process; never destroyed. Whether all filters are driven is ui_preferences().apply_global.
@@ -37,7 +39,13 @@ void poll_targets();
 // Reads and clears `changed`.
 bool take_changed();
 
-// Loads the parameters from filter `index` and sets `changed`. False, and nothing changed, when it is gone.
+// The host is about to load filters with their saved settings, or has done so. In between nothing is written, and what
+// the panel shows afterwards was read from the filters. What is pending is written before the old filters go.
+void begin_loading_filters();
+void end_loading_filters();
+
+// Loads the parameters from filter `index` of the last poll and sets `changed`. False when it is gone: the parameters
+// stay as they are and are written nowhere until a filter has been loaded.
 bool sync_from_filter(int index);
 
 // Writes the whole set to the target filter, or to all, if a push is pending.

@@ -17,7 +17,8 @@ struct TranslationRow {
 
 extern const std::span<const TranslationRow> console_texts; // header, hints, settings, update, workspace
 extern const std::span<const TranslationRow> control_texts; // captions and sections of the seven pages
-extern const std::span<const TranslationRow> choice_texts;  // styles, colours, filters, stickers and backgrounds to choose
+extern const std::span<const TranslationRow>
+	choice_texts; // styles, colours, filters, stickers and backgrounds to choose
 
 // Text of `row` in `language`, or in English where the language has none or is not one of ours.
 const char *text_in_language(const TranslationRow &row, int language);

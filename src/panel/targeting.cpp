@@ -1,0 +1,260 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panel/targeting.h"
+
+#include "panel/translations.h"
+#include "panel/ui_preferences.h"
+
+#include <algorithm>
+#include <obs.hpp>
+#include <string_view>
+#include <tuple>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+namespace kalvio {
+
+namespace {
+
+using Filters = std::vector<RegisteredFilter>;
+
+// Adds " (2)", " (3)", ... to names that are taken. Numbers only grow, so each name is tried from where its last
+// namesake ended and the whole stays linear for a thousand sources of one name.
+std::vector<std::string> unique_names(const Filters &filters)
+{
+	std::vector<std::string> names;
+	names.reserve(filters.size());
+	std::unordered_set<std::string> taken;
+	std::unordered_map<std::string_view, int> next_number;
+	for (const RegisteredFilter &filter : filters) {
+		std::string name = filter.name;
+		if (taken.contains(name)) {
+			int &number = next_number.try_emplace(filter.name, 2).first->second;
+			do
+				name = filter.name + " (" + std::to_string(number++) + ")";
+			while (taken.contains(name));
+		}
+		taken.insert(name);
+		names.push_back(std::move(name));
+	}
+	return names;
+}
+
+bool have_same_ids(const Filters &left, const Filters &right)
+{
+	return std::ranges::equal(left, right, {}, &RegisteredFilter::id, &RegisteredFilter::id);
+}
+
+// Ids only grow along the list.
+bool have_common_id(const Filters &left, const Filters &right)
+{
+	return std::ranges::any_of(left, [&right](const RegisteredFilter &filter) {
+		return std::ranges::binary_search(right, filter.id, {}, &RegisteredFilter::id);
+	});
+}
+
+int clamp_index(int index, size_t count)
+{
+	return count == 0 ? 0 : std::clamp(index, 0, static_cast<int>(count) - 1);
+}
+
+int shown_index(const Targeting &state)
+{
+	return ui_preferences().apply_global ? 0 : state.selected_index;
+}
+
+// Where the panel's filters are now is decided by their ids, never by their number or names: what took the place of
+// another may bear its name and have values of its own.
+
+// Values that wait for one filter reach that filter before the list under them changes, and no other.
+void settle_single_push()
+{
+	if (!ui_preferences().apply_global)
+		push_pending();
+}
+
+// Loads, or leaves to be pushed, what the change from `before` to the current list asks for. True when values were
+// loaded.
+bool follow_list(Targeting &state, const Filters &before)
+{
+	const bool is_new_list =
+		state.filters_loading || !state.values_loaded || !have_common_id(before, state.filters);
+	const bool has_grown = before.size() < state.filters.size();
+	if (is_new_list) {
+		state.pending_push = false;
+		state.values_loaded = false;
+	} else if (ui_preferences().apply_global && has_grown) {
+		state.pending_push = true;
+	}
+	return !state.filters.empty() && !state.pending_push && sync_from_filter(shown_index(state));
+}
+
+// The first steps of a poll: list, names, and the values of a list that changed.
+void follow_registry()
+{
+	// Keeps its memory, so that a poll that finds nothing new allocates nothing.
+	static Filters &current = *new Filters;
+	list_registered_filters(current);
+
+	Targeting &state = targeting();
+	const bool is_other_list = !have_same_ids(state.filters, current);
+	if (is_other_list)
+		settle_single_push();
+
+	const bool needs_names = state.filters != current;
+	std::swap(state.filters, current);
+	if (needs_names) {
+		state.names = unique_names(state.filters);
+		state.changed = true;
+	}
+	state.selected_index = clamp_index(state.selected_index, state.filters.size());
+	if (is_other_list || !state.values_loaded)
+		follow_list(state, current);
+}
+
+// False when the filters that the panel knew have all been replaced since the last poll.
+bool has_known_filter(const Targeting &state)
+{
+	static Filters &current = *new Filters;
+	list_registered_filters(current);
+	return have_common_id(state.filters, current);
+}
+
+bool is_same(const UpdateStatus &left, const UpdateStatus &right)
+{
+	const auto fields = [](const UpdateStatus &status) {
+		return std::tie(status.forced, status.soft, status.latest, status.notes);
+	};
+	return fields(left) == fields(right);
+}
+
+void follow_update_service()
+{
+	start_update_check_if_due();
+	UpdateStatus status = update_status();
+	Targeting &state = targeting();
+	if (is_same(status, state.update))
+		return;
+	state.update = std::move(status);
+	state.changed = true;
+}
+
+void save_preferences_if_dirty()
+{
+	UiPreferences &preferences = ui_preferences();
+	if (!std::exchange(preferences.dirty, false))
+		return;
+	save_ui_prefs();
+}
+
+} // namespace
+
+Targeting &targeting()
+{
+	static Targeting &instance = *new Targeting;
+	return instance;
+}
+
+void poll_targets()
+{
+	Targeting &state = targeting();
+	follow_registry();
+	state.status_text = translate(state.filters.empty() ? "obs.noFilter" : "console.live");
+	follow_update_service();
+	save_preferences_if_dirty();
+	push_pending();
+}
+
+bool take_changed()
+{
+	return std::exchange(targeting().changed, false);
+}
+
+void begin_loading_filters()
+{
+	push_pending();
+	targeting().filters_loading = true;
+	targeting().values_loaded = false;
+}
+
+void end_loading_filters()
+{
+	targeting().values_loaded = false;
+	follow_registry();
+	targeting().filters_loading = false;
+}
+
+bool sync_from_filter(int index)
+{
+	Targeting &state = targeting();
+	state.values_loaded = false;
+	if (index < 0 || static_cast<size_t>(index) >= state.filters.size())
+		return false;
+	const OBSDataAutoRelease settings = obs_data_create();
+	register_defaults(settings);
+	if (!read_filter_settings(state.filters[static_cast<size_t>(index)].id, settings))
+		return false;
+	read_parameters(settings, state.parameters);
+	state.values_loaded = true;
+	state.changed = true;
+	return true;
+}
+
+void push_pending()
+{
+	Targeting &state = targeting();
+	if (!std::exchange(state.pending_push, false) || state.filters_loading || !state.values_loaded)
+		return;
+
+	const OBSDataAutoRelease settings = obs_data_create();
+	write_parameters(state.parameters, settings);
+	const auto selected = static_cast<size_t>(state.selected_index);
+	if (!ui_preferences().apply_global) {
+		if (selected < state.filters.size())
+			update_filter(state.filters[selected].id, settings);
+	} else if (has_known_filter(state)) {
+		update_all_filters(settings);
+	}
+}
+
+void push_change()
+{
+	targeting().pending_push = true;
+	push_pending();
+}
+
+void select_target(bool previous_apply_global, int previous_index)
+{
+	Targeting &state = targeting();
+	UiPreferences &preferences = ui_preferences();
+	if (preferences.apply_global != previous_apply_global) {
+		preferences.dirty = true;
+		if (preferences.apply_global) {
+			push_change();
+		} else {
+			state.pending_push = false;
+			sync_from_filter(state.selected_index);
+		}
+	} else if (!preferences.apply_global && state.selected_index != previous_index) {
+		state.pending_push = false;
+		sync_from_filter(state.selected_index);
+	}
+	save_preferences_if_dirty();
+}
+
+void reset_all_parameters()
+{
+	ParameterSet &parameters = targeting().parameters;
+	const bool enabled = parameters.enabled;
+	parameters = ParameterSet();
+	parameters.enabled = enabled;
+	push_change();
+}
+
+bool controls_enabled()
+{
+	const Targeting &state = targeting();
+	return !state.filters.empty() && !state.update.forced;
+}
+
+} // namespace kalvio

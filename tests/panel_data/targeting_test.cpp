@@ -1,0 +1,679 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panel/targeting.h"
+
+#include "kit/call_journal.h"
+#include "targeting_fixture.h"
+
+#include <filesystem>
+#include <obs.hpp>
+
+using namespace kalvio;
+using kalvio::test::FakeSource;
+using kalvio::test::TargetingTest;
+
+using Names = std::vector<std::string>;
+
+// The list of names
+
+TEST_F(TargetingTest, TwoFiltersOfOneNameAreNumbered)
+{
+	add_filter("Camera");
+	add_filter("Camera");
+	add_filter("Screen");
+	add_filter("Camera");
+	poll_targets();
+	EXPECT_EQ(targeting().names, (Names{"Camera", "Camera (2)", "Screen", "Camera (3)"}));
+}
+
+TEST_F(TargetingTest, NumberThatIsTakenIsSkipped)
+{
+	add_filter("Camera (2)");
+	add_filter("Camera");
+	add_filter("Camera");
+	add_filter("Camera (2)");
+	poll_targets();
+	EXPECT_EQ(targeting().names, (Names{"Camera (2)", "Camera", "Camera (3)", "Camera (2) (2)"}));
+}
+
+TEST_F(TargetingTest, NamelessFiltersKeepAnEmptyName)
+{
+	FakeSource &first = add_filter("");
+	first.nameless = true;
+	FakeSource &second = add_filter("");
+	second.name = "";
+	poll_targets();
+	EXPECT_EQ(targeting().names, (Names{"", " (2)"}));
+}
+
+TEST_F(TargetingTest, FilterOfANamelessSourceShowsItsOwnName)
+{
+	add_filter("").name = "Beauty of my own";
+	poll_targets();
+	EXPECT_EQ(targeting().names, (Names{"Beauty of my own"}));
+}
+
+TEST_F(TargetingTest, NamesAreTakenAsTheyAre)
+{
+	const Names odd = {"<b>Camera</b>", "two\nlines", "\u202Eright to left", "مرحبا", std::string(10'000, 'x')};
+	for (const std::string &name : odd)
+		add_filter(name);
+	poll_targets();
+	EXPECT_EQ(targeting().names, odd);
+}
+
+TEST_F(TargetingTest, NamesThatOnlyALineBreakSetsApartAreToldApart)
+{
+	FakeSource &first = add_filter("a\nb");
+	FakeSource &second = add_filter("c");
+	poll_targets();
+	take_changed();
+	first.parent->name = "a";
+	second.parent->name = "b\nc";
+	poll_targets();
+	EXPECT_TRUE(take_changed());
+}
+
+TEST_F(TargetingTest, RenamedSourceShowsItsNewNameAndKeepsTheValues)
+{
+	FakeSource &filter = add_filter("Camera", 0.25);
+	poll_targets();
+	take_changed();
+	filter.parent->name = "Webcam";
+	poll_targets();
+	EXPECT_EQ(targeting().names, Names{"Webcam"});
+	EXPECT_TRUE(take_changed());
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+}
+
+// Refreshing
+
+TEST_F(TargetingTest, FirstPollAsksForARefresh)
+{
+	poll_targets();
+	EXPECT_TRUE(take_changed());
+}
+
+TEST_F(TargetingTest, PollThatFindsNothingNewAsksForNoRefresh)
+{
+	add_filter("Camera");
+	poll_targets();
+	take_changed();
+	poll_targets();
+	EXPECT_FALSE(take_changed());
+}
+
+TEST_F(TargetingTest, TakeChangedClearsTheFlag)
+{
+	targeting().changed = true;
+	EXPECT_TRUE(take_changed());
+	EXPECT_FALSE(take_changed());
+}
+
+TEST_F(TargetingTest, EachPartOfTheUpdateStatusAsksForARefresh)
+{
+	const UpdateStatus statuses[] = {
+		{false, true, "", ""},
+		{true, false, "", ""},
+		{true, false, "2.0.0", ""},
+		{true, false, "2.0.0", "New"},
+	};
+	poll_targets();
+	for (const UpdateStatus &status : statuses) {
+		take_changed();
+		test::set_update_status(status);
+		poll_targets();
+		EXPECT_TRUE(take_changed());
+	}
+	EXPECT_EQ(targeting().update.notes, "New");
+}
+
+TEST_F(TargetingTest, EachPollAsksTheUpdateServiceOnce)
+{
+	poll_targets();
+	poll_targets();
+	EXPECT_EQ(test::update_check_polls(), 2);
+}
+
+TEST_F(TargetingTest, StatusTextTellsWhetherThereIsAFilter)
+{
+	poll_targets();
+	EXPECT_EQ(targeting().status_text, "Add Kalvio Beauty filter first");
+	add_filter("Camera");
+	poll_targets();
+	EXPECT_EQ(targeting().status_text, "Live");
+}
+
+TEST_F(TargetingTest, ControlsAreEnabledWithAFilterThatIsNotPaused)
+{
+	poll_targets();
+	EXPECT_FALSE(controls_enabled());
+	add_filter("Camera");
+	poll_targets();
+	EXPECT_TRUE(controls_enabled());
+	test::set_update_status({true, false, "", ""});
+	poll_targets();
+	EXPECT_FALSE(controls_enabled());
+}
+
+// Loading values
+
+TEST_F(TargetingTest, FirstFilterIsReadAndNotWritten)
+{
+	poll_targets();
+	FakeSource &filter = add_filter("Camera", 0.5);
+	poll_targets();
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.5f);
+	EXPECT_EQ(take_updates(filter), 0);
+}
+
+TEST_F(TargetingTest, AbsentSettingsShowTheirDefaults)
+{
+	add_filter("Camera");
+	targeting().parameters.filter_id = "rose";
+	targeting().parameters.filter_intensity = 0.1f;
+	poll_targets();
+	EXPECT_EQ(targeting().parameters, ParameterSet());
+}
+
+TEST_F(TargetingTest, HostStartWithAllSourcesKeepsEverySavedValue)
+{
+	ui_preferences().apply_global = true;
+	poll_targets(); // before the host has loaded anything
+	FakeSource &first = add_filter("Camera", 0.25);
+	FakeSource &second = add_filter("Screen", 0.75);
+	poll_targets();
+	poll_targets();
+	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.25);
+	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.75);
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+	EXPECT_EQ(take_updates(first) + take_updates(second), 0);
+}
+
+TEST_F(TargetingTest, HostStartThatIsPolledHalfWayKeepsEverySavedValue)
+{
+	ui_preferences().apply_global = true;
+	begin_loading_filters();
+	FakeSource &first = add_filter("Camera", 0.25);
+	poll_targets();
+	FakeSource &second = add_filter("Screen", 0.75);
+	poll_targets();
+	end_loading_filters();
+	poll_targets();
+	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.25);
+	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.75);
+}
+
+TEST_F(TargetingTest, EmptiedAndRefilledListIsReadAgain)
+{
+	ui_preferences().apply_global = true;
+	add_filter("Camera", 0.25);
+	poll_targets();
+	remove_all_filters();
+	poll_targets();
+	FakeSource &next = add_filter("Camera", 0.75);
+	poll_targets();
+	EXPECT_DOUBLE_EQ(smoothing_of(next), 0.75);
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+}
+
+// Between two polls the host puts other filters in the place of the old ones: fewer, as many, more.
+TEST_F(TargetingTest, OtherCollectionWithAllSourcesKeepsEverySavedValue)
+{
+	ui_preferences().apply_global = true;
+	for (const int count : {3, 1, 1, 4, 4, 2}) {
+		remove_all_filters();
+		std::vector<FakeSource *> filters;
+		for (int i = 0; i < count; ++i)
+			filters.push_back(&add_filter("Camera", 0.125 * (i + 1)));
+		poll_targets();
+		poll_targets();
+		for (int i = 0; i < count; ++i)
+			EXPECT_DOUBLE_EQ(smoothing_of(*filters[static_cast<size_t>(i)]), 0.125 * (i + 1));
+		EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.125f);
+	}
+}
+
+TEST_F(TargetingTest, OtherCollectionKeepsItsValues_WhenAChangeWasWaiting)
+{
+	for (const bool all : {false, true}) {
+		remove_all_filters();
+		poll_targets();
+		ui_preferences().apply_global = all;
+		add_filter("Camera", 0.25);
+		poll_targets();
+		targeting().parameters.enabled = false;
+		targeting().pending_push = true; // as the live toggle leaves it
+		remove_all_filters();
+		FakeSource &next = add_filter("Camera", 0.75);
+		poll_targets();
+		EXPECT_DOUBLE_EQ(smoothing_of(next), 0.75);
+		EXPECT_EQ(take_updates(next), 0);
+		EXPECT_TRUE(targeting().parameters.enabled);
+	}
+}
+
+TEST_F(TargetingTest, OtherCollectionKeepsItsValues_WhenASliderMovesBeforeThePoll)
+{
+	for (const bool all : {false, true}) {
+		remove_all_filters();
+		poll_targets();
+		ui_preferences().apply_global = all;
+		add_filter("Camera", 0.25);
+		poll_targets();
+		remove_all_filters();
+		FakeSource &next = add_filter("Camera", 0.75);
+		targeting().parameters.smoothing = 0.1f;
+		push_change();
+		EXPECT_DOUBLE_EQ(smoothing_of(next), 0.75);
+		poll_targets();
+		EXPECT_DOUBLE_EQ(smoothing_of(next), 0.75);
+		EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	}
+}
+
+TEST_F(TargetingTest, ChangeThatWaitsIsWrittenBeforeTheHostLoadsOtherFilters)
+{
+	for (const bool all : {false, true}) {
+		ui_preferences().apply_global = all;
+		FakeSource &filter = add_filter("Camera", 0.25);
+		poll_targets();
+		targeting().parameters.enabled = false;
+		targeting().pending_push = true;
+		begin_loading_filters();
+		EXPECT_FALSE(obs_data_get_bool(filter.settings, "enabled"));
+		remove_all_filters();
+		end_loading_filters();
+	}
+}
+
+TEST_F(TargetingTest, NothingIsWrittenWhileTheHostLoads)
+{
+	ui_preferences().apply_global = true;
+	FakeSource &filter = add_filter("Camera", 0.25);
+	poll_targets();
+	begin_loading_filters();
+	for (int i = 0; i < 2; ++i) {
+		targeting().parameters.smoothing = 0.9f;
+		push_change();
+		poll_targets();
+		EXPECT_DOUBLE_EQ(smoothing_of(filter), 0.25);
+	}
+	targeting().parameters.smoothing = 0.9f;
+	push_change();
+	end_loading_filters();
+	poll_targets();
+	EXPECT_DOUBLE_EQ(smoothing_of(filter), 0.25);
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+}
+
+TEST_F(TargetingTest, LoadingThatChangedNothingLeavesThePanelUsable)
+{
+	FakeSource &filter = add_filter("Camera", 0.25);
+	poll_targets();
+	begin_loading_filters();
+	end_loading_filters();
+	targeting().parameters.smoothing = 0.5f;
+	push_change();
+	EXPECT_DOUBLE_EQ(smoothing_of(filter), 0.5);
+}
+
+TEST_F(TargetingTest, ReplacedFilterOfTheSameNameIsReadAgain)
+{
+	add_filter("Screen", 0.5);
+	FakeSource &old = add_filter("Camera", 0.25);
+	poll_targets();
+	choose(1);
+	remove_filter(old);
+	add_filter("Camera", 0.75);
+	poll_targets();
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+}
+
+TEST_F(TargetingTest, ValuesChangedElsewhereAreNotReadWhileTheListStays)
+{
+	FakeSource &filter = add_filter("Camera", 0.25);
+	poll_targets();
+	obs_data_set_double(filter.settings, "smoothing", 0.75);
+	poll_targets();
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+}
+
+TEST_F(TargetingTest, FilterThatCannotBeReadIsTriedAgainAndNotWritten)
+{
+	FakeSource &filter = add_filter("Camera", 0.25);
+	filter.refuses_references = true;
+	poll_targets();
+	filter.refuses_references = false;
+	targeting().parameters.smoothing = 0.9f;
+	push_change();
+	EXPECT_DOUBLE_EQ(smoothing_of(filter), 0.25);
+	poll_targets();
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+}
+
+// One source
+
+TEST_F(TargetingTest, ChangeGoesToTheChosenFilterOnly)
+{
+	FakeSource &first = add_filter("Camera", 0.25);
+	FakeSource &second = add_filter("Screen", 0.75);
+	poll_targets();
+	choose(1);
+	targeting().parameters.smoothing = 0.5f;
+	push_change();
+	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.25);
+	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.5);
+}
+
+TEST_F(TargetingTest, ChangeWritesTheWholeSet)
+{
+	FakeSource &filter = add_filter("Camera");
+	poll_targets();
+	targeting().parameters.sticker_id = "fox";
+	targeting().parameters.reshape[10] = -0.5f;
+	push_change();
+	ParameterSet written;
+	read_parameters(filter.settings, written);
+	EXPECT_EQ(written, targeting().parameters);
+	size_t keys = 0;
+	visit_parameters(written,
+			 [&](const char *key, auto &) { keys += obs_data_has_user_value(filter.settings, key); });
+	EXPECT_EQ(keys, 75u);
+}
+
+TEST_F(TargetingTest, ChoosingAnotherSourceReadsItAndWritesNothing)
+{
+	FakeSource &first = add_filter("Camera", 0.25);
+	FakeSource &second = add_filter("Screen", 0.75);
+	poll_targets();
+	take_changed();
+	choose(1);
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	EXPECT_TRUE(take_changed());
+	EXPECT_EQ(take_updates(first) + take_updates(second), 0);
+}
+
+TEST_F(TargetingTest, ChoosingTheSameSourceAgainDoesNothing)
+{
+	FakeSource &filter = add_filter("Camera", 0.25);
+	poll_targets();
+	take_changed();
+	obs_data_set_double(filter.settings, "smoothing", 0.75);
+	choose(0);
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+	EXPECT_FALSE(take_changed());
+	EXPECT_EQ(take_updates(filter), 0);
+	EXPECT_FALSE(std::filesystem::exists(folder.file("config/ui.json")));
+}
+
+TEST_F(TargetingTest, ChoosingAFilterThatIsGoneWritesToNobody)
+{
+	FakeSource &first = add_filter("Camera", 0.25);
+	FakeSource &second = add_filter("Screen", 0.75);
+	poll_targets();
+	second.refuses_references = true;
+	choose(1);
+	second.refuses_references = false;
+	push_change();
+	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.25);
+	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.75);
+	poll_targets();
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+}
+
+TEST_F(TargetingTest, AddedFilterReloadsThePanelFromTheChosenOne)
+{
+	FakeSource &chosen = add_filter("Camera", 0.25);
+	poll_targets();
+	obs_data_set_double(chosen.settings, "smoothing", 0.5);
+	FakeSource &added = add_filter("Screen", 0.75);
+	poll_targets();
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.5f);
+	EXPECT_EQ(take_updates(chosen) + take_updates(added), 0);
+}
+
+TEST_F(TargetingTest, RemovingTheLastAndChosenFilterMovesToTheLastThatRemains)
+{
+	add_filter("Camera", 0.25);
+	add_filter("Screen", 0.5);
+	FakeSource &third = add_filter("Game", 0.75);
+	poll_targets();
+	choose(2);
+	remove_filter(third);
+	poll_targets();
+	EXPECT_EQ(targeting().selected_index, 1);
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.5f);
+}
+
+TEST_F(TargetingTest, RemovingAnEarlierFilterLoadsWhatMovedIntoTheChosenPlace)
+{
+	FakeSource &first = add_filter("Camera", 0.25);
+	add_filter("Screen", 0.5);
+	FakeSource &third = add_filter("Game", 0.75);
+	poll_targets();
+	choose(1);
+	remove_filter(first);
+	poll_targets();
+	EXPECT_EQ(targeting().selected_index, 1);
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	EXPECT_EQ(take_updates(third), 0);
+}
+
+// The filter before the chosen one goes while a change waits, or while a slider moves: another filter stands in the
+// chosen place now.
+TEST_F(TargetingTest, ChangeReachesTheFilterItWasMadeFor_WhenPlacesShift)
+{
+	for (const bool waits : {true, false}) {
+		remove_all_filters();
+		FakeSource &first = add_filter("Camera", 0.25);
+		FakeSource &chosen = add_filter("Screen", 0.5);
+		FakeSource &third = add_filter("Game", 0.75);
+		poll_targets();
+		choose(1);
+		targeting().parameters.smoothing = 0.6f;
+		targeting().pending_push = waits;
+		remove_filter(first);
+		if (!waits)
+			push_change();
+		poll_targets();
+		EXPECT_FLOAT_EQ(static_cast<float>(smoothing_of(chosen)), 0.6f);
+		EXPECT_DOUBLE_EQ(smoothing_of(third), 0.75);
+		choose(0);
+	}
+}
+
+TEST_F(TargetingTest, ChangeForAFilterThatIsGoneIsDropped)
+{
+	FakeSource &first = add_filter("Camera", 0.25);
+	FakeSource &second = add_filter("Screen", 0.75);
+	poll_targets();
+	targeting().pending_push = true;
+	remove_filter(first);
+	poll_targets();
+	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.75);
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	EXPECT_FALSE(targeting().pending_push);
+}
+
+// All sources
+
+TEST_F(TargetingTest, ChangeGoesToEveryFilterInOrder)
+{
+	FakeSource &first = add_filter("Camera", 0.25);
+	FakeSource &second = add_filter("Screen", 0.75);
+	poll_targets();
+	drive_all(true);
+	test::call_journal().reset();
+	targeting().parameters.smoothing = 0.5f;
+	push_change();
+	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.5);
+	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.5);
+	EXPECT_EQ(test::call_journal().count("obs_source_update"), 2u);
+}
+
+TEST_F(TargetingTest, ChoosingAllWritesThePanelsValuesToEveryFilterAtOnce)
+{
+	FakeSource &first = add_filter("Camera", 0.25);
+	FakeSource &second = add_filter("Screen", 0.75);
+	poll_targets();
+	drive_all(true);
+	EXPECT_EQ(take_updates(first), 1);
+	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.25);
+	EXPECT_TRUE(saved_apply_global());
+	EXPECT_FALSE(ui_preferences().dirty);
+}
+
+TEST_F(TargetingTest, ChoosingOneAfterAllReadsItAndWritesNothing)
+{
+	FakeSource &first = add_filter("Camera", 0.25);
+	FakeSource &second = add_filter("Screen", 0.75);
+	ui_preferences().apply_global = true;
+	poll_targets();
+	targeting().pending_push = true;
+	choose(1);
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	EXPECT_EQ(take_updates(first) + take_updates(second), 0);
+	EXPECT_FALSE(targeting().pending_push);
+	EXPECT_TRUE(std::filesystem::exists(folder.file("config/ui.json")));
+	EXPECT_FALSE(saved_apply_global());
+}
+
+TEST_F(TargetingTest, ChoosingOneWithoutAnyFilterOnlySavesTheChoice)
+{
+	ui_preferences().apply_global = true;
+	poll_targets();
+	targeting().pending_push = true;
+	drive_all(false);
+	EXPECT_FALSE(targeting().pending_push);
+	EXPECT_FALSE(ui_preferences().dirty);
+	EXPECT_TRUE(std::filesystem::exists(folder.file("config/ui.json")));
+}
+
+TEST_F(TargetingTest, ThirdSourceTakesThePanelsValuesAtTheNextPoll)
+{
+	add_filter("Camera", 0.25);
+	add_filter("Screen", 0.25);
+	poll_targets();
+	drive_all(true);
+	targeting().parameters.whitening = 0.5f;
+	push_change();
+	take_changed();
+	const ParameterSet before = targeting().parameters;
+	FakeSource &third = add_filter("Game", 0.75);
+	poll_targets();
+	EXPECT_DOUBLE_EQ(smoothing_of(third), 0.25);
+	EXPECT_DOUBLE_EQ(obs_data_get_double(third.settings, "whitening"), 0.5);
+	EXPECT_EQ(targeting().parameters, before);
+}
+
+TEST_F(TargetingTest, RemovedFilterReloadsThePanelFromTheFirst)
+{
+	FakeSource &first = add_filter("Camera", 0.25);
+	add_filter("Screen", 0.5);
+	ui_preferences().apply_global = true;
+	poll_targets();
+	remove_filter(first);
+	poll_targets();
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.5f);
+}
+
+TEST_F(TargetingTest, FilterThatIsGoingAwayIsSkipped)
+{
+	FakeSource &first = add_filter("Camera", 0.25);
+	FakeSource &second = add_filter("Screen", 0.25);
+	poll_targets();
+	drive_all(true);
+	first.refuses_references = true;
+	targeting().parameters.smoothing = 0.5f;
+	push_change();
+	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.25);
+	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.5);
+}
+
+// What waits for the poll
+
+TEST_F(TargetingTest, PollWritesAWaitingChangeOnce)
+{
+	FakeSource &filter = add_filter("Camera");
+	poll_targets();
+	targeting().parameters.enabled = false;
+	targeting().pending_push = true;
+	poll_targets();
+	EXPECT_FALSE(obs_data_get_bool(filter.settings, "enabled"));
+	EXPECT_EQ(take_updates(filter), 1);
+	poll_targets();
+	EXPECT_EQ(take_updates(filter), 0);
+}
+
+TEST_F(TargetingTest, WaitingChangeWithoutAnyFilterIsDropped)
+{
+	poll_targets();
+	targeting().pending_push = true;
+	push_pending();
+	EXPECT_FALSE(targeting().pending_push);
+}
+
+TEST_F(TargetingTest, PollSavesPreferencesThatChangedAndOnlyThen)
+{
+	poll_targets();
+	EXPECT_FALSE(std::filesystem::exists(folder.file("config/ui.json")));
+	ui_preferences().open_on_startup = false;
+	ui_preferences().dirty = true;
+	poll_targets();
+	EXPECT_FALSE(ui_preferences().dirty);
+	EXPECT_TRUE(std::filesystem::exists(folder.file("config/ui.json")));
+}
+
+TEST_F(TargetingTest, ResetRestoresEveryDefaultButTheSwitch)
+{
+	FakeSource &filter = add_filter("Camera", 0.25);
+	poll_targets();
+	targeting().parameters.enabled = false;
+	targeting().parameters.filter_intensity = 0.0f;
+	targeting().parameters.sticker_id = "fox";
+	reset_all_parameters();
+	ParameterSet expected;
+	expected.enabled = false;
+	ParameterSet written;
+	read_parameters(filter.settings, written);
+	EXPECT_EQ(targeting().parameters, expected);
+	EXPECT_EQ(written, expected);
+}
+
+TEST_F(TargetingTest, SelectedIndexIsKeptInsideTheList)
+{
+	add_filter("Camera");
+	for (const int index : {-5, 1, 1'000'000}) {
+		targeting().selected_index = index;
+		poll_targets();
+		EXPECT_EQ(targeting().selected_index, 0);
+	}
+}
+
+TEST_F(TargetingTest, PushWithAnIndexOutsideTheListWritesNothing)
+{
+	FakeSource &filter = add_filter("Camera", 0.25);
+	poll_targets();
+	targeting().selected_index = 7;
+	push_change();
+	targeting().selected_index = -1;
+	push_change();
+	EXPECT_EQ(take_updates(filter), 0);
+}
+
+TEST_F(TargetingTest, SyncOutsideTheListFails)
+{
+	add_filter("Camera");
+	poll_targets();
+	EXPECT_FALSE(sync_from_filter(1));
+	EXPECT_FALSE(sync_from_filter(-1));
+	EXPECT_TRUE(sync_from_filter(0));
+}
+
+TEST_F(TargetingTest, ThousandSourcesOfOneNameAreNumbered)
+{
+	for (int i = 0; i < 1000; ++i)
+		add_filter("Camera");
+	poll_targets();
+	EXPECT_EQ(targeting().names.back(), "Camera (1000)");
+}

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "targeting_fixture.h"
+
+namespace {
+
+kalvio::UpdateStatus &answer()
+{
+	static kalvio::UpdateStatus status;
+	return status;
+}
+
+int polls = 0;
+
+} // namespace
+
+namespace kalvio {
+
+namespace test {
+
+void set_update_status(const UpdateStatus &status)
+{
+	answer() = status;
+	polls = 0;
+}
+
+int update_check_polls()
+{
+	return polls;
+}
+
+} // namespace test
+
+void start_update_check_if_due()
+{
+	++polls;
+}
+
+UpdateStatus update_status()
+{
+	return answer();
+}
+
+} // namespace kalvio
