@@ -36,12 +36,27 @@ extern "C" {
 
 int32_t kl_set_filter(kl_engine *engine, const char *path)
 {
-	return load_bundle(engine, "filter", "filter", path);
+	return call(engine, [=](kl_engine &self) -> int32_t {
+		if (path == nullptr)
+			return KL_ERROR_INVALID_ARGUMENT;
+		ColorLattice lattice;
+		if (const ReadResult result = load_color_lattice(path, lattice); !result)
+			return self.report_failed_load("filter", path, result.status, result.reason);
+		self.effects.filter = std::move(lattice);
+		self.effects.lookup_intensity = -1;
+		self.log->write(LogLevel::Information, "engine %d: filter %s loaded", self.number, path);
+		return KL_OK;
+	});
 }
 
 int32_t kl_clear_filter(kl_engine *engine)
 {
-	return call(engine, [](kl_engine &) -> int32_t { return KL_OK; });
+	return call(engine, [](kl_engine &self) -> int32_t {
+		self.effects.filter.reset();
+		self.effects.lookup.clear();
+		self.effects.lookup_intensity = -1;
+		return KL_OK;
+	});
 }
 
 int32_t kl_set_sticker(kl_engine *engine, const char *path)

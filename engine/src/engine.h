@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "effects.h"
 #include "frame_memory.h"
 #include "kalvio_engine.h"
 #include "log.h"
@@ -34,6 +35,7 @@ struct kl_engine {
 
 	std::shared_ptr<kalvio::engine::Pool> pool; // set once; tests put in one of another size
 	kalvio::engine::Settings settings;
+	kalvio::engine::Effects effects;
 	kalvio::engine::FrameMemory memory;
 
 	kl_event_callback callback = nullptr;

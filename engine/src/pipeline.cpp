@@ -38,11 +38,24 @@ struct FramePlan {
 	bool masked = false;
 	kernels::ToneGains tone = {};
 	int sharpening = 0;
+	const int16_t *lookup = nullptr; // the colour filter
 
-	bool is_neutral() const { return !retouch && sharpening == 0; }
+	bool is_neutral() const { return !retouch && sharpening == 0 && lookup == nullptr; }
 };
 
-FramePlan plan_frame(const kl_engine &engine)
+// The colour filter, mixed with no change as the settings ask; null without one.
+const int16_t *prepare_lookup(Effects &effects, float intensity)
+{
+	if (!effects.filter || intensity == 0)
+		return nullptr;
+	if (effects.lookup_intensity != intensity) {
+		effects.lookup.build(*effects.filter, intensity);
+		effects.lookup_intensity = intensity;
+	}
+	return effects.lookup.cells();
+}
+
+FramePlan plan_frame(kl_engine &engine)
 {
 	const Settings &settings = engine.settings;
 	FramePlan plan;
@@ -50,6 +63,7 @@ FramePlan plan_frame(const kl_engine &engine)
 	plan.masked = plan.retouch && settings.skin_only;
 	plan.tone = tone_gains(settings);
 	plan.sharpening = static_cast<int>(std::lrint(settings.sharpening * strongest_sharpening));
+	plan.lookup = prepare_lookup(engine.effects, settings.filter_intensity);
 	return plan;
 }
 
@@ -128,6 +142,8 @@ void process_band(const FramePlan &plan, FrameMemory &memory, const Frame &frame
 		}
 		if (plan.masked)
 			restore_alpha(frame, y, slot.input, row);
+		if (plan.lookup != nullptr)
+			kernels::lookup_row(row, frame.width, plan.lookup);
 		std::memcpy(frame.output_row(y), row, frame.row_bytes());
 	}
 }

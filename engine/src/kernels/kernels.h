@@ -64,4 +64,27 @@ void sharpen_row(const uint8_t *above, const uint8_t *centre, const uint8_t *bel
 // Gives `row` the alpha of `from`.
 void copy_alpha(const uint8_t *from, int width, uint8_t *row);
 
+// --- Colour filter ------------------------------------------------------------------------------------------------
+
+// One cell of the lookup: eight pairs of lattice colours {r, g, b, 0} with 6 fraction bits. A colour lies in one of six
+// tetrahedra, told by the order of its three fractions; all hold the cell's two far corners, the pair `diagonal`. The
+// other two corners are the pair at the tetrahedron's code.
+struct LookupCell {
+	static constexpr int cells_a_side = 32;
+	static constexpr int values = 64;
+	static constexpr int diagonal = 1;
+	static constexpr int unused = 6;
+
+	// Code: 4 for r >= g, 2 for g >= b, 1 for r >= b. Channels 0, 1, 2 of the largest and the smallest fraction.
+	struct Order {
+		int code;
+		int largest;
+		int smallest;
+	};
+	static constexpr Order orders[6] = {{7, 0, 2}, {5, 0, 1}, {4, 2, 1}, {0, 2, 0}, {2, 1, 0}, {3, 1, 2}};
+};
+
+// Replaces the colours of a row; alpha is kept.
+void lookup_row(uint8_t *row, int width, const int16_t *cells);
+
 } // namespace kalvio::engine::kernels

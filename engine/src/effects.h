@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "stages/color_lookup.h"
+
+#include <optional>
+
+namespace kalvio::engine {
+
+// The effects that were loaded from files. A loader that fails leaves its place as it was.
+struct Effects {
+	std::optional<ColorLattice> filter;
+	ColorLookup lookup;
+	// The mix that `lookup` was built with; negative: it has to be built.
+	float lookup_intensity = -1;
+};
+
+} // namespace kalvio::engine

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "aligned.h"
+#include "bundle.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace kalvio::engine {
+
+// A colour filter: 33 x 33 x 33 colours, red fastest, each r, g, b in 0..65535, sRGB-encoded like the picture.
+struct ColorLattice {
+	static constexpr int side = 33;
+	static constexpr size_t values = size_t(side) * side * side * 3;
+	static constexpr const char *entry = "table.rgb16";
+
+	std::vector<uint16_t> colors;
+};
+
+// Reads a bundle of the kind "filter".
+ReadResult load_color_lattice(const char *path, ColorLattice &lattice);
+
+// The lattice, mixed with no change, laid out for interpolation in tetrahedra: of a cell's eight corners the four that
+// surround a colour are found with two loads (kernels::LookupCell).
+class ColorLookup {
+public:
+	// `intensity` 0..1. The mix may be made here since the interpolation of no change is exactly no change.
+	void build(const ColorLattice &lattice, float intensity);
+	void clear() { cells_.release(); }
+
+	const int16_t *cells() const { return cells_.data(); }
+	size_t bytes() const { return cells_.bytes(); }
+
+private:
+	Aligned<int16_t> cells_;
+};
+
+} // namespace kalvio::engine
