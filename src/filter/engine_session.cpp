@@ -72,7 +72,12 @@ bool ensure_engine(FilterInstance &instance)
 
 	// A fresh engine holds no effect, whatever was loaded into the one before it.
 	instance.resource_cache = {};
-	apply_stored_settings(instance);
+	try {
+		apply_stored_settings(instance);
+	} catch (...) {
+		instance.engine.reset(); // half its settings is not what the next call may take for an engine
+		throw;
+	}
 	return true;
 }
 

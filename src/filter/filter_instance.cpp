@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "filter/filter_instance.h"
 
+#include "filter/callback_shim.h"
 #include "filter/engine_session.h"
 #include "filter/filter_registry.h"
 #include "filter/frame_path.h"
@@ -15,6 +16,16 @@ namespace {
 obs_source_t *target_of(void *data)
 {
 	return data ? obs_filter_get_target(static_cast<FilterInstance *>(data)->source) : nullptr;
+}
+
+// A dock that cannot be shown costs no filter, and the registered one cannot be taken back without its data.
+void show_dock_or_log() noexcept
+{
+	try {
+		show_dock();
+	} catch (...) {
+		log_current_exception();
+	}
 }
 
 } // namespace
@@ -44,7 +55,7 @@ void *filter_create(obs_data_t *settings, obs_source_t *source)
 
 	register_filter(source);
 	if (frontend_ready())
-		show_dock();
+		show_dock_or_log();
 	return instance.release();
 }
 

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "filter/filter_properties.h"
 
+#include "filter/callback_shim.h"
 #include "filter/filter_instance.h"
 #include "panel/dock_host.h"
 
+#include <memory>
 #include <obs-module.h>
 #include <obs.hpp>
 
@@ -23,9 +25,10 @@ void forget_stored_hint(obs_source_t *source)
 
 obs_properties_t *filter_get_properties(void *data)
 {
-	obs_properties_t *properties = obs_properties_create();
+	std::unique_ptr<obs_properties_t, decltype(&obs_properties_destroy)> properties(obs_properties_create(),
+											obs_properties_destroy);
 
-	obs_property_t *hint = obs_properties_add_text(properties, "panel_hint",
+	obs_property_t *hint = obs_properties_add_text(properties.get(), "panel_hint",
 						       obs_module_text("Kalvio.PropertiesHint"), OBS_TEXT_INFO);
 	obs_property_text_set_info_word_wrap(hint, false);
 
@@ -33,9 +36,10 @@ obs_properties_t *filter_get_properties(void *data)
 	if (instance && instance->source)
 		forget_stored_hint(instance->source);
 
-	obs_properties_add_button(properties, "open_panel", obs_module_text("Kalvio.OpenPanel"), open_panel_clicked);
+	obs_properties_add_button(properties.get(), "open_panel", obs_module_text("Kalvio.OpenPanel"),
+				  Shim<open_panel_clicked>::call);
 	schedule_prop_center();
-	return properties;
+	return properties.release();
 }
 
 bool open_panel_clicked(obs_properties_t * /*properties*/, obs_property_t * /*property*/, void * /*data*/)

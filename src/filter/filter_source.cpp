@@ -1,44 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "filter/filter_source.h"
 
+#include "filter/callback_shim.h"
 #include "filter/filter_instance.h"
 #include "filter/filter_properties.h"
 #include "filter/frame_path.h"
 #include "params/parameter_schema.h"
 
-#include <exception>
-
 namespace kalvio {
 
 namespace {
-
-void log_current_exception() noexcept
-{
-	try {
-		throw;
-	} catch (const std::exception &error) {
-		blog(LOG_ERROR, "[Kalvio] unexpected error: %s", error.what());
-	} catch (...) {
-		blog(LOG_ERROR, "[Kalvio] unexpected error");
-	}
-}
-
-// The same function behind a door that no exception passes: the host is C. The fallback is a zero result.
-template <auto callback>
-struct Shim;
-
-template <class Result, class... Arguments, Result (*callback)(Arguments...)>
-struct Shim<callback> {
-	static Result call(Arguments... arguments) noexcept
-	{
-		try {
-			return callback(arguments...);
-		} catch (...) {
-			log_current_exception();
-			return Result();
-		}
-	}
-};
 
 void render_or_skip(void *data, gs_effect_t *effect)
 {
