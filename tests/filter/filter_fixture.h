@@ -107,9 +107,10 @@ inline std::vector<std::string> labels_of(const std::vector<Drawn> &screen)
 	return labels;
 }
 
-inline Picture inverted(Picture picture)
+// What the recording engine's inversion makes of a picture: all four channels.
+inline Picture engine_inverted(Picture picture)
 {
-	for (uint8_t &value : picture.pixels)
+	for (uint8_t &value : picture.rgba)
 		value = static_cast<uint8_t>(255 - value);
 	return picture;
 }

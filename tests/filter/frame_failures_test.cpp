@@ -37,7 +37,7 @@ protected:
 	{
 		ASSERT_EQ(screen.size(), 1u);
 		EXPECT_EQ(screen[0].what.rfind("texture ", 0), 0u);
-		EXPECT_EQ(screen[0].picture, inverted(camera_.picture));
+		EXPECT_EQ(screen[0].picture, engine_inverted(camera_.picture));
 	}
 
 	// The engine makes a visible difference.

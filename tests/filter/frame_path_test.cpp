@@ -125,21 +125,21 @@ TEST_F(FramePath, TheScreenShowsWhatTheEngineMadeOfThePicture)
 	create();
 	const std::vector<Drawn> screen = render();
 	ASSERT_EQ(labels_of(screen), Labels{"texture 1"});
-	EXPECT_EQ(screen[0].picture, inverted(camera_.picture));
+	EXPECT_EQ(screen[0].picture, engine_inverted(camera_.picture));
 }
 
 TEST_F(FramePath, TheEngineIsGivenThePictureBitForBitWithItsAlpha)
 {
 	create();
 	render();
-	EXPECT_EQ(last_engine_input(), camera_.picture.pixels);
+	EXPECT_EQ(last_engine_input(), camera_.picture.rgba);
 }
 
 TEST_F(FramePath, EachFrameShowsThatFrame)
 {
 	create();
 	for (int frame = 0; frame < 3; ++frame) {
-		for (uint8_t &value : camera_.picture.pixels)
+		for (uint8_t &value : camera_.picture.rgba)
 			value = static_cast<uint8_t>(value + 1);
 		const std::vector<Drawn> screen = render();
 		ASSERT_EQ(screen.size(), 1u);
@@ -153,7 +153,7 @@ TEST_F(FramePath, RowsWithPaddingArePackedTightly)
 	for (const int padding : {4, 64, 1}) {
 		host_double().set_row_padding(padding);
 		const std::vector<Drawn> screen = render();
-		EXPECT_EQ(last_engine_input(), camera_.picture.pixels) << padding;
+		EXPECT_EQ(last_engine_input(), camera_.picture.rgba) << padding;
 		ASSERT_EQ(screen.size(), 1u);
 		EXPECT_EQ(screen[0].picture, camera_.picture) << padding;
 	}
@@ -166,8 +166,8 @@ TEST_F(FramePath, OfRowsThatAreCutShortOnlyWhatIsThereIsCopied)
 	render();
 	Picture expected = camera_.picture;
 	for (size_t row = 0; row < 8; ++row)
-		std::fill_n(expected.pixels.begin() + static_cast<std::ptrdiff_t>(row * 64 + 56), 8, uint8_t{0});
-	EXPECT_EQ(last_engine_input(), expected.pixels);
+		std::fill_n(expected.rgba.begin() + static_cast<std::ptrdiff_t>(row * 64 + 56), 8, uint8_t{0});
+	EXPECT_EQ(last_engine_input(), expected.rgba);
 }
 
 // --- Buffers
@@ -191,15 +191,15 @@ TEST_F(FramePath, ASteadyFrameAllocatesNothing)
 	create();
 	host_double().set_cheap(true);
 	set_engine_script({.idle = true});
-	const auto frame = [this] {
+	uint64_t allocations = 0;
+	host_double().render([&] {
 		info_.video_render(filter_.data, nullptr);
-	};
-	frame();
-	frame();
-	const uint64_t before = heap_allocation_count();
-	for (int i = 0; i < 10; ++i)
-		frame();
-	EXPECT_EQ(heap_allocation_count() - before, 0u);
+		const uint64_t before = heap_allocation_count();
+		for (int frame = 0; frame < 10; ++frame)
+			info_.video_render(filter_.data, nullptr);
+		allocations = heap_allocation_count() - before;
+	});
+	EXPECT_EQ(allocations, 0u);
 	host_double().set_cheap(false);
 }
 

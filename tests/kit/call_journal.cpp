@@ -10,6 +10,8 @@ namespace kalvio::test {
 
 Argument::Argument(float value) : value_(FloatBits{std::bit_cast<uint32_t>(value)}) {}
 
+Argument::Argument(double value) : value_(DoubleBits{std::bit_cast<uint64_t>(value)}) {}
+
 Argument::Argument(const char *text)
 {
 	if (text)
@@ -32,6 +34,8 @@ std::ostream &operator<<(std::ostream &out, const Argument &argument)
 		return out << *integer;
 	if (const auto *number = std::get_if<Argument::FloatBits>(&argument.value_))
 		return out << std::bit_cast<float>(number->bits) << 'f';
+	if (const auto *number = std::get_if<Argument::DoubleBits>(&argument.value_))
+		return out << std::bit_cast<double>(number->bits);
 	if (const std::string *text = std::get_if<std::string>(&argument.value_))
 		return out << '"' << *text << '"';
 	if (const void *const *pointer = std::get_if<const void *>(&argument.value_))

@@ -25,6 +25,7 @@ public:
 	Argument(std::nullptr_t) {}
 	Argument(bool value) : value_(value) {}
 	Argument(float value);
+	Argument(double value);
 	Argument(const char *text); // null is the null argument
 	Argument(std::string text) : value_(std::move(text)) {}
 	template <std::integral Integer>
@@ -43,8 +44,12 @@ private:
 		uint32_t bits;
 		bool operator==(const FloatBits &) const = default;
 	};
+	struct DoubleBits {
+		uint64_t bits;
+		bool operator==(const DoubleBits &) const = default;
+	};
 
-	std::variant<std::monostate, bool, int64_t, FloatBits, std::string, const void *> value_;
+	std::variant<std::monostate, bool, int64_t, FloatBits, DoubleBits, std::string, const void *> value_;
 };
 
 enum class CallOrigin { Expected, Engine, Host, Seam, Log };
@@ -56,7 +61,7 @@ struct Call {
 
 	CallOrigin origin = CallOrigin::Expected;
 	const void *object = nullptr; // the engine that was called, or that was created; null for all other calls
-	std::thread::id thread;
+	std::thread::id thread = {};
 	uint64_t order = 0; // grows by one with each recorded call
 
 	bool operator==(const Call &other) const;

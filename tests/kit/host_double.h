@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "kit/picture.h"
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -17,15 +19,7 @@
 // by kind from the last reset ("render target 1", "staging surface 1", "texture 1"), sources have their name.
 namespace kalvio::test {
 
-struct Picture {
-	uint32_t width = 0;
-	uint32_t height = 0;
-	std::vector<uint8_t> pixels; // RGBA, rows without padding
-
-	bool operator==(const Picture &) const = default;
-};
-
-// A picture in which no two neighbouring pixels, rows or channels are alike.
+// A picture in which no two neighbouring pixels, rows or channels are alike, alpha included.
 Picture test_picture(uint32_t width, uint32_t height);
 
 // A source of the host, as much of one as a filter can see. Filters are sources too. Used from one thread at a time,

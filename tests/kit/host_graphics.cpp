@@ -451,5 +451,7 @@ void gs_draw_sprite(gs_texture_t *tex, uint32_t flip, uint32_t width, uint32_t h
 		return;
 	if (!drawing.effect_running || drawing.effect_image != texture || drawing.target)
 		note_host_misuse(__func__, "not set up to draw " + texture->label + " on the screen");
-	drawing.screen.push_back({texture->label, {texture->width, texture->height, texture->pixels}});
+	Picture picture(texture->width, texture->height);
+	picture.rgba = texture->pixels;
+	drawing.screen.push_back({texture->label, std::move(picture)});
 }

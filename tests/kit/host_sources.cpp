@@ -43,7 +43,7 @@ void draw_unprocessed(const FakeSource *source)
 	}
 	GpuObject &texture = *drawing.target->texture;
 	if (texture.width == source->picture.width && texture.height == source->picture.height)
-		texture.pixels = source->picture.pixels;
+		texture.pixels = source->picture.rgba;
 	else
 		note_host_misuse("obs_source_skip_video_filter", "the render target has another size");
 }
@@ -83,12 +83,12 @@ public:
 
 Picture test_picture(uint32_t width, uint32_t height)
 {
-	Picture picture{width, height, std::vector<uint8_t>(size_t{width} * height * 4)};
+	Picture picture(width, height);
 	size_t i = 0;
 	for (uint32_t y = 0; y < height; ++y) {
 		for (uint32_t x = 0; x < width; ++x) {
 			for (uint32_t channel = 0; channel < 4; ++channel)
-				picture.pixels[i++] = static_cast<uint8_t>(x * 7 + y * 31 + channel * 61 + 1);
+				picture.rgba[i++] = static_cast<uint8_t>(x * 7 + y * 31 + channel * 61 + 1);
 		}
 	}
 	return picture;

@@ -23,14 +23,15 @@ struct EngineScript {
 
 	int failing_creations = 0; // this many kl_engine_create calls return null; `always`: all
 	int32_t process_status = KL_OK;
-	std::map<uint64_t, int32_t> process_status_of_frame; // by frame number since the reset, from 0; beats the above
-	std::map<std::string, int32_t> loader_status;        // by path, of the four loaders
-	int32_t setter_status = KL_OK;                       // of everything whose result callers ignore
+	// Status of single frames, by their number since the reset, from 0; beats process_status.
+	std::map<uint64_t, int32_t> process_status_of_frame = {};
+	std::map<std::string, int32_t> loader_status = {}; // of the four loaders, by path
+	int32_t setter_status = KL_OK;                     // of everything whose result callers ignore
 	EngineOutput output = EngineOutput::Copy;
 
 	// Called inside kl_engine_create and kl_process_rgba, without a lock of the engine's held.
-	std::function<void()> during_create;
-	std::function<void(kl_engine *)> during_process;
+	std::function<void()> during_create = {};
+	std::function<void(kl_engine *)> during_process = {};
 
 	// Setters and frames return at once with KL_OK: no record, no check, no lock. For benchmarks.
 	bool idle = false;

@@ -6,14 +6,14 @@
 #include "update/update_check.h"
 
 #include <atomic>
-#include <new>
+#include <utility>
 
 namespace kalvio::test {
 namespace {
 
 std::atomic<bool> is_ready = false;
 std::atomic<bool> is_forced = false;
-std::atomic<bool> show_throws = false;
+std::function<void()> show_action;
 
 void record_seam(const char *name)
 {
@@ -26,7 +26,7 @@ void reset_seams()
 {
 	is_ready = false;
 	is_forced = false;
-	show_throws = false;
+	show_action = nullptr;
 }
 
 void set_frontend_ready(bool ready)
@@ -39,9 +39,9 @@ void set_update_forced(bool forced)
 	is_forced = forced;
 }
 
-void throw_in_show_dock()
+void on_show_dock(std::function<void()> action)
 {
-	show_throws = true;
+	show_action = std::move(action);
 }
 
 } // namespace kalvio::test
@@ -51,8 +51,8 @@ namespace kalvio {
 void show_dock()
 {
 	test::record_seam("show_dock");
-	if (test::show_throws.exchange(false))
-		throw std::bad_alloc();
+	if (test::show_action)
+		test::show_action();
 }
 
 void schedule_prop_center()

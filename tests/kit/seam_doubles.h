@@ -1,17 +1,19 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include <functional>
+
 // Doubles of the two rooms that the filter only knows by a header: panel/dock_host.h and update/update_check.h. They do
 // nothing but write each call into the call journal.
 namespace kalvio::test {
 
-// Nothing forced, front end not ready, nothing thrown.
+// Nothing forced, front end not ready, no action.
 void reset_seams();
 
 void set_frontend_ready(bool ready);
 void set_update_forced(bool forced);
 
-// The next show_dock throws std::bad_alloc.
-void throw_in_show_dock();
+// Called inside show_dock; may throw.
+void on_show_dock(std::function<void()> action);
 
 } // namespace kalvio::test
