@@ -22,14 +22,6 @@ int32_t load_bundle(kl_engine *engine, const char *what, const char *kind, const
 	});
 }
 
-int32_t set_background(kl_engine *engine, BackgroundMode mode)
-{
-	return call(engine, [=](kl_engine &self) -> int32_t {
-		self.settings.background = mode;
-		return KL_OK;
-	});
-}
-
 } // namespace
 
 extern "C" {
@@ -84,10 +76,13 @@ int32_t kl_set_virtual_background(kl_engine *engine, const char *path)
 	return call(engine, [=](kl_engine &self) -> int32_t {
 		if (path == nullptr)
 			return KL_ERROR_INVALID_ARGUMENT;
-		Bytes bytes;
-		if (const ReadResult result = read_file(path, int64_t{64} << 20, bytes); !result)
+		Image image;
+		if (const ReadResult result = load_image(path, image); !result)
 			return self.report_failed_load("background picture", path, result.status, result.reason);
+		self.effects.picture.emplace(image);
 		self.settings.background = BackgroundMode::Picture;
+		self.log->write(LogLevel::Information, "engine %d: background picture %s, %d x %d", self.number, path,
+				image.width, image.height);
 		return KL_OK;
 	});
 }
@@ -99,6 +94,7 @@ int32_t kl_set_virtual_background_blur(kl_engine *engine, float strength)
 		if (!clamped)
 			return KL_ERROR_INVALID_ARGUMENT;
 		self.settings.background = BackgroundMode::Blur;
+		self.effects.picture.reset();
 		self.settings.background_blur = *clamped;
 		return KL_OK;
 	});
@@ -106,7 +102,11 @@ int32_t kl_set_virtual_background_blur(kl_engine *engine, float strength)
 
 int32_t kl_clear_virtual_background(kl_engine *engine)
 {
-	return set_background(engine, BackgroundMode::Captured);
+	return call(engine, [](kl_engine &self) -> int32_t {
+		self.settings.background = BackgroundMode::Captured;
+		self.effects.picture.reset();
+		return KL_OK;
+	});
 }
 
 } // extern "C"

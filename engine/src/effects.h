@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "stages/background_picture.h"
 #include "stages/color_lookup.h"
 
 #include <optional>
@@ -13,6 +14,8 @@ struct Effects {
 	ColorLookup lookup;
 	// The mix that `lookup` was built with; negative: it has to be built.
 	float lookup_intensity = -1;
+
+	std::optional<BackgroundPicture> picture;
 };
 
 } // namespace kalvio::engine

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "aligned.h"
+#include "stages/background_blur.h"
 #include "stages/retouch_field.h"
 
 #include <array>
@@ -17,9 +18,12 @@ struct FrameMemory {
 		std::array<uint8_t *, 3> retouched = {}; // a ring: rows y - 1, y and y + 1
 		uint8_t *row = nullptr;                  // the row that the stages work on
 		uint8_t *input = nullptr;                // the same row as it was captured
+		uint8_t *matte = nullptr;                // how far each of its pixels is foreground
+		uint8_t *background = nullptr;           // what comes behind it
 	};
 
 	RetouchField field;
+	BackgroundBlur blur;
 	std::vector<Slot> slots;
 };
 

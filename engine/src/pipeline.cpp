@@ -6,6 +6,7 @@
 
 #include "engine.h"
 #include "kernels/kernels.h"
+#include "stages/color_key.h"
 #include "stages/tone.h"
 
 #include <algorithm>
@@ -38,9 +39,13 @@ struct FramePlan {
 	bool masked = false;
 	kernels::ToneGains tone = {};
 	int sharpening = 0;
-	const int16_t *lookup = nullptr; // the colour filter
+	bool keyed = false;
+	kernels::ColorKey key = {};
+	float blur_deviation = 0;                   // of the background, in pixels
+	const BackgroundPicture *picture = nullptr; // in the background's place
+	const int16_t *lookup = nullptr;            // the colour filter
 
-	bool is_neutral() const { return !retouch && sharpening == 0 && lookup == nullptr; }
+	bool is_neutral() const { return !retouch && sharpening == 0 && !keyed && lookup == nullptr; }
 };
 
 // The colour filter, mixed with no change as the settings ask; null without one.
@@ -55,7 +60,27 @@ const int16_t *prepare_lookup(Effects &effects, float intensity)
 	return effects.lookup.cells();
 }
 
-FramePlan plan_frame(kl_engine &engine)
+// Without a matte there is no telling what is background: then nothing is done. A blur of strength 0 behind a matte is
+// the captured picture.
+void plan_background(FramePlan &plan, kl_engine &engine, const Frame &frame)
+{
+	const Settings &settings = engine.settings;
+	if (!settings.chroma_key.enabled)
+		return;
+	if (settings.background == BackgroundMode::Blur && settings.background_blur == 0)
+		return;
+	plan.keyed = true;
+	plan.key = color_key(settings.chroma_key);
+	if (settings.background == BackgroundMode::Blur) {
+		plan.blur_deviation = settings.background_blur * BackgroundBlur::strongest_deviation *
+				      static_cast<float>(frame.height);
+	} else if (settings.background == BackgroundMode::Picture) {
+		engine.effects.picture->fit(frame.width, frame.height);
+		plan.picture = &*engine.effects.picture;
+	}
+}
+
+FramePlan plan_frame(kl_engine &engine, const Frame &frame)
 {
 	const Settings &settings = engine.settings;
 	FramePlan plan;
@@ -63,6 +88,7 @@ FramePlan plan_frame(kl_engine &engine)
 	plan.masked = plan.retouch && settings.skin_only;
 	plan.tone = tone_gains(settings);
 	plan.sharpening = static_cast<int>(std::lrint(settings.sharpening * strongest_sharpening));
+	plan_background(plan, engine, frame);
 	plan.lookup = prepare_lookup(engine.effects, settings.filter_intensity);
 	return plan;
 }
@@ -72,13 +98,15 @@ void resize(FrameMemory &memory, const Frame &frame, int slots)
 	memory.slots.resize(std::max(memory.slots.size(), size_t(slots)));
 	const size_t row_bytes = (frame.row_bytes() + 2 * kernels::row_padding_bytes + 63) / 64 * 64;
 	for (FrameMemory::Slot &slot : memory.slots) {
-		uint8_t *bytes = slot.bytes.require(row_bytes * 5) + kernels::row_padding_bytes;
+		uint8_t *bytes = slot.bytes.require(row_bytes * 7) + kernels::row_padding_bytes;
 		for (uint8_t *&row : slot.retouched) {
 			row = bytes;
 			bytes += row_bytes;
 		}
 		slot.row = bytes;
 		slot.input = bytes + row_bytes;
+		slot.matte = bytes + 2 * row_bytes;
+		slot.background = bytes + 3 * row_bytes;
 	}
 }
 
@@ -109,11 +137,23 @@ void retouch(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int
 	}
 }
 
-// The skin mask travelled in the row's alpha.
-void restore_alpha(const Frame &frame, int y, uint8_t *scratch, uint8_t *row)
+// The key looks at the captured colours; what it leaves is despilled, cut out or laid over its background.
+void replace_background(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int y, int slot_number)
 {
-	std::memcpy(scratch, frame.input_row(y), frame.row_bytes());
-	kernels::copy_alpha(scratch, frame.width, row);
+	const FrameMemory::Slot &slot = memory.slots[size_t(slot_number)];
+	kernels::key_row(slot.input, frame.width, plan.key, slot.matte);
+	if (plan.key.despill > 0)
+		kernels::despill_row(slot.row, frame.width, plan.key);
+	if (plan.picture != nullptr) {
+		kernels::composite_row(slot.row, frame.width, slot.matte, plan.picture->row(y));
+	} else if (plan.blur_deviation > 0) {
+		memory.blur.write_row(y, slot_number, frame.width, slot.background);
+		if (memory.blur.mix() < 256)
+			kernels::mix_row(slot.background, frame.width, slot.input, 256 - memory.blur.mix());
+		kernels::composite_row(slot.row, frame.width, slot.matte, slot.background);
+	} else {
+		kernels::cut_row(slot.row, frame.width, slot.matte);
+	}
 }
 
 void process_band(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int band, int slot_number)
@@ -140,8 +180,12 @@ void process_band(const FramePlan &plan, FrameMemory &memory, const Frame &frame
 		} else {
 			retouch(plan, memory, frame, y, slot_number, row);
 		}
-		if (plan.masked)
-			restore_alpha(frame, y, slot.input, row);
+		if (plan.masked || plan.keyed)
+			std::memcpy(slot.input, frame.input_row(y), frame.row_bytes());
+		if (plan.masked) // the skin mask travelled in the row's alpha
+			kernels::copy_alpha(slot.input, frame.width, row);
+		if (plan.keyed)
+			replace_background(plan, memory, frame, y, slot_number);
 		if (plan.lookup != nullptr)
 			kernels::lookup_row(row, frame.width, plan.lookup);
 		std::memcpy(frame.output_row(y), row, frame.row_bytes());
@@ -152,7 +196,7 @@ void process_band(const FramePlan &plan, FrameMemory &memory, const Frame &frame
 
 void process_frame(kl_engine &engine, const Frame &frame)
 {
-	const FramePlan plan = plan_frame(engine);
+	const FramePlan plan = plan_frame(engine, frame);
 	if (plan.is_neutral()) {
 		copy_frame(frame);
 		return;
@@ -162,6 +206,8 @@ void process_frame(kl_engine &engine, const Frame &frame)
 	resize(memory, frame, pool.threads());
 	if (plan.retouch)
 		memory.field.build(frame, engine.settings, pool);
+	if (plan.blur_deviation > 0)
+		memory.blur.build(frame, &plan.key, plan.blur_deviation, pool);
 	const int bands = (frame.height + rows_per_band - 1) / rows_per_band;
 	pool.run(bands, [&](int band, int slot) { process_band(plan, memory, frame, band, slot); });
 }

@@ -87,4 +87,46 @@ struct LookupCell {
 // Replaces the colours of a row; alpha is kept.
 void lookup_row(uint8_t *row, int width, const int16_t *cells);
 
+// --- Key and background -------------------------------------------------------------------------------------------
+
+// A colour key in the plane of colour differences (Cb, Cr of Rec. 709, each -0.5..0.5).
+struct ColorKey {
+	float direction_blue; // unit vector towards the key colour
+	float direction_red;
+	float distance;   // of the key colour from grey
+	float inner;      // up to this distance from the key colour all is background
+	float ramp_scale; // 1 / width of the ramp to the foreground
+	int channel;      // of the key colour: 0 red, 1 green, 2 blue
+	int32_t despill;  // part of the spill that is taken out, 8 fraction bits
+};
+
+// The matte of a row: 4 equal bytes a pixel, 0 background to 255 foreground.
+void key_row(const uint8_t *row, int width, const ColorKey &key, uint8_t *matte);
+
+// Holds the key's channel down to the larger of the other two.
+void despill_row(uint8_t *row, int width, const ColorKey &key);
+
+// Alpha becomes alpha * matte.
+void cut_row(uint8_t *row, int width, const uint8_t *matte);
+
+// row = background + (row - background) * matte; alpha is kept.
+void composite_row(uint8_t *row, int width, const uint8_t *matte, const uint8_t *background);
+
+// row = row + (other - row) * weight (8 fraction bits, 0..256); alpha is kept.
+void mix_row(uint8_t *row, int width, const uint8_t *other, int weight);
+
+// Like cell_means, of the background alone: sums of {r, g, b, 1} * (255 - matte) over 4 x 4 pixels, / (16 * 255).
+void background_cells(const uint8_t *const rows[4], const uint8_t *const mattes[4], int cells, float *out);
+
+// out = sum over the taps of padded[cell + tap] * weights[tap]; `padded` starts at the first tap of the first cell.
+void convolve_cells(const float *padded, const float *weights, int taps, int cells, float *out);
+// out[i] = sum over the rows of row[i] * weights[row].
+void convolve_rows(const float *const *rows, const float *weights, int taps, int floats, float *out);
+
+// Cells of 8 values (the channels of a pixel twice, 6 fraction bits), each `4 * phases` pixels wide, become pixels by
+// linear interpolation. For each phase, a group of four pixels in its cell, `left` and `right` hold 16 weights (15
+// fraction bits) of the neighbour cells. Read one cell before and behind. `y` picks the dither row.
+void enlarge_row(const int16_t *cells, int phases, const int16_t *left, const int16_t *right, int width, int y,
+		 uint8_t *row);
+
 } // namespace kalvio::engine::kernels

@@ -1,0 +1,317 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "kernels/kernels.h"
+#include "kernels/retouch_tables.h"
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "kernels/background_kernels.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace kalvio::engine::kernels::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Pixels = hn::ScalableTag<int32_t>; // one pixel a lane
+using PixelVector = hn::Vec<Pixels>;
+using Floats = hn::Rebind<float, Pixels>;
+using Bytes = hn::Repartition<uint8_t, Pixels>;
+
+HWY_INLINE PixelVector load_pixels(const uint8_t *row)
+{
+	return hn::BitCast(Pixels(), hn::LoadU(Bytes(), row));
+}
+
+HWY_INLINE void store_pixels(PixelVector pixels, uint8_t *row)
+{
+	hn::StoreU(hn::BitCast(Bytes(), pixels), Bytes(), row);
+}
+
+template <int Channel>
+HWY_INLINE PixelVector channel_of(PixelVector pixels)
+{
+	return hn::And(hn::ShiftRight<Channel * 8>(pixels), hn::Set(Pixels(), 255));
+}
+
+void key_row(const uint8_t *HWY_RESTRICT row, int width, const ColorKey &key, uint8_t *HWY_RESTRICT matte)
+{
+	const Pixels d;
+	const Floats df;
+	const int lanes = static_cast<int>(hn::Lanes(d));
+	const auto scale_blue = hn::Set(df, 1.0F / (1.8556F * 255.0F));
+	const auto scale_red = hn::Set(df, 1.0F / (1.5748F * 255.0F));
+	const auto toward_blue = hn::Set(df, key.direction_blue);
+	const auto toward_red = hn::Set(df, key.direction_red);
+	const auto full = hn::Set(df, 1.0F);
+	const auto zero = hn::Zero(df);
+
+	for (int x = 0; x < width; x += lanes) {
+		const PixelVector pixels = load_pixels(row + x * 4);
+		const auto red = hn::ConvertTo(df, channel_of<0>(pixels));
+		const auto green = hn::ConvertTo(df, channel_of<1>(pixels));
+		const auto blue = hn::ConvertTo(df, channel_of<2>(pixels));
+		auto luma = hn::Add(hn::Mul(red, hn::Set(df, 0.2126F)), hn::Mul(green, hn::Set(df, 0.7152F)));
+		luma = hn::Add(luma, hn::Mul(blue, hn::Set(df, 0.0722F)));
+		const auto cb = hn::Mul(hn::Sub(blue, luma), scale_blue);
+		const auto cr = hn::Mul(hn::Sub(red, luma), scale_red);
+
+		const auto forward = hn::Add(hn::Mul(cb, toward_blue), hn::Mul(cr, toward_red));
+		// A shadow on the screen moves its colour towards grey: that way distances count a little less.
+		auto along = hn::Sub(forward, hn::Set(df, key.distance));
+		along = hn::Max(along, hn::Mul(along, hn::Set(df, 0.91F)));
+		const auto across = hn::Sub(hn::Mul(cr, toward_blue), hn::Mul(cb, toward_red));
+		const auto distance = hn::Sqrt(hn::Add(hn::Mul(along, along), hn::Mul(across, across)));
+
+		auto position = hn::Mul(hn::Sub(distance, hn::Set(df, key.inner)), hn::Set(df, key.ramp_scale));
+		position = hn::Min(hn::Max(position, zero), full);
+		const auto bend = hn::Sub(hn::Set(df, 3.0F), hn::Add(position, position));
+		const auto smooth = hn::Mul(hn::Mul(position, position), bend);
+		const PixelVector value = hn::NearestInt(hn::Mul(smooth, hn::Set(df, 255.0F)));
+		const PixelVector pair = hn::Or(value, hn::ShiftLeft<8>(value));
+		store_pixels(hn::Or(pair, hn::ShiftLeft<16>(pair)), matte + x * 4);
+	}
+}
+
+template <int Channel>
+HWY_INLINE void despill(uint8_t *HWY_RESTRICT row, int width, int32_t amount)
+{
+	const Pixels d;
+	const int lanes = static_cast<int>(hn::Lanes(d));
+	const PixelVector part = hn::Set(d, amount);
+	for (int x = 0; x < width; x += lanes) {
+		const PixelVector pixels = load_pixels(row + x * 4);
+		const PixelVector own = channel_of<Channel>(pixels);
+		const PixelVector limit =
+			hn::Max(channel_of<(Channel + 1) % 3>(pixels), channel_of<(Channel + 2) % 3>(pixels));
+		const PixelVector spill = hn::Max(hn::Sub(own, limit), hn::Zero(d));
+		const PixelVector taken = hn::ShiftRight<8>(hn::Add(hn::Mul(spill, part), hn::Set(d, 128)));
+		// What is taken stays within its byte: no borrow from the next.
+		store_pixels(hn::Sub(pixels, hn::ShiftLeft<Channel * 8>(taken)), row + x * 4);
+	}
+}
+
+void despill_row(uint8_t *row, int width, const ColorKey &key)
+{
+	if (key.channel == 0)
+		despill<0>(row, width, key.despill);
+	else if (key.channel == 1)
+		despill<1>(row, width, key.despill);
+	else
+		despill<2>(row, width, key.despill);
+}
+
+using Words = hn::ScalableTag<int16_t>; // one channel a lane
+using WordVector = hn::Vec<Words>;
+using WordBytes = hn::Rebind<uint8_t, Words>;
+
+HWY_INLINE WordVector load_words(const uint8_t *row)
+{
+	return hn::PromoteTo(Words(), hn::LoadU(WordBytes(), row));
+}
+
+// value / 255, rounded, for 0..65025.
+HWY_INLINE hn::Vec<hn::ScalableTag<uint16_t>> divide_by_255(hn::Vec<hn::ScalableTag<uint16_t>> value)
+{
+	const hn::ScalableTag<uint16_t> d;
+	const auto rounded = hn::Add(value, hn::Set(d, 128));
+	return hn::ShiftRight<8>(hn::Add(rounded, hn::ShiftRight<8>(rounded)));
+}
+
+// (value * weight + other * (255 - weight)) / 255
+HWY_INLINE WordVector blend(WordVector value, WordVector other, WordVector weight)
+{
+	const hn::ScalableTag<uint16_t> du;
+	const Words d;
+	const auto first = hn::BitCast(du, hn::Mul(value, weight));
+	const auto second = hn::BitCast(du, hn::Mul(other, hn::Sub(hn::Set(d, 255), weight)));
+	return hn::BitCast(d, divide_by_255(hn::Add(first, second)));
+}
+
+void cut_row(uint8_t *HWY_RESTRICT row, int width, const uint8_t *HWY_RESTRICT matte)
+{
+	const Words d;
+	const int lanes = static_cast<int>(hn::Lanes(d));
+	const WordVector colour = hn::LoadDup128(d, colour_lanes);
+	for (int byte = 0; byte < width * 4; byte += lanes) {
+		const WordVector value = load_words(row + byte);
+		const WordVector cut = blend(value, hn::Zero(d), load_words(matte + byte));
+		hn::StoreU(hn::DemoteTo(WordBytes(), hn::IfVecThenElse(colour, value, cut)), WordBytes(), row + byte);
+	}
+}
+
+void composite_row(uint8_t *HWY_RESTRICT row, int width, const uint8_t *HWY_RESTRICT matte,
+		   const uint8_t *HWY_RESTRICT background)
+{
+	const Words d;
+	const int lanes = static_cast<int>(hn::Lanes(d));
+	const WordVector colour = hn::LoadDup128(d, colour_lanes);
+	for (int byte = 0; byte < width * 4; byte += lanes) {
+		const WordVector value = load_words(row + byte);
+		const WordVector mixed = blend(value, load_words(background + byte), load_words(matte + byte));
+		hn::StoreU(hn::DemoteTo(WordBytes(), hn::IfVecThenElse(colour, mixed, value)), WordBytes(), row + byte);
+	}
+}
+
+void mix_row(uint8_t *HWY_RESTRICT row, int width, const uint8_t *HWY_RESTRICT other, int weight)
+{
+	const Words d;
+	const int lanes = static_cast<int>(hn::Lanes(d));
+	const WordVector factor = hn::And(hn::LoadDup128(d, colour_lanes), hn::Set(d, static_cast<int16_t>(weight)));
+	for (int byte = 0; byte < width * 4; byte += lanes) {
+		const WordVector value = load_words(row + byte);
+		// 7 bits of difference's product are dropped before the sum: the range of 16 bits is signed.
+		const WordVector step = hn::ShiftLeft<7>(hn::Sub(load_words(other + byte), value));
+		const WordVector change = hn::MulFixedPoint15(step, factor);
+		hn::StoreU(hn::DemoteTo(WordBytes(), hn::Add(value, change)), WordBytes(), row + byte);
+	}
+}
+
+using Cell = hn::FixedTag<float, 4>;
+
+void background_cells(const uint8_t *const rows[4], const uint8_t *const mattes[4], int cells, float *HWY_RESTRICT out)
+{
+	const Cell df;
+	const hn::FixedTag<int32_t, 4> d;
+	const hn::FixedTag<uint8_t, 16> d8;
+	const auto alpha = hn::BitCast(d8, hn::Set(hn::FixedTag<uint32_t, 4>(), 0xFF000000U));
+	const hn::FixedTag<uint16_t, 8> d16;
+	const hn::FixedTag<uint32_t, 4> d32;
+	const auto scale = hn::Set(df, 1.0F / (16.0F * 255.0F));
+	for (int cell = 0; cell < cells; ++cell) {
+		auto sum = hn::Zero(d32);
+		for (int row = 0; row < 4; ++row) {
+			// Alpha becomes 255 / 255 = 1: the fourth channel sums the weights, 255 times too large.
+			const auto pixels = hn::Or(hn::LoadU(d8, rows[row] + cell * 16), alpha);
+			const auto weights = hn::Not(hn::LoadU(d8, mattes[row] + cell * 16));
+			const auto low = hn::Mul(hn::PromoteTo(d16, hn::LowerHalf(pixels)),
+						 hn::PromoteTo(d16, hn::LowerHalf(weights)));
+			const hn::FixedTag<uint8_t, 8> half;
+			const auto high = hn::Mul(hn::PromoteTo(d16, hn::UpperHalf(half, pixels)),
+						  hn::PromoteTo(d16, hn::UpperHalf(half, weights)));
+			const hn::FixedTag<uint16_t, 4> quarter;
+			sum = hn::Add(sum, hn::Add(hn::PromoteTo(d32, hn::LowerHalf(quarter, low)),
+						   hn::PromoteTo(d32, hn::UpperHalf(quarter, low))));
+			sum = hn::Add(sum, hn::Add(hn::PromoteTo(d32, hn::LowerHalf(quarter, high)),
+						   hn::PromoteTo(d32, hn::UpperHalf(quarter, high))));
+		}
+		const auto value = hn::ConvertTo(df, hn::BitCast(d, sum));
+		hn::StoreU(hn::Mul(value, scale), df, out + cell * 4);
+	}
+}
+
+void convolve_cells(const float *HWY_RESTRICT padded, const float *HWY_RESTRICT weights, int taps, int cells,
+		    float *HWY_RESTRICT out)
+{
+	const hn::ScalableTag<float> d;
+	const int lanes = static_cast<int>(hn::Lanes(d));
+	for (int index = 0; index < cells * 4; index += lanes) {
+		auto sum = hn::Mul(hn::LoadU(d, padded + index), hn::Set(d, weights[0]));
+		for (int tap = 1; tap < taps; ++tap)
+			sum = hn::Add(sum, hn::Mul(hn::LoadU(d, padded + index + tap * 4), hn::Set(d, weights[tap])));
+		hn::StoreU(sum, d, out + index);
+	}
+}
+
+void convolve_rows(const float *const *rows, const float *HWY_RESTRICT weights, int taps, int floats,
+		   float *HWY_RESTRICT out)
+{
+	const hn::ScalableTag<float> d;
+	const int lanes = static_cast<int>(hn::Lanes(d));
+	for (int index = 0; index < floats; index += lanes) {
+		auto sum = hn::Mul(hn::LoadU(d, rows[0] + index), hn::Set(d, weights[0]));
+		for (int tap = 1; tap < taps; ++tap)
+			sum = hn::Add(sum, hn::Mul(hn::LoadU(d, rows[tap] + index), hn::Set(d, weights[tap])));
+		hn::StoreU(sum, d, out + index);
+	}
+}
+
+void enlarge_row(const int16_t *HWY_RESTRICT cells, int phases, const int16_t *HWY_RESTRICT left,
+		 const int16_t *HWY_RESTRICT right, int width, int y, uint8_t *HWY_RESTRICT row)
+{
+	const hn::CappedTag<int16_t, 16> d;
+	const hn::Rebind<uint8_t, decltype(d)> d8;
+	const int lanes = static_cast<int>(hn::Lanes(d));
+	const int groups = (width + 3) / 4;
+	for (int part = 0; part < 16; part += lanes) {
+		const auto rounding = hn::LoadU(d, dither_rows[y & 3] + part);
+		for (int group = 0, phase = 0, cell = 0; group < groups; ++group) {
+			const auto centre = hn::LoadDup128(d, cells + cell * 8);
+			const auto before = hn::Sub(hn::LoadDup128(d, cells + cell * 8 - 8), centre);
+			const auto behind = hn::Sub(hn::LoadDup128(d, cells + cell * 8 + 8), centre);
+			auto value =
+				hn::Add(centre, hn::MulFixedPoint15(before, hn::LoadU(d, left + phase * 16 + part)));
+			value = hn::Add(value, hn::MulFixedPoint15(behind, hn::LoadU(d, right + phase * 16 + part)));
+			value = hn::ShiftRight<6>(hn::Add(value, rounding));
+			hn::StoreU(hn::DemoteTo(d8, value), d8, row + group * 16 + part);
+			if (++phase == phases) {
+				phase = 0;
+				++cell;
+			}
+		}
+	}
+}
+
+} // namespace kalvio::engine::kernels::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kalvio::engine::kernels {
+
+HWY_EXPORT(key_row);
+HWY_EXPORT(despill_row);
+HWY_EXPORT(cut_row);
+HWY_EXPORT(composite_row);
+HWY_EXPORT(mix_row);
+HWY_EXPORT(background_cells);
+HWY_EXPORT(convolve_cells);
+HWY_EXPORT(convolve_rows);
+HWY_EXPORT(enlarge_row);
+
+void key_row(const uint8_t *row, int width, const ColorKey &key, uint8_t *matte)
+{
+	HWY_DYNAMIC_DISPATCH(key_row)(row, width, key, matte);
+}
+
+void despill_row(uint8_t *row, int width, const ColorKey &key)
+{
+	HWY_DYNAMIC_DISPATCH(despill_row)(row, width, key);
+}
+
+void cut_row(uint8_t *row, int width, const uint8_t *matte)
+{
+	HWY_DYNAMIC_DISPATCH(cut_row)(row, width, matte);
+}
+
+void composite_row(uint8_t *row, int width, const uint8_t *matte, const uint8_t *background)
+{
+	HWY_DYNAMIC_DISPATCH(composite_row)(row, width, matte, background);
+}
+
+void mix_row(uint8_t *row, int width, const uint8_t *other, int weight)
+{
+	HWY_DYNAMIC_DISPATCH(mix_row)(row, width, other, weight);
+}
+
+void background_cells(const uint8_t *const rows[4], const uint8_t *const mattes[4], int cells, float *out)
+{
+	HWY_DYNAMIC_DISPATCH(background_cells)(rows, mattes, cells, out);
+}
+
+void convolve_cells(const float *padded, const float *weights, int taps, int cells, float *out)
+{
+	HWY_DYNAMIC_DISPATCH(convolve_cells)(padded, weights, taps, cells, out);
+}
+
+void convolve_rows(const float *const *rows, const float *weights, int taps, int floats, float *out)
+{
+	HWY_DYNAMIC_DISPATCH(convolve_rows)(rows, weights, taps, floats, out);
+}
+
+void enlarge_row(const int16_t *cells, int phases, const int16_t *left, const int16_t *right, int width, int y,
+		 uint8_t *row)
+{
+	HWY_DYNAMIC_DISPATCH(enlarge_row)(cells, phases, left, right, width, y, row);
+}
+
+} // namespace kalvio::engine::kernels
+#endif

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "aligned.h"
+#include "pipeline.h"
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+namespace kalvio::engine {
+
+class Pool;
+namespace kernels {
+struct ColorKey;
+}
+
+// A Gaussian blur of what the matte calls background. Averaged over blocks of pixels, convolved there, and enlarged by
+// linear interpolation; what averaging and interpolation blur is taken off the convolution. The foreground has no
+// weight in any of the sums, so none of its light bleeds out.
+class BackgroundBlur {
+public:
+	// The standard deviation at full strength, as a fraction of the picture's height.
+	static constexpr float strongest_deviation = 0.03F;
+
+	// With a null key everything is background. `deviation` in pixels.
+	void build(const Frame &frame, const kernels::ColorKey *key, float deviation, Pool &pool);
+
+	// One row of the blurred background, opaque or not as it comes: only colours count. With `mix` below 256 the
+	// blur is weaker than the coarsest grid can express, and is to be mixed with the captured row in this
+	// proportion.
+	void write_row(int y, int slot, int width, uint8_t *row);
+	int mix() const { return mix_; }
+
+	size_t bytes() const { return fine_.bytes() + coarse_.bytes() + across_.bytes() + cells_.bytes(); }
+
+private:
+	static constexpr int max_taps = 33;
+	static constexpr int max_phases = 32;
+
+	struct Slot {
+		Aligned<uint8_t> lines; // four picture rows and their mattes, continued to whole cells
+		Aligned<float> sums;
+		Aligned<int16_t> row;
+	};
+
+	void choose_scale(const Frame &frame, float deviation, int slots);
+	void measure_row(const Frame &frame, const kernels::ColorKey *key, int y, Slot &slot);
+	void reduce_row(int y);
+	void convolve_across(int y, Slot &slot);
+	void convolve_down(int y, Slot &slot);
+	float *row_of(Aligned<float> &grid, int y) { return grid.data() + size_t(y) * size_t(row_floats_); }
+
+	int block_ = 4; // pixels on a cell's side
+	int fine_columns_ = 0;
+	int fine_rows_ = 0;
+	int columns_ = 0;
+	int rows_ = 0;
+	int row_floats_ = 0;
+	int row_values_ = 0;
+	int taps_ = 1;
+	int mix_ = 256;
+	std::array<float, max_taps> weights_ = {};
+	alignas(64) std::array<int16_t, max_phases * 16> left_ = {};
+	alignas(64) std::array<int16_t, max_phases * 16> right_ = {};
+	Aligned<float> fine_;   // cells of 4 x 4 pixels {r, g, b, 1} * background
+	Aligned<float> coarse_; // cells of block_ x block_ pixels
+	Aligned<float> across_; // convolved along the rows
+	Aligned<int16_t> cells_;
+	std::vector<Slot> slots_;
+};
+
+} // namespace kalvio::engine

@@ -1,0 +1,285 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "engine.h"
+#include "engine_fixture.h"
+#include "image_writer.h"
+#include "stages/background_blur.h"
+
+#include <cmath>
+
+namespace kalvio::engine::testing {
+namespace {
+
+using Pixel = std::array<uint8_t, 4>;
+
+constexpr Pixel green_screen = {48, 172, 66, 255};
+constexpr Pixel blue_screen = {30, 60, 190, 255};
+constexpr Pixel red_screen = {200, 30, 40, 255};
+constexpr Pixel skin = {226, 178, 152, 255};
+
+void fill(Picture &picture, int x0, int x1, Pixel pixel)
+{
+	for (int y = 0; y < picture.height; ++y) {
+		for (int x = x0; x < x1; ++x)
+			std::copy_n(pixel.data(), 4, picture.pixel(x, y));
+	}
+}
+
+// The screen on the left, a person's colour on the right.
+Picture before_screen(Pixel screen, int width = 256, int height = 144)
+{
+	Picture picture(width, height);
+	fill(picture, 0, width / 2, screen);
+	fill(picture, width / 2, width, skin);
+	return picture;
+}
+
+Pixel at(const Picture &picture, int x, int y)
+{
+	Pixel pixel;
+	std::copy_n(picture.pixel(x, y), 4, pixel.begin());
+	return pixel;
+}
+
+class Background : public EngineTest {
+protected:
+	void key(int color, float similarity = 0.4F, float smoothness = 0.08F, float desaturation = 0)
+	{
+		kl_set_chroma_key(engine.get(), color);
+		kl_set_chroma_key_similarity(engine.get(), similarity);
+		kl_set_chroma_key_smoothness(engine.get(), smoothness);
+		kl_set_chroma_key_desaturation(engine.get(), desaturation);
+	}
+
+	std::string write_picture(const std::string &name, int width, int height, Pixel left, Pixel right)
+	{
+		Image image;
+		image.width = width;
+		image.height = height;
+		image.pixels.resize(size_t(width) * size_t(height) * 4);
+		for (int y = 0; y < height; ++y) {
+			for (int x = 0; x < width; ++x)
+				std::copy_n((x < width / 2 ? left : right).data(), 4, image.pixel(x, y));
+		}
+		write_image(scratch.path(name), image, 100);
+		return scratch.path(name);
+	}
+};
+
+TEST_F(Background, EachKeyCutsItsScreenAndKeepsThePerson)
+{
+	const Pixel screens[] = {green_screen, blue_screen, red_screen};
+	for (int color = 0; color < 3; ++color) {
+		key(color, color == 2 ? 0.3F : 0.4F);
+		const Picture output = processed(before_screen(screens[color]));
+		EXPECT_EQ(at(output, 20, 70)[3], 0) << color;
+		EXPECT_EQ(at(output, 200, 70), skin) << color;
+	}
+}
+
+TEST_F(Background, AShadowOnTheScreenIsCutAsWell)
+{
+	key(0);
+	const Picture output = processed(before_screen({30, 110, 42, 255}));
+	EXPECT_LT(at(output, 20, 70)[3], 32);
+}
+
+TEST_F(Background, NeutralColoursAreKept)
+{
+	key(0, 0.4F);
+	for (const uint8_t level : {uint8_t{0}, uint8_t{60}, uint8_t{128}, uint8_t{255}}) {
+		const Picture output = processed(before_screen({level, level, level, 255}));
+		EXPECT_EQ(at(output, 20, 70)[3], 255) << int{level};
+	}
+}
+
+TEST_F(Background, SimilarityAndSmoothnessWidenTheKey)
+{
+	const Picture input = before_screen({120, 170, 110, 255});
+	key(0, 0.2F, 0);
+	EXPECT_EQ(at(processed(input), 20, 70)[3], 255);
+	key(0, 0.48F, 0);
+	EXPECT_EQ(at(processed(input), 20, 70)[3], 0);
+	key(0, 0.2F, 0.6F);
+	const int alpha = at(processed(input), 20, 70)[3];
+	EXPECT_GT(alpha, 10);
+	EXPECT_LT(alpha, 245);
+}
+
+TEST_F(Background, DespillTakesTheScreensColourOffThePerson)
+{
+	const Picture input = before_screen({150, 190, 140, 255});
+	key(0, 0, 0, 1);
+	const Pixel pixel = at(processed(input), 20, 70);
+	EXPECT_EQ(pixel, (Pixel{150, 150, 140, 255}));
+	EXPECT_EQ(at(processed(input), 200, 70), skin);
+}
+
+TEST_F(Background, TheCutScalesTheAlphaThatIsThere)
+{
+	Picture input = before_screen(green_screen);
+	input.pixel(200, 70)[3] = 100;
+	key(0);
+	EXPECT_EQ(at(processed(input), 200, 70)[3], 100);
+}
+
+TEST_F(Background, ClearingTheKeyGivesThePictureBack)
+{
+	const Picture input = before_screen(green_screen);
+	key(0);
+	kl_clear_chroma_key(engine.get());
+	EXPECT_EQ(processed(input).bytes, input.bytes);
+}
+
+TEST_F(Background, WithoutAMatteThePictureIsLeftAlone)
+{
+	const Picture input = before_screen(green_screen);
+	kl_set_virtual_background_blur(engine.get(), 1);
+	EXPECT_EQ(processed(input).bytes, input.bytes);
+	ASSERT_EQ(kl_set_virtual_background(engine.get(), write_picture("a.png", 64, 36, skin, skin).c_str()), KL_OK);
+	EXPECT_EQ(processed(input).bytes, input.bytes);
+}
+
+TEST_F(Background, ABlurOfStrengthZeroIsTheCapturedPicture)
+{
+	const Picture input = before_screen(green_screen);
+	key(0);
+	kl_set_virtual_background_blur(engine.get(), 0);
+	EXPECT_EQ(processed(input).bytes, input.bytes);
+}
+
+TEST_F(Background, APictureComesBehindThePerson)
+{
+	key(0);
+	ASSERT_EQ(kl_set_virtual_background(engine.get(), write_picture("a.png", 640, 360, blue_screen, skin).c_str()),
+		  KL_OK);
+	const Picture output = processed(before_screen(green_screen));
+	EXPECT_EQ(at(output, 20, 70), blue_screen);
+	EXPECT_EQ(at(output, 200, 70), skin);
+}
+
+TEST_F(Background, APictureIsScaledToCoverAndCroppedToItsCentre)
+{
+	key(0);
+	// Three times as wide as the frame asks for: left and right thirds fall away, the seam stays in the middle.
+	ASSERT_EQ(kl_set_virtual_background(engine.get(),
+					    write_picture("wide.png", 3 * 640, 360, blue_screen, skin).c_str()),
+		  KL_OK);
+	Picture input(256, 144);
+	fill(input, 0, 256, green_screen);
+	const Picture output = processed(input);
+	EXPECT_EQ(at(output, 2, 2), blue_screen);
+	EXPECT_EQ(at(output, 120, 140), blue_screen);
+	EXPECT_EQ(at(output, 136, 2), skin);
+	EXPECT_EQ(at(output, 253, 140), skin);
+}
+
+TEST_F(Background, APictureFollowsTheFramesSize)
+{
+	key(0);
+	kl_set_virtual_background(engine.get(), write_picture("a.png", 64, 64, blue_screen, blue_screen).c_str());
+	for (const int size : {1, 2, 33, 300}) {
+		Picture input(size, size + 3);
+		fill(input, 0, size, green_screen);
+		EXPECT_EQ(at(processed(input), size - 1, size + 2), blue_screen) << size;
+	}
+}
+
+TEST_F(Background, AFailedPictureLeavesThePreviousOne)
+{
+	key(0);
+	kl_set_virtual_background(engine.get(), write_picture("a.png", 64, 64, blue_screen, blue_screen).c_str());
+	EXPECT_EQ(kl_set_virtual_background(engine.get(), scratch.path("absent.jpg").c_str()), KL_ERROR_FILE);
+	EXPECT_EQ(kl_set_virtual_background(engine.get(), nullptr), KL_ERROR_INVALID_ARGUMENT);
+	EXPECT_EQ(at(processed(before_screen(green_screen)), 20, 70), blue_screen);
+}
+
+TEST_F(Background, BlurLetsNoLightOfThePersonOut)
+{
+	key(0);
+	kl_set_virtual_background_blur(engine.get(), 1);
+	const Picture output = processed(before_screen(green_screen, 640, 360));
+	// Right beside the person the screen is the screen.
+	for (int x = 300; x < 319; ++x) {
+		const Pixel pixel = at(output, x, 180);
+		EXPECT_NEAR(pixel[0], green_screen[0], 1) << x;
+		EXPECT_NEAR(pixel[1], green_screen[1], 1) << x;
+	}
+	EXPECT_EQ(at(output, 500, 180), skin);
+}
+
+TEST_F(Background, AlphaIsOpaqueBehindACut_WhenThereIsABackground)
+{
+	key(0);
+	kl_set_virtual_background_blur(engine.get(), 0.5F);
+	EXPECT_EQ(at(processed(before_screen(green_screen)), 20, 70)[3], 255);
+}
+
+// Against a Gaussian in double precision, over the strengths and some sizes.
+double blur_psnr(const Picture &input, float deviation)
+{
+	BackgroundBlur blur;
+	Pool pool(1);
+	const Frame frame = {input.bytes.data(), nullptr, input.width, input.height, input.stride};
+	blur.build(frame, nullptr, deviation, pool);
+	const int radius = static_cast<int>(std::ceil(4 * deviation));
+	std::vector<double> weights;
+	double total = 0;
+	for (int tap = -radius; tap <= radius; ++tap)
+		total += weights.emplace_back(std::exp(-0.5 * tap * tap / double(deviation * deviation)));
+
+	const auto clamped = [](int value, int size) {
+		return std::min(std::max(value, 0), size - 1);
+	};
+	std::vector<double> across(size_t(input.width) * size_t(input.height));
+	for (int y = 0; y < input.height; ++y) {
+		for (int x = 0; x < input.width; ++x) {
+			double sum = 0;
+			for (int tap = -radius; tap <= radius; ++tap)
+				sum += weights[size_t(tap + radius)] * input.pixel(clamped(x + tap, input.width), y)[1];
+			across[size_t(y) * size_t(input.width) + size_t(x)] = sum / total;
+		}
+	}
+	double error = 0;
+	std::vector<uint8_t> row(size_t(input.width) * 4 + 256);
+	for (int y = 0; y < input.height; ++y) {
+		blur.write_row(y, 0, input.width, row.data());
+		for (int x = 0; x < input.width; ++x) {
+			double sum = 0;
+			for (int tap = -radius; tap <= radius; ++tap)
+				sum += weights[size_t(tap + radius)] *
+				       across[size_t(clamped(y + tap, input.height)) * size_t(input.width) + size_t(x)];
+			error += std::pow(row[size_t(x) * 4 + 1] - sum / total, 2);
+		}
+	}
+	return 10 * std::log10(255.0 * 255.0 / (error / (double(input.width) * input.height)));
+}
+
+TEST_F(Background, BlurIsAGaussian)
+{
+	// Blocks of 24 pixels of random colours: edges everywhere.
+	Picture input(333, 217);
+	const Picture noise = noise_picture(333, 217, 4);
+	for (int y = 0; y < 217; ++y) {
+		for (int x = 0; x < 333; ++x)
+			std::copy_n(noise.pixel(x / 24, y / 24), 4, input.pixel(x, y));
+	}
+	EXPECT_GT(blur_psnr(input, 32), 40);
+	EXPECT_GT(blur_psnr(input, 20), 40);
+	EXPECT_GT(blur_psnr(input, 8), 40);
+	EXPECT_GT(blur_psnr(input, 4), 35);
+}
+
+TEST_F(Background, KeyAndBlurGiveTheSameBytesWithAnyNumberOfThreads)
+{
+	const Picture input = noise_picture(333, 217, 4);
+	key(0, 0.5F, 0.5F, 0.5F);
+	kl_set_virtual_background_blur(engine.get(), 0.7F);
+	const Picture expected = processed(input);
+	for (int threads = 1; threads < 5; ++threads) {
+		engine->pool = std::make_shared<Pool>(threads);
+		EXPECT_EQ(processed(input).bytes, expected.bytes) << threads;
+	}
+}
+
+} // namespace
+} // namespace kalvio::engine::testing
