@@ -10,7 +10,7 @@
 namespace kalvio {
 
 struct HttpResponse {
-	std::uint32_t status = 0; // HTTP status code, 0 when no complete response header came
+	std::uint32_t status = 0; // HTTP status code, 0 when no response came
 	std::string body;         // exactly as received, any bytes; cut where the connection broke off
 };
 

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <new>
 #include <string_view>
+#include <utility>
 
 namespace kalvio {
 
@@ -63,21 +64,7 @@ void start_curl_once()
 struct Exchange {
 	HttpResponse response;
 	std::size_t body_limit = 0;
-	bool header_complete = false;
 };
-
-std::size_t take_header_line(const char *line, std::size_t size, std::size_t count, void *user)
-{
-	// One call per line, for the header of every response on the way; an empty line ends each.
-	auto &exchange = *static_cast<Exchange *>(user);
-	const std::size_t length = size * count;
-	const std::string_view text(line, length);
-	if (text.starts_with("HTTP/"))
-		exchange.header_complete = false;
-	else if (text.find_first_not_of("\r\n") == std::string_view::npos)
-		exchange.header_complete = true;
-	return length;
-}
 
 std::size_t take_body(const char *data, std::size_t size, std::size_t count, void *user)
 {
@@ -143,8 +130,6 @@ bool configure(CURL *easy, CURLU *url, curl_slist *headers, Exchange &exchange, 
 
 	set(CURLOPT_WRITEFUNCTION, take_body);
 	set(CURLOPT_WRITEDATA, &exchange);
-	set(CURLOPT_HEADERFUNCTION, take_header_line);
-	set(CURLOPT_HEADERDATA, &exchange);
 	set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
 
 	// For libcurl resolving, connecting and the TLS handshake are one phase, and it spreads the time over the
@@ -229,8 +214,7 @@ HttpResponse http_request(const std::string &text, const HttpLimits &limits)
 	long status = 0;
 	curl_easy_getinfo(easy.get(), CURLINFO_RESPONSE_CODE, &status);
 	curl_multi_remove_handle(multi.get(), easy.get());
-	if (exchange.header_complete)
-		exchange.response.status = static_cast<std::uint32_t>(status);
+	exchange.response.status = static_cast<std::uint32_t>(status);
 	return std::move(exchange.response);
 }
 

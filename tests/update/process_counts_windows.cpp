@@ -4,13 +4,43 @@
 #include <windows.h>
 
 #include <tlhelp32.h>
+#include <winternl.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <vector>
 
 namespace kalvio::test {
 
+namespace {
+
+constexpr NTSTATUS info_length_mismatch = static_cast<NTSTATUS>(0xC0000004);
+
+} // namespace
+
+// Counted in the list of all handles of the system: GetProcessHandleCount would do on Windows but is always 0 under
+// Wine 8.
 int open_handles()
 {
-	DWORD count = 0;
-	return GetProcessHandleCount(GetCurrentProcess(), &count) ? static_cast<int>(count) : -1;
+	std::vector<std::byte> buffer(1 << 20);
+	NTSTATUS result = info_length_mismatch;
+	while (result == info_length_mismatch) {
+		buffer.resize(buffer.size() * 2);
+		result = NtQuerySystemInformation(SystemHandleInformation, buffer.data(),
+						  static_cast<ULONG>(buffer.size()), nullptr);
+	}
+	if (result < 0)
+		return -1;
+
+	ULONG total = 0;
+	std::memcpy(&total, buffer.data(), sizeof(total));
+	std::vector<SYSTEM_HANDLE_ENTRY> entries(total);
+	std::memcpy(entries.data(), buffer.data() + offsetof(SYSTEM_HANDLE_INFORMATION, Handle),
+		    total * sizeof(SYSTEM_HANDLE_ENTRY));
+	return static_cast<int>(std::count_if(entries.begin(), entries.end(), [](const SYSTEM_HANDLE_ENTRY &entry) {
+		return entry.OwnerPid == GetCurrentProcessId();
+	}));
 }
 
 int running_threads()
