@@ -33,14 +33,18 @@ if [ ! -f "$build/gtest.o" ]; then
 	$compiler -std=c++20 -O1 -c -I $googletest/include -I $googletest $googletest/src/gtest-all.cc -o "$build/gtest.o"
 	$compiler -std=c++20 -O1 -c -I $googletest/include -I $googletest $googletest/src/gtest_main.cc -o "$build/main.o"
 fi
-echo "run_wine.sh: the tests for Windows"
-$compiler -std=c++20 -O1 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror \
-	-DNOMINMAX -DWIN32_LEAN_AND_MEAN -DUNICODE -D_UNICODE \
-	-I src -I tests -isystem $googletest/include \
-	src/platform/utf16_windows.cpp src/update/http_client_winhttp.cpp src/update/version.cpp src/update/web_address.cpp \
-	tests/update/http_client_test.cpp tests/update/process_counts_windows.cpp tests/update/version_test.cpp \
-	tests/update/web_address_test.cpp \
-	"$build/gtest.o" "$build/main.o" -o "$build/update_test.exe" -static -lwinhttp -lntdll
+build_test() {
+	name=$1
+	shift
+	echo "run_wine.sh: $name"
+	$compiler -std=c++20 -O1 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror \
+		-DNOMINMAX -DWIN32_LEAN_AND_MEAN -DUNICODE -D_UNICODE -I src -I tests -isystem $googletest/include \
+		src/platform/utf16_windows.cpp src/update/http_client_winhttp.cpp "$@" "$build/gtest.o" "$build/main.o" \
+		-o "$build/$name.exe" -static -lwinhttp -lntdll
+}
+build_test http_client_test tests/update/http_client_test.cpp tests/update/process_counts_windows.cpp \
+	tests/update/version_test.cpp src/update/version.cpp tests/update/web_address_test.cpp src/update/web_address.cpp
+build_test process_exit_test tests/update/process_exit_test.cpp
 
 # Run
 
@@ -55,6 +59,8 @@ fi
 # Wine reads the list of certificate authorities where its server was started.
 wineserver -k || true
 status=0
-scripts/manifest-server --misbehave --quiet -- wine "$build/update_test.exe" "$@" || status=$?
+for name in http_client_test process_exit_test; do
+	scripts/manifest-server --misbehave --quiet -- wine "$build/$name.exe" "$@" || status=$?
+done
 wineserver -k || true
 exit $status
