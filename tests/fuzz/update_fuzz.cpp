@@ -53,6 +53,21 @@ void read_manifest(const std::string &body)
 	(void)is_older("1.0.12", manifest->force_below);
 }
 
+// A manifest whose values are the lines of `text`, as they stand. The host's parser is not built for fuzzing, so
+// nothing would lead the fuzzer from noise to whole objects.
+std::string manifest_of(std::string_view text)
+{
+	std::string body = "{";
+	for (const char *key : {"version", "force_below", "notes", "download_page", "download_windows"}) {
+		const size_t end = text.find('\n');
+		const std::string_view value = text.substr(0, end);
+		body += std::string(body.size() > 1 ? ", \"" : "\"") + key + "\": ";
+		body += value.empty() ? "null" : value;
+		text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+	}
+	return body + "}";
+}
+
 // A file without a folder, and the path under which this process sees it.
 const int memory_file = memfd_create("update_dismiss.json", 0);
 const std::string memory_file_path = "/proc/self/fd/" + std::to_string(memory_file);
@@ -89,6 +104,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 		break;
 	case 'd':
 		read_dismissal(text);
+		break;
+	case 'k':
+		read_manifest(manifest_of(text));
 		break;
 	default:
 		read_manifest(text);
