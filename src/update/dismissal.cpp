@@ -14,7 +14,7 @@ constexpr const char *version_key = "version";
 constexpr const char *until_key = "until";
 
 // Far above any record that was ever written.
-constexpr std::int64_t largest_file_bytes = 64 * 1024;
+constexpr std::int64_t largest_file_bytes = 65'536;
 
 // The host's reader allocates what a seek to the end reports, and for a folder that is all there is.
 bool is_small_file(const char *file)

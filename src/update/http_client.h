@@ -20,7 +20,7 @@ struct HttpLimits {
 	// The longest for everything together: a server that sends a byte now and then never lets a phase run out.
 	std::chrono::milliseconds total{60'000};
 	// A body that is longer is dropped: the status stays, the body is empty.
-	std::size_t body_bytes = 1024 * 1024;
+	std::size_t body_bytes = 1'048'576; // 1 MiB
 };
 
 // Fetches `url` (UTF-8) with a GET over TLS, whatever the address says of its scheme; an address with "http:" therefore

@@ -187,22 +187,22 @@ void run_transfer(CURLM *multi, CURL *easy, const HttpLimits &limits)
 
 } // namespace
 
-HttpResponse http_request(const std::string &text, const HttpLimits &limits)
+HttpResponse http_request(const std::string &url, const HttpLimits &limits)
 {
 	start_curl_once();
 
 	std::unique_lock gate(exit_gate());
-	const UrlHandle url = parse_url(text);
+	const UrlHandle target = parse_url(url);
 	// Without a value the header is left out, as the other system's client does.
 	const HeaderList headers(curl_slist_append(nullptr, "Accept:"));
 	const EasyHandle easy(curl_easy_init());
 	const MultiHandle multi(curl_multi_init());
-	if (!url || !headers || !easy || !multi)
+	if (!target || !headers || !easy || !multi)
 		return {};
 
 	Exchange exchange;
 	exchange.body_limit = limits.body_bytes;
-	if (!configure(easy.get(), url.get(), headers.get(), exchange, limits))
+	if (!configure(easy.get(), target.get(), headers.get(), exchange, limits))
 		return {};
 	if (curl_multi_add_handle(multi.get(), easy.get()) != CURLM_OK)
 		return {};

@@ -20,8 +20,8 @@ namespace kalvio {
 
 namespace {
 
-constexpr std::int64_t check_interval_s = 6 * 60 * 60;
-constexpr std::int64_t dismissal_s = 24 * 60 * 60;
+constexpr std::int64_t check_interval_s = 21'600; // six hours
+constexpr std::int64_t dismissal_s = 86'400;      // one day
 constexpr const char *dismissal_name = "update_dismiss.json";
 constexpr std::uint32_t http_ok = 200;
 

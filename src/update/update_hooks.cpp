@@ -24,7 +24,7 @@ std::int64_t now()
 std::string config_file(const char *name)
 {
 	char *path = obs_module_config_path(name);
-	const std::string file = path ? path : "";
+	std::string file = path ? path : "";
 	bfree(path);
 	return file;
 }

@@ -19,7 +19,7 @@ std::uint64_t take_number(std::string_view &text) noexcept
 	constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
 	std::uint64_t value = 0;
 	while (!text.empty() && is_digit(text.front())) {
-		const std::uint64_t digit = static_cast<std::uint64_t>(text.front() - '0');
+		const auto digit = static_cast<std::uint64_t>(text.front() - '0');
 		value = value > (largest - digit) / 10 ? largest : value * 10 + digit;
 		text.remove_prefix(1);
 	}
@@ -51,7 +51,7 @@ bool is_older(std::string_view own, std::string_view other) noexcept
 	if (!other_version)
 		return false;
 	const std::optional<Version> own_version = parse_version(own);
-	return !own_version || *own_version < *other_version;
+	return !own_version || own_version->components < other_version->components;
 }
 
 } // namespace kalvio

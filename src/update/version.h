@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -13,7 +12,7 @@ namespace kalvio {
 struct Version {
 	std::array<std::uint64_t, 3> components = {};
 
-	auto operator<=>(const Version &) const = default;
+	bool operator==(const Version &) const = default;
 };
 
 // Reads "1.2.3" after one optional "v" or "V": up to three runs of decimal digits with single dots between them.

@@ -22,7 +22,7 @@ namespace {
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t pattern_bytes = 8 * 1024 * 1024;
+constexpr std::size_t pattern_bytes = 8'388'608;
 // What a loaded machine may add to a limit.
 constexpr milliseconds slack{3000};
 
@@ -184,7 +184,7 @@ TEST(HttpClient, TakesABodyOfAMebibyteWhole)
 {
 	const HttpResponse response = http_request(server() + "/limit");
 	EXPECT_EQ(response.status, 200U);
-	EXPECT_TRUE(response.body == pattern(1024 * 1024)) << response.body.size();
+	EXPECT_TRUE(response.body == pattern(1'048'576)) << response.body.size();
 }
 
 TEST(HttpClient, DropsABodyThatIsLonger)
@@ -295,6 +295,7 @@ TEST(HttpClient, ServesManyThreadsAtOnce)
 {
 	std::atomic<int> right = 0;
 	std::vector<std::thread> threads;
+	threads.reserve(8);
 	for (int index = 0; index < 8; index++) {
 		threads.emplace_back([&right, index] {
 			for (int round = 0; round < 5; round++) {

@@ -57,11 +57,12 @@ TEST_F(ManifestTest, MissingKeysReadAsEmpty_AndTheFileAsTheDefaultPackage)
 
 TEST_F(ManifestTest, ValuesOfAnotherTypeReadAsMissing)
 {
-	for (const char *value : {"1", "1.5", "true", "false", "null", "[]", "[\"1.0.13\"]", "{}", "{\"a\": \"b\"}"}) {
-		const std::string v = value;
-		const auto manifest =
-			parse_manifest(R"({"version": )" + v + R"(, "force_below": )" + v + R"(, "notes": )" + v +
-				       R"(, "download_page": )" + v + R"(, "download_windows": )" + v + "}");
+	for (const char *value : {"1", "1.5", "true", "false", "null", "[]", R"(["1.0.13"])", "{}", R"({"a": "b"})"}) {
+		std::string body =
+			R"({"version": @, "force_below": @, "notes": @, "download_page": @, "download_windows": @})";
+		for (size_t place = body.find('@'); place != std::string::npos; place = body.find('@'))
+			body.replace(place, 1, value);
+		const auto manifest = parse_manifest(body);
 		ASSERT_TRUE(manifest) << value;
 		EXPECT_EQ(manifest->latest, "") << value;
 		EXPECT_EQ(manifest->force_below, "") << value;

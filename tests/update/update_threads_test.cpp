@@ -19,6 +19,7 @@ protected:
 	static void run_on_threads(int threads, int times, const Work &work)
 	{
 		std::vector<std::thread> pool;
+		pool.reserve(static_cast<std::size_t>(threads));
 		for (int index = 0; index < threads; index++) {
 			pool.emplace_back([&work, times] {
 				for (int round = 0; round < times; round++)

@@ -19,8 +19,8 @@ TEST(WebAddress, TakesHttpAndHttps)
 TEST(WebAddress, RefusesEveryOtherScheme)
 {
 	for (const char *text : {"", "https", "https:", "https:/", "https:/h", "ftp://h/", "file:///etc/passwd",
-				 "javascript:1", "ms-settings:", "//h/", "h", "C:\\Windows\\calc.exe", "\\\\h\\share",
-				 " https://h/", "httpss://h", "https:\\\\h", "x https://h/"})
+				 "javascript:1", "ms-settings:", "//h/", "h", R"(C:\Windows\calc.exe)", R"(\\h\share)",
+				 " https://h/", "httpss://h", R"(https:\\h)", "x https://h/"})
 		EXPECT_FALSE(is_web_address(text)) << text;
 }
 
@@ -34,8 +34,8 @@ TEST(WebAddress, RefusesAnAddressWithoutHost)
 TEST(WebAddress, RefusesWhatWouldEndItOnACommandLine)
 {
 	for (const char *text :
-	     {"https://h/\" --run", "https://h/a b", "https://h/a\tb", "https://h/a\nb", "https://h/a\rb",
-	      "https://h/<", "https://h/>", "https://h\\a", "https://h/^", "https://h/`x`", "https://h/{",
+	     {R"(https://h/" --run)", "https://h/a b", "https://h/a\tb", "https://h/a\nb", "https://h/a\rb",
+	      "https://h/<", "https://h/>", R"(https://h\a)", "https://h/^", "https://h/`x`", "https://h/{",
 	      "https://h/|x", "https://h/}", "https://h/\x7F", "https://h/\x01"})
 		EXPECT_FALSE(is_web_address(text)) << text;
 	EXPECT_FALSE(is_web_address(std::string_view("https://h/\0x", 12)));
