@@ -1,23 +1,36 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 
 // Effects that are loaded from files.
-#include "bundle.h"
 #include "call.h"
+
+#include <utility>
 
 using namespace kalvio::engine;
 
 namespace {
 
-// Opens a bundle of the kind and reports what is wrong with it.
-int32_t load_bundle(kl_engine *engine, const char *what, const char *kind, const char *path)
+using StickerLoader = ReadResult (*)(const char *path, Sticker &sticker);
+
+int32_t load_into(std::optional<Sticker> Effects::*place, StickerLoader load, const char *what, kl_engine *engine,
+		  const char *path)
 {
 	return call(engine, [=](kl_engine &self) -> int32_t {
 		if (path == nullptr)
 			return KL_ERROR_INVALID_ARGUMENT;
-		Bundle bundle;
-		if (const ReadResult result = bundle.open(path, kind); !result)
+		Sticker sticker;
+		if (const ReadResult result = load(path, sticker); !result)
 			return self.report_failed_load(what, path, result.status, result.reason);
+		self.effects.*place = std::move(sticker);
+		self.effects.sticker_step = 0;
 		self.log->write(LogLevel::Information, "engine %d: %s %s loaded", self.number, what, path);
+		return KL_OK;
+	});
+}
+
+int32_t clear(std::optional<Sticker> Effects::*place, kl_engine *engine)
+{
+	return call(engine, [=](kl_engine &self) -> int32_t {
+		(self.effects.*place).reset();
 		return KL_OK;
 	});
 }
@@ -53,22 +66,22 @@ int32_t kl_clear_filter(kl_engine *engine)
 
 int32_t kl_set_sticker(kl_engine *engine, const char *path)
 {
-	return load_bundle(engine, "sticker", "sticker", path);
+	return load_into(&Effects::sticker, load_sticker, "sticker", engine, path);
 }
 
 int32_t kl_set_3d_sticker(kl_engine *engine, const char *path)
 {
-	return load_bundle(engine, "3D sticker", "sticker3d", path);
+	return load_into(&Effects::sticker_3d, load_3d_sticker, "3D sticker", engine, path);
 }
 
 int32_t kl_clear_sticker(kl_engine *engine)
 {
-	return call(engine, [](kl_engine &) -> int32_t { return KL_OK; });
+	return clear(&Effects::sticker, engine);
 }
 
 int32_t kl_clear_3d_sticker(kl_engine *engine)
 {
-	return call(engine, [](kl_engine &) -> int32_t { return KL_OK; });
+	return clear(&Effects::sticker_3d, engine);
 }
 
 int32_t kl_set_virtual_background(kl_engine *engine, const char *path)

@@ -3,6 +3,7 @@
 
 #include "stages/background_picture.h"
 #include "stages/color_lookup.h"
+#include "stages/sticker.h"
 
 #include <optional>
 
@@ -16,6 +17,10 @@ struct Effects {
 	float lookup_intensity = -1;
 
 	std::optional<BackgroundPicture> picture;
+
+	std::optional<Sticker> sticker;
+	uint64_t sticker_step = 0; // frames since it was loaded
+	std::optional<Sticker> sticker_3d;
 };
 
 } // namespace kalvio::engine

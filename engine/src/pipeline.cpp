@@ -10,6 +10,7 @@
 #include "stages/tone.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -44,8 +45,13 @@ struct FramePlan {
 	float blur_deviation = 0;                   // of the background, in pixels
 	const BackgroundPicture *picture = nullptr; // in the background's place
 	const int16_t *lookup = nullptr;            // the colour filter
+	int sprite_count = 0;                       // of a screen sticker
+	std::array<PlacedSprite, max_moving_sprites> sprites;
 
-	bool is_neutral() const { return !retouch && sharpening == 0 && !keyed && lookup == nullptr; }
+	bool is_neutral() const
+	{
+		return !retouch && sharpening == 0 && !keyed && lookup == nullptr && sprite_count == 0;
+	}
 };
 
 // The colour filter, mixed with no change as the settings ask; null without one.
@@ -90,6 +96,10 @@ FramePlan plan_frame(kl_engine &engine, const Frame &frame)
 	plan.sharpening = static_cast<int>(std::lrint(settings.sharpening * strongest_sharpening));
 	plan_background(plan, engine, frame);
 	plan.lookup = prepare_lookup(engine.effects, settings.filter_intensity);
+	if (engine.effects.sticker && engine.effects.sticker->on_screen) {
+		plan.sprite_count = place_sprites(*engine.effects.sticker, engine.effects.sticker_step++, frame.width,
+						  frame.height, plan.sprites.data());
+	}
 	return plan;
 }
 
@@ -188,6 +198,7 @@ void process_band(const FramePlan &plan, FrameMemory &memory, const Frame &frame
 			replace_background(plan, memory, frame, y, slot_number);
 		if (plan.lookup != nullptr)
 			kernels::lookup_row(row, frame.width, plan.lookup);
+		draw_sprites(plan.sprites.data(), plan.sprite_count, y, row);
 		std::memcpy(frame.output_row(y), row, frame.row_bytes());
 	}
 }

@@ -1,0 +1,361 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "art.h"
+
+#include "art_raster.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <sstream>
+#include <stdexcept>
+
+namespace kalvio::engine {
+
+namespace {
+
+using nlohmann::json;
+
+// Premultiplied colours, 0..1.
+using Color = std::array<float, 4>;
+
+struct Canvas {
+	int width;
+	int height;
+	std::vector<float> values; // four a pixel, premultiplied
+};
+
+// x' = a x + c y + e, y' = b x + d y + f
+struct Transform {
+	double a = 1, b = 0, c = 0, d = 1, e = 0, f = 0;
+
+	Point operator()(Point point) const { return {a * point.x + c * point.y + e, b * point.x + d * point.y + f}; }
+};
+
+Transform operator*(const Transform &outer, const Transform &inner)
+{
+	const Point origin = outer({inner.e, inner.f});
+	return {outer.a * inner.a + outer.c * inner.b,
+		outer.b * inner.a + outer.d * inner.b,
+		outer.a * inner.c + outer.c * inner.d,
+		outer.b * inner.c + outer.d * inner.d,
+		origin.x,
+		origin.y};
+}
+
+Transform moved(double x, double y)
+{
+	return {1, 0, 0, 1, x, y};
+}
+
+Transform transform_of(const json &shape)
+{
+	constexpr double degree = 3.14159265358979323846 / 180;
+	const std::array<double, 2> about = shape.value("about", std::array<double, 2>{0, 0});
+	const std::array<double, 2> move = shape.value("move", std::array<double, 2>{0, 0});
+	std::array<double, 2> scale = {1, 1};
+	if (const auto found = shape.find("scale"); found != shape.end())
+		scale = found->is_number() ? std::array<double, 2>{*found, *found}
+					   : found->get<std::array<double, 2>>();
+	const double angle = shape.value("rotate", 0.0) * degree;
+	const Transform turn = {std::cos(angle), std::sin(angle), -std::sin(angle), std::cos(angle), 0, 0};
+	const Transform stretch = {scale[0], 0, 0, scale[1], 0, 0};
+	return moved(about[0] + move[0], about[1] + move[1]) * turn * stretch * moved(-about[0], -about[1]);
+}
+
+Color color_of(const std::string &text)
+{
+	if ((text.size() != 7 && text.size() != 9) || text[0] != '#')
+		throw std::runtime_error("no colour: " + text);
+	const auto channel = [&](size_t index) {
+		return static_cast<float>(std::stoi(text.substr(1 + index * 2, 2), nullptr, 16)) / 255.0F;
+	};
+	const float alpha = text.size() == 9 ? channel(3) : 1.0F;
+	return {channel(0) * alpha, channel(1) * alpha, channel(2) * alpha, alpha};
+}
+
+// A colour or a gradient in the shape's own coordinates.
+class Paint {
+public:
+	Paint(const json &fill, const Transform &transform) : transform_(transform)
+	{
+		if (fill.is_string()) {
+			stops_.push_back({0, color_of(fill)});
+			return;
+		}
+		linear_ = fill.contains("linear");
+		numbers_ = fill.at(linear_ ? "linear" : "radial").get<std::vector<double>>();
+		for (const json &stop : fill.at("stops"))
+			stops_.push_back({stop.at(0).get<double>(), color_of(stop.at(1))});
+	}
+
+	Color at(double x, double y) const
+	{
+		if (stops_.size() == 1)
+			return stops_.front().color;
+		const double position = position_of(x, y);
+		size_t next = 0;
+		while (next < stops_.size() && stops_[next].place < position)
+			++next;
+		if (next == 0)
+			return stops_.front().color;
+		if (next == stops_.size())
+			return stops_.back().color;
+		const Stop &from = stops_[next - 1];
+		const Stop &to = stops_[next];
+		const auto part = static_cast<float>((position - from.place) / (to.place - from.place));
+		Color color;
+		for (size_t channel = 0; channel < 4; ++channel)
+			color[channel] = from.color[channel] + part * (to.color[channel] - from.color[channel]);
+		return color;
+	}
+
+private:
+	struct Stop {
+		double place;
+		Color color;
+	};
+
+	double position_of(double x, double y) const
+	{
+		const Transform &t = transform_;
+		const double determinant = t.a * t.d - t.b * t.c;
+		const double px = (t.d * (x - t.e) - t.c * (y - t.f)) / determinant;
+		const double py = (t.a * (y - t.f) - t.b * (x - t.e)) / determinant;
+		if (!linear_)
+			return std::hypot(px - numbers_[0], py - numbers_[1]) / numbers_[2];
+		const double dx = numbers_[2] - numbers_[0];
+		const double dy = numbers_[3] - numbers_[1];
+		return ((px - numbers_[0]) * dx + (py - numbers_[1]) * dy) / (dx * dx + dy * dy);
+	}
+
+	Transform transform_;
+	bool linear_ = false;
+	std::vector<double> numbers_;
+	std::vector<Stop> stops_;
+};
+
+void add_curve(Polygon &polygon, Point p1, Point p2, Point p3)
+{
+	constexpr int pieces = 24;
+	const Point p0 = polygon.back();
+	for (int piece = 1; piece <= pieces; ++piece) {
+		const double t = static_cast<double>(piece) / pieces;
+		const double u = 1 - t;
+		const double w[4] = {u * u * u, 3 * u * u * t, 3 * u * t * t, t * t * t};
+		polygon.push_back({w[0] * p0.x + w[1] * p1.x + w[2] * p2.x + w[3] * p3.x,
+				   w[0] * p0.y + w[1] * p1.y + w[2] * p2.y + w[3] * p3.y});
+	}
+}
+
+std::vector<Polygon> polygons_of_path(const std::string &path)
+{
+	std::vector<Polygon> polygons;
+	std::istringstream stream(path);
+	const auto point = [&] {
+		Point result;
+		if (!(stream >> result.x >> result.y))
+			throw std::runtime_error("a path ends too early: " + path);
+		return result;
+	};
+	char command;
+	while (stream >> command) {
+		if (command == 'M')
+			polygons.push_back({point()});
+		else if (polygons.empty())
+			throw std::runtime_error("a path without a start: " + path);
+		else if (command == 'L')
+			polygons.back().push_back(point());
+		else if (command == 'C') {
+			const Point p1 = point();
+			const Point p2 = point();
+			add_curve(polygons.back(), p1, p2, point());
+		} else if (command == 'Q') {
+			const Point from = polygons.back().back();
+			const Point middle = point();
+			const Point to = point();
+			add_curve(polygons.back(),
+				  {from.x + 2 * (middle.x - from.x) / 3, from.y + 2 * (middle.y - from.y) / 3},
+				  {to.x + 2 * (middle.x - to.x) / 3, to.y + 2 * (middle.y - to.y) / 3}, to);
+		} else if (command != 'Z')
+			throw std::runtime_error("a path with an unknown command: " + path);
+	}
+	return polygons;
+}
+
+// A quarter of a circle at a time; the classical control points.
+Polygon rounded(double x, double y, double width, double height, double rx, double ry)
+{
+	constexpr double k = 0.5522847498;
+	const double right = x + width;
+	const double bottom = y + height;
+	Polygon polygon = {{x + rx, y}, {right - rx, y}};
+	add_curve(polygon, {right - rx + k * rx, y}, {right, y + ry - k * ry}, {right, y + ry});
+	polygon.push_back({right, bottom - ry});
+	add_curve(polygon, {right, bottom - ry + k * ry}, {right - rx + k * rx, bottom}, {right - rx, bottom});
+	polygon.push_back({x + rx, bottom});
+	add_curve(polygon, {x + rx - k * rx, bottom}, {x, bottom - ry + k * ry}, {x, bottom - ry});
+	polygon.push_back({x, y + ry});
+	add_curve(polygon, {x, y + ry - k * ry}, {x + rx - k * rx, y}, {x + rx, y});
+	return polygon;
+}
+
+std::vector<Polygon> polygons_of(const json &shape)
+{
+	if (const auto path = shape.find("path"); path != shape.end())
+		return polygons_of_path(*path);
+	if (const auto ellipse = shape.find("ellipse"); ellipse != shape.end()) {
+		const auto n = ellipse->get<std::array<double, 4>>();
+		return {rounded(n[0] - n[2], n[1] - n[3], 2 * n[2], 2 * n[3], n[2], n[3])};
+	}
+	const auto n = shape.at("rect").get<std::vector<double>>();
+	if (n.size() == 4)
+		return {{{n[0], n[1]}, {n[0] + n[2], n[1]}, {n[0] + n[2], n[1] + n[3]}, {n[0], n[1] + n[3]}}};
+	return {rounded(n[0], n[1], n[2], n[3], n.at(4), n.at(4))};
+}
+
+// The outline as a chain of short bars with round joints. Closed paths come back to their start by themselves.
+std::vector<Polygon> outline(const std::vector<Polygon> &polygons, double width, bool closed)
+{
+	std::vector<Polygon> result;
+	const double half = width / 2;
+	for (const Polygon &polygon : polygons) {
+		const size_t pieces = closed ? polygon.size() : polygon.size() - 1;
+		for (size_t index = 0; index < pieces; ++index) {
+			const Point a = polygon[index];
+			const Point b = polygon[(index + 1) % polygon.size()];
+			const double length = std::hypot(b.x - a.x, b.y - a.y);
+			result.push_back(rounded(a.x - half, a.y - half, width, width, half, half));
+			if (length == 0)
+				continue;
+			const double nx = -(b.y - a.y) / length * half;
+			const double ny = (b.x - a.x) / length * half;
+			// In the same sense as the joints, or the non-zero rule would cut them out of each other.
+			result.push_back({{a.x - nx, a.y - ny},
+					  {b.x - nx, b.y - ny},
+					  {b.x + nx, b.y + ny},
+					  {a.x + nx, a.y + ny}});
+		}
+		if (!closed)
+			result.push_back(
+				rounded(polygon.back().x - half, polygon.back().y - half, width, width, half, half));
+	}
+	return result;
+}
+
+// One premultiplied pixel over another.
+void lay_over(float *below, const float *above)
+{
+	const float rest = 1 - above[3];
+	for (size_t channel = 0; channel < 4; ++channel)
+		below[channel] = above[channel] + rest * below[channel];
+}
+
+void lay_over(Canvas &below, const std::vector<float> &above)
+{
+	for (size_t index = 0; index < above.size(); index += 4)
+		lay_over(below.values.data() + index, above.data() + index);
+}
+
+void draw_shape(Canvas &canvas, const json &shape, const Transform &outer);
+
+void draw_area(Canvas &canvas, const json &shape, const Transform &transform)
+{
+	std::vector<Polygon> polygons = polygons_of(shape);
+	if (const auto line = shape.find("line"); line != shape.end()) {
+		const bool closed =
+			!shape.contains("path") || shape.at("path").get<std::string>().find('Z') != std::string::npos;
+		polygons = outline(polygons, line->get<double>(), closed);
+	}
+	for (Polygon &polygon : polygons) {
+		for (Point &point : polygon)
+			point = transform(point);
+	}
+	const Paint paint(shape.at("fill"), transform);
+	const double blur = shape.value("blur", 0.0);
+	std::vector<float> layer(blur > 0 ? canvas.values.size() : 0);
+	const std::vector<float> coverage = cover(polygons, canvas.width, canvas.height);
+	for (size_t pixel = 0; pixel < coverage.size(); ++pixel) {
+		if (coverage[pixel] == 0)
+			continue;
+		Color color = paint.at(static_cast<double>(pixel % size_t(canvas.width)) + 0.5,
+				       static_cast<double>(pixel / size_t(canvas.width)) + 0.5);
+		for (float &channel : color)
+			channel *= coverage[pixel];
+		if (blur > 0)
+			std::copy(color.begin(), color.end(), layer.begin() + static_cast<std::ptrdiff_t>(pixel * 4));
+		else
+			lay_over(canvas.values.data() + pixel * 4, color.data());
+	}
+	if (blur > 0) {
+		blur_plane(layer, canvas.width, canvas.height, 4, blur);
+		lay_over(canvas, layer);
+	}
+}
+
+void draw_once(Canvas &canvas, const json &shape, const Transform &outer)
+{
+	const Transform transform = outer * transform_of(shape);
+	const auto group = shape.find("shapes");
+	if (group == shape.end()) {
+		draw_area(canvas, shape, transform);
+		return;
+	}
+	const double blur = shape.value("blur", 0.0);
+	if (blur == 0) {
+		for (const json &item : *group)
+			draw_shape(canvas, item, transform);
+		return;
+	}
+	Canvas layer = {canvas.width, canvas.height, std::vector<float>(canvas.values.size())};
+	for (const json &item : *group)
+		draw_shape(layer, item, transform);
+	blur_plane(layer.values, layer.width, layer.height, 4, blur);
+	lay_over(canvas, layer.values);
+}
+
+void draw_shape(Canvas &canvas, const json &shape, const Transform &outer)
+{
+	const json repeat = shape.value("repeat", json::object());
+	for (int index = 0; index < repeat.value("count", 1); ++index) {
+		const Transform place = outer * moved(index * repeat.value("dx", 0.0), index * repeat.value("dy", 0.0));
+		draw_once(canvas, shape, place);
+		if (const auto mirror = shape.find("mirror"); mirror != shape.end())
+			draw_once(canvas, shape, place * Transform{-1, 0, 0, 1, 2 * mirror->get<double>(), 0});
+	}
+}
+
+} // namespace
+
+Image draw_art(const json &definition)
+{
+	Image image;
+	image.width = definition.at("width").get<int>();
+	image.height = definition.at("height").get<int>();
+	if (image.width < 1 || image.height < 1 || image.width > 4096 || image.height > 4096)
+		throw std::runtime_error("a picture of an impossible size");
+	const size_t pixels = size_t(image.width) * size_t(image.height);
+	Canvas canvas = {image.width, image.height, std::vector<float>(pixels * 4)};
+	for (const json &shape : definition.at("shapes"))
+		draw_shape(canvas, shape, {});
+
+	image.pixels.resize(pixels * 4);
+	const bool dithered = definition.value("dither", true);
+	uint32_t noise = 1;
+	for (size_t pixel = 0; pixel < pixels; ++pixel) {
+		const float *from = canvas.values.data() + pixel * 4;
+		uint8_t *to = image.pixels.data() + pixel * 4;
+		// One random offset a pixel instead of plain rounding: wide gradients do not fall into steps.
+		noise = noise * 1664525U + 1013904223U;
+		const float offset = dithered ? static_cast<float>(noise >> 8) / 16777216.0F : 0.5F;
+		for (size_t channel = 0; channel < 3; ++channel) {
+			const float straight = from[3] > 0 ? from[channel] / from[3] : 0.0F;
+			to[channel] = static_cast<uint8_t>(std::clamp(straight * 255.0F + offset, 0.0F, 255.0F));
+		}
+		to[3] = static_cast<uint8_t>(std::lrint(std::clamp(from[3], 0.0F, 1.0F) * 255.0F));
+	}
+	return image;
+}
+
+} // namespace kalvio::engine
