@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "engine.h"
+#include "engine_fixture.h"
+#include "image_writer.h"
+
+namespace kalvio::engine::testing {
+namespace {
+
+std::string shipped(const std::string &name)
+{
+	return std::string(KALVIO_DATA_DIR) + "/stickers/" + name + ".kld";
+}
+
+int differing_pixels(const Picture &left, const Picture &right)
+{
+	int count = 0;
+	for (size_t index = 0; index < left.bytes.size(); index += 4)
+		count += !std::equal(&left.bytes[index], &left.bytes[index] + 4, &right.bytes[index]);
+	return count;
+}
+
+class StickerTest : public EngineTest {
+protected:
+	std::string bundle(const std::string &manifest_end, const std::string &kind = "sticker",
+			   std::vector<BundleFile> files = {})
+	{
+		Image sprite;
+		sprite.width = 8;
+		sprite.height = 8;
+		sprite.pixels.assign(8 * 8 * 4, 255);
+		const std::string manifest =
+			R"({"kind":")" + kind + R"(","format_version":1,"name":"test",)" + manifest_end;
+		files.push_back({"manifest.json", Bytes(manifest.begin(), manifest.end())});
+		files.push_back({"a.png", encode_png(sprite)});
+		write_bundle(scratch.path("a.kld"), std::move(files));
+		return scratch.path("a.kld");
+	}
+
+	int32_t set(const std::string &path) { return kl_set_sticker(engine.get(), path.c_str()); }
+
+	const Picture input = noise_picture(640, 360, 8);
+};
+
+TEST_F(StickerTest, AllElevenLoad)
+{
+	for (const char *name : {"face/black_glass", "face/fox", "face/kiss2", "face/mustache", "face/fan_club",
+				 "face/falling_sakura", "face/falling_pigs", "screen/butterfly", "screen/petals"})
+		EXPECT_EQ(set(shipped(name)), KL_OK) << name;
+	for (const char *name : {"3d/oculos", "3d/red_glasses"})
+		EXPECT_EQ(kl_set_3d_sticker(engine.get(), shipped(name).c_str()), KL_OK) << name;
+}
+
+TEST_F(StickerTest, ScreenStickersAreDrawnOverPartOfTheFrame)
+{
+	for (const char *name : {"screen/butterfly", "screen/petals"}) {
+		ASSERT_EQ(set(shipped(name)), KL_OK);
+		const int changed = differing_pixels(processed(input), input);
+		EXPECT_GT(changed, 640 * 360 / 200) << name;
+		EXPECT_LT(changed, 640 * 360 / 5) << name;
+	}
+}
+
+TEST_F(StickerTest, ScreenStickersMoveWithTheFrames_AndStartAnewWhenLoaded)
+{
+	ASSERT_EQ(set(shipped("screen/petals")), KL_OK);
+	const Picture first = processed(input);
+	EXPECT_GT(differing_pixels(processed(input), first), 0);
+	ASSERT_EQ(set(shipped("screen/petals")), KL_OK);
+	EXPECT_EQ(processed(input).bytes, first.bytes);
+}
+
+TEST_F(StickerTest, MotionIsSteadyAfterManyHours)
+{
+	Sticker sticker;
+	ASSERT_TRUE(load_sticker(shipped("screen/butterfly").c_str(), sticker));
+	std::array<PlacedSprite, max_moving_sprites> now;
+	std::array<PlacedSprite, max_moving_sprites> next;
+	for (const uint64_t step : {uint64_t{0}, uint64_t{30} * 3600 * 24 * 30, uint64_t{1} << 40}) {
+		const int count = place_sprites(sticker, step, 1920, 1080, now.data());
+		place_sprites(sticker, step + 1, 1920, 1080, next.data());
+		for (int index = 0; index < count; ++index) {
+			EXPECT_NEAR(now[size_t(index)].centre_x, next[size_t(index)].centre_x, 25) << step;
+			EXPECT_NE(now[size_t(index)].centre_x, next[size_t(index)].centre_x) << step;
+		}
+	}
+}
+
+TEST_F(StickerTest, WhatNeedsAFaceChangesNoPixel)
+{
+	ASSERT_EQ(set(shipped("face/falling_pigs")), KL_OK);
+	ASSERT_EQ(kl_set_3d_sticker(engine.get(), shipped("3d/oculos").c_str()), KL_OK);
+	EXPECT_EQ(processed(input).bytes, input.bytes);
+}
+
+TEST_F(StickerTest, ClearTakesItAway)
+{
+	set(shipped("screen/butterfly"));
+	kl_clear_sticker(engine.get());
+	EXPECT_EQ(processed(input).bytes, input.bytes);
+}
+
+TEST_F(StickerTest, TheTwoPlacesAreIndependent)
+{
+	set(shipped("screen/butterfly"));
+	kl_clear_3d_sticker(engine.get());
+	EXPECT_NE(processed(input).bytes, input.bytes);
+}
+
+TEST_F(StickerTest, AFailedLoadLeavesThePreviousOne)
+{
+	set(shipped("screen/butterfly"));
+	EXPECT_EQ(set(scratch.path("absent.kld")), KL_ERROR_FILE);
+	EXPECT_EQ(set(shipped("3d/oculos")), KL_ERROR_FORMAT);
+	EXPECT_EQ(kl_set_3d_sticker(engine.get(), shipped("face/fox").c_str()), KL_ERROR_FORMAT);
+	EXPECT_NE(processed(input).bytes, input.bytes);
+}
+
+TEST_F(StickerTest, DrawnOverNothingItBringsItsOwnAlpha)
+{
+	Picture empty(640, 360);
+	std::fill(empty.bytes.begin(), empty.bytes.end(), uint8_t{0});
+	set(shipped("screen/butterfly"));
+	const Picture output = processed(empty);
+	int opaque = 0;
+	for (size_t index = 3; index < output.bytes.size(); index += 4)
+		opaque += output.bytes[index] == 255;
+	EXPECT_GT(opaque, 100);
+}
+
+TEST_F(StickerTest, ManifestsThatMakeNoSenseAreRefused)
+{
+	const std::string moving = R"("placement":"screen","motion":"fall","sprites":["a.png"],)";
+	ASSERT_EQ(set(bundle(moving + R"("count":3,"size":[0.1,0.2]})")), KL_OK);
+	for (const std::string &end :
+	     {std::string(R"("placement":"sky"})"), std::string(R"("placement":"screen"})"),
+	      moving + R"("count":0,"size":[0.1,0.2]})", moving + R"("count":65,"size":[0.1,0.2]})",
+	      moving + R"("count":"3","size":[0.1,0.2]})", moving + R"("count":3,"size":[0.2,0.1]})",
+	      moving + R"("count":3,"size":[-1,1e9]})", moving + R"("count":3,"size":0.1})",
+	      std::string(R"("placement":"screen","motion":"jump","sprites":["a.png"],"count":3,"size":[0.1,0.2]})"),
+	      std::string(R"("placement":"screen","motion":"fall","sprites":["b.png"],"count":3,"size":[0.1,0.2]})"),
+	      std::string(R"("placement":"screen","motion":"fall","sprites":[7],"count":3,"size":[0.1,0.2]})"),
+	      std::string(R"("placement":"face","items":[{"sprite":"a.png","anchor":"ear","size":1,"offset":[0,0]}]})"),
+	      std::string(
+		      R"("placement":"face","items":[{"sprite":"a.png","anchor":"eyes","size":-1,"offset":[0,0]}]})"),
+	      std::string(R"("placement":"face","items":[{"sprite":"a.png","anchor":"eyes","size":1}]})"),
+	      std::string(R"("placement":"face","items":[7]})"), std::string(R"("placement":"face","items":{}})")})
+		EXPECT_EQ(set(bundle(end)), KL_ERROR_FORMAT) << end;
+}
+
+TEST_F(StickerTest, QuadsThatMakeNoSenseAreRefused)
+{
+	const auto set_3d = [&](const std::string &quads) {
+		return kl_set_3d_sticker(engine.get(), bundle("\"quads\":" + quads + "}", "sticker3d").c_str());
+	};
+	ASSERT_EQ(set_3d(R"([{"sprite":"a.png","corners":[[0,0,0],[1,0,0],[1,1,0],[0,1,0]]}])"), KL_OK);
+	for (const char *quads :
+	     {"[]", "{}", "[1]", R"([{"corners":[]}])", R"([{"sprite":"a.png","corners":[[0,0,0],[1,0,0],[1,1,0]]}])",
+	      R"([{"sprite":"a.png","corners":[[0,0,0],[1,0,0],[1,1,0],[0,1e9,0]]}])",
+	      R"([{"sprite":"a.png","corners":[[0,0,0],[1,0,0],[1,1,0],["x",1,0]]}])"})
+		EXPECT_EQ(set_3d(quads), KL_ERROR_FORMAT) << quads;
+}
+
+TEST_F(StickerTest, ASpriteThatIsNoPictureIsRefused)
+{
+	const std::string end =
+		R"("placement":"screen","motion":"fall","sprites":["b.png"],"count":3,"size":[0.1,0.2]})";
+	EXPECT_EQ(set(bundle(end, "sticker", {{"b.png", {1, 2, 3}}})), KL_ERROR_FORMAT);
+}
+
+} // namespace
+} // namespace kalvio::engine::testing
