@@ -1,20 +1,315 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/dock_host.h"
 
-// There is no panel in this build: nothing to show and nothing to centre, and the front end never reports to it.
+#include "panel/dock_geometry.h"
+#include "panel/frontend_docks.h"
+#include "panel/kalvio_panel.h"
+#include "panel/prop_center.h"
+#include "panel/targeting.h"
+#include "panel/translations.h"
+#include "panel/ui_preferences.h"
+#include "panel/ui_thread.h"
+
+#include <QAbstractButton>
+#include <QAction>
+#include <QDockWidget>
+#include <QEvent>
+#include <QMainWindow>
+#include <QPointer>
+#include <QTimer>
+#include <atomic>
+#include <memory>
+#include <obs-frontend-api.h>
+#include <obs-module.h>
+#include <utility>
+
 namespace kalvio {
 
-void show_dock() {}
+namespace {
 
-void schedule_prop_center() {}
+constexpr const char *dock_id = "kalvio";
+constexpr const char *dock_title = "Kalvio"; // a name; not translated
+constexpr int poll_interval_ms = 200;
+
+// From start to the host's exit. The widgets are the host's: it deletes them with its main window, after EXIT and
+// before the module's unload.
+struct DockHost {
+	bool is_running = false; // between start and EXIT or stop; nothing is created outside
+	bool has_callback = false;
+	bool is_dock_hooked = false;
+	bool is_placing = false; // our own moves of the dock are not the user's
+	bool is_placed = false;  // nothing is saved before, so that the host's moves at its start never are
+	bool open_on_startup = true;
+	DockGeometry geometry;
+	QPointer<KalvioPanel> panel;
+	QPointer<QWidget> registered; // the panel for as long as the host has it in a dock, also after EXIT
+	QPointer<QTimer> poll_timer;
+};
+
+DockHost &host()
+{
+	// Never destroyed: the module's static objects go after the host's application object.
+	static DockHost &instance = *new DockHost;
+	return instance;
+}
+
+std::atomic<bool> is_frontend_ready = false;
+
+QMainWindow *main_window()
+{
+	return qobject_cast<QMainWindow *>(static_cast<QObject *>(obs_frontend_get_main_window()));
+}
+
+// The panel comes first: the host's library complains about calls after the main window's end.
+QDockWidget *find_dock_widget()
+{
+	const KalvioPanel *panel = host().panel;
+	const QMainWindow *window = panel ? main_window() : nullptr;
+	if (!window)
+		return nullptr;
+	for (QDockWidget *dock : window->findChildren<QDockWidget *>()) {
+		if (dock->widget() == panel || dock->objectName() == QLatin1String(dock_id))
+			return dock;
+	}
+	return nullptr;
+}
+
+void hide_close_buttons(QDockWidget &dock)
+{
+	for (QAbstractButton *button : dock.findChildren<QAbstractButton *>("qt_dockwidget_closebutton"))
+		button->hide();
+}
+
+// The panel is hidden through the host's dock menu only. A dock without any feature is one that the host has locked.
+void style_dock(QDockWidget *dock)
+{
+	if (!dock)
+		return;
+	if (dock->features() != QDockWidget::NoDockWidgetFeatures)
+		dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
+	hide_close_buttons(*dock);
+}
+
+void save_geometry()
+{
+	DockHost &state = host();
+	if (state.is_placing || !state.is_placed)
+		return;
+	const QDockWidget *dock = find_dock_widget();
+	if (!dock)
+		return;
+	read_dock(*main_window(), *dock, state.geometry);
+	save_dock_geometry(state.geometry);
+}
+
+// A floating dock that is moved tells nobody. Its last position is what it comes back to after it was docked.
+class FloatingMoves : public QObject {
+public:
+	using QObject::QObject;
+
+protected:
+	bool eventFilter(QObject *watched, QEvent *event) override
+	{
+		DockHost &state = host();
+		const auto *dock = qobject_cast<QDockWidget *>(watched);
+		if (event->type() == QEvent::Move && dock && dock->isFloating() && state.is_placed && !state.is_placing)
+			read_floating_position(*dock, state.geometry);
+		return false;
+	}
+};
+
+void restore_geometry()
+{
+	QDockWidget *dock = find_dock_widget();
+	if (!dock)
+		return;
+	DockHost &state = host();
+	state.is_placing = true;
+	place_dock(*main_window(), *dock, state.geometry);
+	if (state.open_on_startup)
+		dock->show();
+	style_dock(dock);
+	state.is_placing = false;
+	state.is_placed = true;
+}
+
+void hook_dock()
+{
+	DockHost &state = host();
+	QDockWidget *dock = find_dock_widget();
+	if (!dock || state.is_dock_hooked)
+		return;
+	style_dock(dock);
+	state.is_dock_hooked = true;
+	// The toolkit makes new title-bar buttons when a dock floats or docks.
+	QObject::connect(dock, &QDockWidget::topLevelChanged, dock, [] {
+		save_geometry();
+		style_dock(find_dock_widget());
+	});
+	QObject::connect(dock, &QDockWidget::dockLocationChanged, dock, [] { save_geometry(); });
+	dock->installEventFilter(new FloatingMoves(dock));
+	// The host rewrites the features of every dock when the user locks and unlocks them.
+	QObject::connect(dock, &QDockWidget::featuresChanged, dock, [dock](QDockWidget::DockWidgetFeatures features) {
+		if (features.testFlag(QDockWidget::DockWidgetClosable))
+			dock->setFeatures(features & ~QDockWidget::DockWidgetFeatures(QDockWidget::DockWidgetClosable));
+		hide_close_buttons(*dock);
+	});
+}
+
+void poll()
+{
+	poll_targets();
+	KalvioPanel *panel = host().panel;
+	if (panel && take_changed())
+		panel->refreshControls();
+}
+
+void start_polling()
+{
+	DockHost &state = host();
+	if (!state.poll_timer) {
+		state.poll_timer = new QTimer(state.panel);
+		QObject::connect(state.poll_timer, &QTimer::timeout, state.panel, poll);
+		state.poll_timer->start(poll_interval_ms);
+	}
+	poll();
+}
+
+void stop_polling()
+{
+	DockHost &state = host();
+	if (state.poll_timer)
+		state.poll_timer->stop();
+	state.poll_timer = nullptr;
+}
+
+void create_dock()
+{
+	DockHost &state = host();
+	if (!state.is_running || state.panel || !main_window())
+		return;
+	state.open_on_startup = load_ui_prefs(language_from_locale(obs_get_locale()));
+	load_dock_geometry(state.geometry);
+
+	auto panel = std::make_unique<KalvioPanel>();
+	if (!add_frontend_dock(dock_id, dock_title, panel.get())) {
+		blog(LOG_ERROR, "[Kalvio] failed to add Qt dock");
+		return;
+	}
+	blog(LOG_INFO, "[Kalvio] Qt dock added");
+	state.panel = panel.release();
+	state.registered = state.panel.data();
+	hook_dock();
+	start_polling();
+}
+
+void finish_loading()
+{
+	if (!host().is_running)
+		return;
+	restore_geometry();
+	end_loading_filters();
+	is_frontend_ready = true;
+}
+
+void remove_event_callback();
+
+void exit_frontend()
+{
+	DockHost &state = host();
+	save_geometry();
+	stop_polling();
+	state.panel = nullptr;
+	state.is_running = false;
+	remove_event_callback();
+}
+
+void frontend_event(obs_frontend_event event, void *)
+{
+	switch (event) {
+	case OBS_FRONTEND_EVENT_FINISHED_LOADING:
+		create_dock();
+		// In the next turn, when the host has restored its own state of the docks.
+		post_to_ui_thread(finish_loading);
+		break;
+	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING:
+		begin_loading_filters();
+		break;
+	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED:
+		// The first one comes while the host starts, which ends later.
+		if (is_frontend_ready)
+			end_loading_filters();
+		break;
+	case OBS_FRONTEND_EVENT_EXIT:
+		exit_frontend();
+		break;
+	default:
+		break;
+	}
+}
+
+// The host's library complains when it is called after EXIT, and walks its list so that a callback may go in its call.
+void remove_event_callback()
+{
+	if (std::exchange(host().has_callback, false))
+		obs_frontend_remove_event_callback(frontend_event, nullptr);
+}
+
+void add_tools_entry()
+{
+	auto *action = static_cast<QAction *>(obs_frontend_add_tools_menu_qaction(dock_title));
+	if (action)
+		QObject::connect(action, &QAction::triggered, action, [] { show_dock(); });
+}
+
+} // namespace
+
+void show_dock()
+{
+	run_on_ui_thread([] {
+		create_dock();
+		if (QDockWidget *dock = find_dock_widget()) {
+			dock->show();
+			dock->raise();
+		}
+	});
+}
+
+void schedule_prop_center()
+{
+	post_to_ui_thread(install_prop_center);
+}
 
 bool frontend_ready() noexcept
 {
-	return false;
+	return is_frontend_ready;
 }
 
-void start_dock_host() {}
+void start_dock_host()
+{
+	DockHost &state = host();
+	state = {};
+	is_frontend_ready = false;
+	if (!has_user_interface())
+		return;
+	state.is_running = true;
+	begin_loading_filters();
+	obs_frontend_add_event_callback(frontend_event, nullptr);
+	state.has_callback = true;
+	create_dock();
+	add_tools_entry();
+}
 
-void stop_dock_host() {}
+void stop_dock_host()
+{
+	DockHost &state = host();
+	state.is_running = false;
+	remove_event_callback();
+	stop_polling();
+	// Gone already when the host went through its exit, where it takes the docks along.
+	if (state.registered)
+		remove_frontend_dock(dock_id);
+	state.panel = nullptr;
+}
 
 } // namespace kalvio

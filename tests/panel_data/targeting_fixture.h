@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "config_double.h"
+#include "kit/config_double.h"
 #include "kit/host_double.h"
 #include "kit/log_capture.h"
 #include "kit/scratch.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/ui_preferences.h"
 
-#include "config_double.h"
+#include "kit/config_double.h"
 #include "kit/allocation_check.h"
 #include "kit/log_capture.h"
 #include "kit/scratch.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "config_double.h"
+#include "kit/config_double.h"
 
 #include <obs-module.h>
 #include <util/bmem.h>

@@ -1,0 +1,340 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panel/dock_host.h"
+
+#include "dock_fixture.h"
+#include "filter/filter_registry.h"
+#include "kit/allocation_check.h"
+#include "kit/config_double.h"
+#include "panel/targeting.h"
+#include "panel/ui_preferences.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QPointer>
+#include <thread>
+
+using namespace kalvio;
+using namespace kalvio::test;
+
+// Creating the dock
+
+TEST_F(DockTest, StartAddsTheDockAndTheToolsEntry)
+{
+	start_dock_host();
+	ASSERT_TRUE(panel());
+	EXPECT_STREQ(panel()->metaObject()->className(), "kalvio::KalvioPanel");
+	EXPECT_EQ(frontend->dock_title, "Kalvio");
+	EXPECT_EQ(frontend->tools_titles, std::vector<std::string>{"Kalvio"});
+	EXPECT_EQ(frontend->callback_count(), 1u);
+	EXPECT_EQ(log.count({LOG_INFO, "[Kalvio] Qt dock added"}), 1u);
+}
+
+TEST_F(DockTest, FinishedLoadingAddsNoSecondDock)
+{
+	start();
+	EXPECT_EQ(frontend->docks_added, 1);
+}
+
+TEST_F(DockTest, PanelSpeaksTheLanguageOfTheHost)
+{
+	frontend->locale = "ja-JP";
+	start_dock_host();
+	EXPECT_EQ(panel()->windowTitle().toStdString(), "レタッチコンソール");
+}
+
+TEST_F(DockTest, MissingMainWindowIsTriedAgainOnceTheHostHasLoaded)
+{
+	frontend->set_foreign_window(nullptr);
+	start_dock_host();
+	EXPECT_EQ(frontend->docks_added, 0);
+	EXPECT_TRUE(log.product_lines().empty());
+	frontend->set_foreign_window(frontend->window());
+	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+	EXPECT_EQ(frontend->docks_added, 1);
+}
+
+TEST_F(DockTest, MainWindowOfAnotherKindGetsNoDock)
+{
+	QWidget other;
+	frontend->set_foreign_window(&other);
+	start();
+	show_dock();
+	EXPECT_EQ(frontend->docks_added, 0);
+	EXPECT_TRUE(frontend_ready());
+}
+
+TEST_F(DockTest, RefusedDockIsReportedAndTriedAgain)
+{
+	frontend->refuses_docks = true;
+	const auto widgets_before = QApplication::allWidgets().size();
+	start_dock_host();
+	EXPECT_EQ(log.count({LOG_ERROR, "[Kalvio] failed to add Qt dock"}), 1u);
+	EXPECT_EQ(QApplication::allWidgets().size(), widgets_before);
+	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+	EXPECT_EQ(log.count({LOG_ERROR, "[Kalvio] failed to add Qt dock"}), 2u);
+	frontend->refuses_docks = false;
+	ASSERT_TRUE(frontend->tools_entry());
+	frontend->tools_entry()->trigger();
+	ASSERT_TRUE(frontend->dock());
+	EXPECT_FALSE(dock().isHidden());
+}
+
+// Showing it
+
+TEST_F(DockTest, DockIsShownAtStart_WhenTheUserWantsThat)
+{
+	start();
+	EXPECT_FALSE(dock().isHidden());
+}
+
+TEST_F(DockTest, DockStaysAsTheHostLeftIt_WhenTheUserDoesNotWantItAtStart)
+{
+	write_preferences(R"({"open_on_startup": false})");
+	start();
+	EXPECT_TRUE(dock().isHidden());
+}
+
+TEST_F(DockTest, ShowDockShowsAHiddenDock)
+{
+	start();
+	dock().hide();
+	show_dock();
+	EXPECT_FALSE(dock().isHidden());
+}
+
+TEST_F(DockTest, ToolsEntryShowsAHiddenDock)
+{
+	start();
+	dock().hide();
+	frontend->tools_entry()->trigger();
+	EXPECT_FALSE(dock().isHidden());
+}
+
+TEST_F(DockTest, ShowDockFromAnotherThreadWaitsForTheEventLoop)
+{
+	start();
+	dock().hide();
+	std::thread(show_dock).join();
+	EXPECT_TRUE(dock().isHidden());
+	run_event_loop();
+	EXPECT_FALSE(dock().isHidden());
+}
+
+TEST_F(DockTest, ShowDockBeforeTheStartDoesNothing)
+{
+	show_dock();
+	EXPECT_EQ(frontend->docks_added, 0);
+}
+
+// Front end ready
+
+TEST_F(DockTest, FrontendIsReadyOneTurnAfterItHasLoaded)
+{
+	start_dock_host();
+	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+	EXPECT_FALSE(frontend_ready());
+	run_event_loop();
+	EXPECT_TRUE(frontend_ready());
+	frontend->send(OBS_FRONTEND_EVENT_EXIT);
+	EXPECT_TRUE(frontend_ready());
+}
+
+TEST_F(DockTest, FrontendIsReadyWithoutADock)
+{
+	frontend->refuses_docks = true;
+	start();
+	EXPECT_TRUE(frontend_ready());
+}
+
+// Polling
+
+TEST_F(DockTest, PanelIsPolledFiveTimesASecond)
+{
+	start_dock_host();
+	ASSERT_TRUE(poll_timer());
+	EXPECT_EQ(poll_timer()->interval(), 200);
+	EXPECT_FALSE(poll_timer()->isSingleShot());
+	EXPECT_TRUE(poll_timer()->isActive());
+}
+
+TEST_F(DockTest, PollShowsAFilterThatWasAdded)
+{
+	start();
+	FakeSource filter("Camera");
+	register_filter(filter.handle());
+	fire(*poll_timer());
+	const auto *selector = panel()->findChild<QComboBox *>();
+	ASSERT_TRUE(selector);
+	EXPECT_EQ(selector->count(), 2);
+	EXPECT_EQ(selector->itemText(1).toStdString(), "Camera");
+	unregister_filter(filter.handle());
+}
+
+// The features of the dock
+
+TEST_F(DockTest, DockHasNoCloseButtonHoweverItIsMoved)
+{
+	const QDockWidget::DockWidgetFeatures expected =
+		QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable;
+	start();
+	for (int i = 0; i < 3; ++i) {
+		EXPECT_EQ(dock().features(), expected);
+		EXPECT_EQ(close_buttons_shown(), 0);
+		float_at(100, 100, 400, 600);
+		EXPECT_EQ(close_buttons_shown(), 0);
+		dock_at(Qt::LeftDockWidgetArea);
+	}
+}
+
+TEST_F(DockTest, UnlockedDockHasNoCloseButton)
+{
+	start();
+	frontend->lock_docks(true);
+	EXPECT_EQ(dock().features(), QDockWidget::NoDockWidgetFeatures);
+	frontend->lock_docks(false);
+	EXPECT_FALSE(dock().features().testFlag(QDockWidget::DockWidgetClosable));
+	EXPECT_TRUE(dock().features().testFlag(QDockWidget::DockWidgetMovable));
+	EXPECT_EQ(close_buttons_shown(), 0);
+}
+
+TEST_F(DockTest, DockThatTheHostLockedAtItsStartStaysLocked)
+{
+	start_dock_host();
+	frontend->lock_docks(true);
+	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+	run_event_loop();
+	EXPECT_EQ(dock().features(), QDockWidget::NoDockWidgetFeatures);
+}
+
+// Other scene collections
+
+TEST_F(DockTest, CollectionThatIsLoadedWithAllSourcesKeepsItsValues)
+{
+	write_preferences(R"({"apply_global": true})");
+	start_dock_host();
+	FakeSource first("Camera");
+	FakeSource second("Screen");
+	obs_data_set_double(first.settings, "smoothing", 0.25);
+	obs_data_set_double(second.settings, "smoothing", 0.75);
+	register_filter(first.handle());
+	fire(*poll_timer());
+	register_filter(second.handle());
+	fire(*poll_timer());
+	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+	run_event_loop();
+	fire(*poll_timer());
+	EXPECT_DOUBLE_EQ(obs_data_get_double(second.settings, "smoothing"), 0.75);
+
+	frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
+	FakeSource third("Third");
+	obs_data_set_double(third.settings, "smoothing", 0.5);
+	register_filter(third.handle()); // the others are late in going
+	fire(*poll_timer());
+	frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
+	fire(*poll_timer());
+	EXPECT_DOUBLE_EQ(obs_data_get_double(third.settings, "smoothing"), 0.5);
+	EXPECT_FALSE(targeting().filters_loading);
+
+	for (FakeSource *filter : {&first, &second, &third})
+		unregister_filter(filter->handle());
+}
+
+TEST_F(DockTest, CollectionEventsBeforeTheHostHasLoadedDoNotEndTheLoading)
+{
+	start_dock_host();
+	frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
+	EXPECT_TRUE(targeting().filters_loading);
+}
+
+// The end
+
+TEST_F(DockTest, ExitStopsThePollsAndLeavesThePanelToTheHost)
+{
+	start();
+	QPointer<QTimer> timer = poll_timer();
+	QPointer<QWidget> widget = panel();
+	frontend->send(OBS_FRONTEND_EVENT_EXIT);
+	ASSERT_TRUE(timer && widget);
+	EXPECT_FALSE(timer->isActive());
+	EXPECT_EQ(frontend->callback_count(), 0u);
+}
+
+TEST_F(DockTest, NothingIsCreatedAfterExit)
+{
+	start();
+	frontend->send(OBS_FRONTEND_EVENT_EXIT);
+	show_dock();
+	std::thread(show_dock).join();
+	run_event_loop();
+	EXPECT_EQ(frontend->docks_added, 1);
+}
+
+TEST_F(DockTest, TaskOfTheStartThatIsLateDoesNothingAfterExit)
+{
+	start_dock_host();
+	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+	frontend->send(OBS_FRONTEND_EVENT_EXIT);
+	run_event_loop();
+	EXPECT_FALSE(frontend_ready());
+}
+
+TEST_F(DockTest, UnloadAfterTheMainWindowCallsNothingOfTheFrontEnd)
+{
+	start();
+	quit();
+	EXPECT_EQ(frontend->calls_without_window, 0);
+	EXPECT_EQ(frontend->docks_removed, 0);
+}
+
+TEST_F(DockTest, UnloadAfterExitRemovesADockThatIsStillThere)
+{
+	start();
+	frontend->send(OBS_FRONTEND_EVENT_EXIT);
+	stop_dock_host();
+	EXPECT_EQ(frontend->docks_removed, 1);
+	EXPECT_FALSE(frontend->dock());
+}
+
+TEST_F(DockTest, UnloadWithoutExitRemovesTheDockAndTheCallback)
+{
+	start();
+	QPointer<QTimer> timer = poll_timer();
+	stop_dock_host();
+	EXPECT_FALSE(frontend->dock());
+	EXPECT_FALSE(timer);
+	EXPECT_EQ(frontend->callback_count(), 0u);
+	EXPECT_EQ(frontend->docks_removed, 1);
+}
+
+TEST_F(DockTest, UnloadWithoutAStartDoesNothing)
+{
+	stop_dock_host();
+	EXPECT_EQ(frontend->docks_removed, 0);
+}
+
+TEST_F(DockTest, UnloadAfterARefusedDockRemovesNone)
+{
+	frontend->refuses_docks = true;
+	start();
+	stop_dock_host();
+	EXPECT_EQ(frontend->docks_removed, 0);
+}
+
+TEST_F(DockTest, TwentyStartsAndQuitsLeaveNothingBehind)
+{
+	start();
+	restart(); // what the toolkit and the catalogue keep from their first use is there now
+	quit();
+	frontend.reset();
+	const auto widgets = QApplication::allWidgets().size();
+	const AllocationCheck allocations;
+	for (int cycle = 0; cycle < 20; ++cycle) {
+		frontend = std::make_unique<FrontendDouble>();
+		start();
+		quit();
+		frontend.reset();
+		run_event_loop();
+	}
+	EXPECT_EQ(QApplication::allWidgets().size(), widgets);
+	EXPECT_EQ(allocations.outstanding(), 0);
+}
