@@ -3,6 +3,7 @@
 
 #include "effects.h"
 #include "frame_memory.h"
+#include "frame_times.h"
 #include "kalvio_engine.h"
 #include "log.h"
 #include "pool.h"
@@ -16,7 +17,11 @@
 namespace kalvio::engine {
 
 // Events handed to the host's callback.
-enum class Event : int32_t { Ready = KL_EVENT_READY, ResourceFailed = KL_EVENT_RESOURCE_FAILED };
+enum class Event : int32_t {
+	Ready = KL_EVENT_READY,
+	ResourceFailed = KL_EVENT_RESOURCE_FAILED,
+	FrameBudget = KL_EVENT_FRAME_BUDGET
+};
 
 } // namespace kalvio::engine
 
@@ -26,6 +31,8 @@ struct kl_engine {
 
 	// Delivers an event, or keeps it until a callback is set.
 	void emit(kalvio::engine::Event event, const std::string &message);
+	// Takes in what a frame cost, and once a minute logs it.
+	void record(const kalvio::engine::FrameTimes::Times &frame_times, int64_t now_us);
 	// Logs a failed load and tells the host.
 	int32_t report_failed_load(const char *what, const char *path, int32_t status, const std::string &reason);
 
@@ -37,6 +44,9 @@ struct kl_engine {
 	kalvio::engine::Settings settings;
 	kalvio::engine::Effects effects;
 	kalvio::engine::FrameMemory memory;
+
+	kalvio::engine::FrameTimes times;
+	int64_t (*clock_us)(); // a steady clock; tests put in their own
 
 	kl_event_callback callback = nullptr;
 	void *callback_user_data = nullptr;

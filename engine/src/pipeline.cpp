@@ -1,7 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 
 // A frame's way through the engine. First what needs the whole picture is measured on reduced grids; then bands of rows
-// go through all stages while they are in the cache. A stage without effect is not entered.
+// go through all stages while they are in the cache. A stage without effect is not entered. The order:
+//
+//   measured on grids    smoothing field, skin map        stages/retouch_field, stages/skin_map
+//                        face and body geometry           (comes with face landmarks; the settings are kept)
+//                        blurred background               stages/background_blur
+//   row by row           smoothing, whitening, rosiness   kernels retouch_row
+//                        sharpening                       kernels sharpen_row
+//                        makeup, reshape                  (come with face landmarks)
+//                        key, background                  stages/color_key, kernels composite_row
+//                        colour filter                    stages/color_lookup
+//                        stickers                         stages/sticker (on a face: with face landmarks)
 #include "pipeline.h"
 
 #include "engine.h"
@@ -207,6 +217,7 @@ void process_band(const FramePlan &plan, FrameMemory &memory, const Frame &frame
 
 void process_frame(kl_engine &engine, const Frame &frame)
 {
+	const int64_t start = engine.clock_us();
 	const FramePlan plan = plan_frame(engine, frame);
 	if (plan.is_neutral()) {
 		copy_frame(frame);
@@ -219,8 +230,11 @@ void process_frame(kl_engine &engine, const Frame &frame)
 		memory.field.build(frame, engine.settings, pool);
 	if (plan.blur_deviation > 0)
 		memory.blur.build(frame, &plan.key, plan.blur_deviation, pool);
+	const int64_t measured = engine.clock_us();
 	const int bands = (frame.height + rows_per_band - 1) / rows_per_band;
 	pool.run(bands, [&](int band, int slot) { process_band(plan, memory, frame, band, slot); });
+	const int64_t end = engine.clock_us();
+	engine.record({measured - start, end - measured, end - start}, end);
 }
 
 } // namespace kalvio::engine
