@@ -44,7 +44,8 @@ bool is_keyboard_reason(Qt::FocusReason reason)
 
 class FocusFollower : public QObject {
 public:
-	explicit FocusFollower(QWidget &root) : QObject(&root), root_(root), ring_(new FocusRing(&root))
+	FocusFollower(QWidget &root, std::function<bool()> is_refreshing)
+		: QObject(&root), root_(root), is_refreshing_(std::move(is_refreshing)), ring_(new FocusRing(&root))
 	{
 		for (auto *widget : root.findChildren<QWidget *>())
 			widget->installEventFilter(this);
@@ -77,7 +78,7 @@ public:
 private:
 	void focus_came(QWidget &widget, Qt::FocusReason reason)
 	{
-		if (is_keyboard_reason(reason))
+		if (is_keyboard_reason(reason) && !is_refreshing_())
 			by_keyboard_ = true;
 		else if (reason == Qt::MouseFocusReason)
 			by_keyboard_ = false;
@@ -113,6 +114,7 @@ private:
 	}
 
 	QWidget &root_;
+	std::function<bool()> is_refreshing_;
 	QPointer<FocusRing> ring_; // child of the page that has the focus
 	QPointer<QWidget> target_;
 	bool by_keyboard_ = false;
@@ -120,9 +122,9 @@ private:
 
 } // namespace
 
-void show_keyboard_focus(QWidget &root)
+void show_keyboard_focus(QWidget &root, std::function<bool()> is_refreshing)
 {
-	new FocusFollower(root);
+	new FocusFollower(root, std::move(is_refreshing));
 }
 
 } // namespace kalvio

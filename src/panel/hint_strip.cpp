@@ -61,8 +61,7 @@ HintStrip::HintStrip() : text_(new QLabel)
 void HintStrip::refresh(bool controls_usable, bool paused)
 {
 	setVisible(!controls_usable);
-	if (!controls_usable)
-		text_->setText(paused ? paused_text() : no_filter_text());
+	text_->setText(paused ? paused_text() : no_filter_text());
 }
 
 } // namespace kalvio

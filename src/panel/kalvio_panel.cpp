@@ -82,7 +82,7 @@ void KalvioPanel::buildUi()
 		setAccessibleName(windowTitle());
 	});
 	make_operable_by_keyboard(*this);
-	show_keyboard_focus(*this);
+	show_keyboard_focus(*this, [this] { return rows_.is_syncing(); });
 	guard_wheel(*this);
 	show_tool_tips(*this);
 	add_tab_shortcuts();

@@ -38,7 +38,8 @@ public:
 	{
 		if (event->type() != QEvent::KeyPress || !activates(*static_cast<QKeyEvent *>(event)))
 			return false;
-		activate(*watched);
+		if (static_cast<QWidget *>(watched)->isEnabled())
+			activate(*watched);
 		return true;
 	}
 };

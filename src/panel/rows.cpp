@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/rows.h"
 
+#include "panel/controls/caption_label.h"
 #include "panel/controls/elided_label.h"
 #include "panel/controls/smooth_button.h"
 #include "panel/controls/switch.h"
@@ -90,7 +91,10 @@ QString translated(const std::string &key)
 	return translated(key.c_str());
 }
 
-Rows::Rows(std::function<void()> refresh_panel) : refresh_panel_(std::move(refresh_panel)) {}
+Rows::Rows(std::function<void()> refresh_panel)
+	: refresh_panel_(std::move(refresh_panel)), captions_(std::make_shared<CaptionColumn>())
+{
+}
 
 void Rows::add_translation(std::function<void()> translate_widget)
 {
@@ -125,6 +129,7 @@ void Rows::addDivider(QBoxLayout *layout)
 
 Card Rows::addCard(const char *title_key, CardOptions options)
 {
+	captions_ = std::make_shared<CaptionColumn>();
 	QFrame *frame = make_card_frame();
 	auto *body = new QVBoxLayout(frame);
 	body->setContentsMargins(16, 11, 16, 11);
@@ -188,8 +193,11 @@ void Rows::addSliderRow(QBoxLayout *layout, const char *key, float *value, bool 
 	row_layout->setContentsMargins(0, 2, 0, 2);
 	row_layout->setSpacing(row_spacing);
 
-	QLabel *caption = addMutedLabel(row_layout, key);
+	auto *caption = new CaptionLabel(captions_);
+	caption->setObjectName(QStringLiteral("muted"));
 	caption->setMinimumWidth(64);
+	add_translation([caption, key] { caption->setText(translated(key)); });
+	row_layout->addWidget(caption);
 
 	auto *slider = new QSlider(Qt::Horizontal);
 	slider->setRange(is_bipolar ? -100 : 0, 100);

@@ -4,6 +4,7 @@
 #include <QBoxLayout>
 #include <QColor>
 #include <functional>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -17,6 +18,7 @@ class QSlider;
 namespace kalvio {
 
 class ElidedLabel;
+struct CaptionColumn;
 class Switch;
 
 // One slider, as the refresh needs it. A strength is shown times 100, rounded.
@@ -122,6 +124,7 @@ private:
 	void slider_moved(const SliderRowRecord &row, int position);
 
 	std::function<void()> refresh_panel_;
+	std::shared_ptr<CaptionColumn> captions_; // of the sliders of the card that is being built
 	std::vector<std::function<void()>> translations_;
 	std::vector<SliderRowRecord> slider_rows_;
 	std::vector<std::function<void()>> refreshers_;

@@ -125,6 +125,7 @@ void SettingsPage::add_about(QVBoxLayout *layout)
 {
 	auto *about = new QVBoxLayout;
 	about->setContentsMargins(8, 10, 8, 2);
+	about->setSpacing(6);
 	layout->addLayout(about);
 
 	QLabel *section = add_centered_label(about, section_style);

@@ -35,6 +35,7 @@ QWidget *make_tile(Rows &rows, QButtonGroup &group, const char *id_property, con
 	if (tile.is_animated) {
 		tag = new QLabel;
 		tag->setAttribute(Qt::WA_TransparentForMouseEvents);
+		tag->setContentsMargins(0, 0, 4, 0);
 		tag->setStyleSheet(QStringLiteral("color:#fbbf24; font-size:9px; background:transparent;"));
 		layout->addWidget(tag, 0, 0, Qt::AlignTop | Qt::AlignRight);
 	}

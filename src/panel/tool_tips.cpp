@@ -77,7 +77,7 @@ private:
 	{
 		if (text.size() > longest_tip)
 			text = text.left(longest_tip) + u'\u2026';
-		QToolTip::showText(position, Qt::convertFromPlainText(text));
+		QToolTip::showText(position, Qt::convertFromPlainText(text, Qt::WhiteSpaceNormal));
 	}
 };
 

@@ -90,6 +90,7 @@ constexpr TranslationRow rows[] = {
 	{"update.forceDownload",
 	 {"Update now", "立即更新", "立即更新", "今すぐ更新", "지금 업데이트", "Atualizar agora", "Actualizar ahora",
 	  "Jetzt aktualisieren"}},
+	{"update.dismiss", {"Dismiss", "忽略", "忽略", "閉じる", "닫기", "Dispensar", "Descartar", "Ausblenden"}},
 	{"update.quitHint",
 	 {"Quit OBS, install the new build, then reopen.", "退出 OBS，安装新版本后重新打开。",
 	  "結束 OBS，安裝新版本後再重新開啟。",

@@ -58,7 +58,9 @@ UpdateStrip::UpdateStrip(Rows &rows, std::function<void()> dismissed)
 	row->setSpacing(6);
 	layout_->addLayout(row);
 	row->addWidget(title_);
+	// The title takes what it needs, the notes take the rest.
 	notes_->setMinimumWidth(48);
+	notes_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
 	row->addWidget(notes_, 1);
 	row->addStretch();
 	download_->setCursor(Qt::PointingHandCursor);
@@ -75,8 +77,9 @@ UpdateStrip::UpdateStrip(Rows &rows, std::function<void()> dismissed)
 	});
 	rows.add_translation([this] {
 		quit_hint_->setText(translated("update.quitHint"));
-		close_->setToolTip(translated("settings.back"));
-		close_->setAccessibleName(translated("settings.back"));
+		download_->setText(translated(soft_look.button_key));
+		close_->setToolTip(translated("update.dismiss"));
+		close_->setAccessibleName(close_->toolTip());
 	});
 	restyle(false);
 }

@@ -12,6 +12,7 @@ inline constexpr const char *panel_text_keys[] = {
 	"obs.unnamed",
 	"settings.title", "settings.openOnStartup", "settings.version", "settings.back", "settings.about",
 	"settings.productTitle",
+	"update.dismiss",
 	"update.softTitle", "update.forceTitle", "update.forceBody", "update.download", "update.forceDownload",
 	"update.quitHint",
 	"nav.openImage", "nav.replaceImage", "nav.camera", "nav.export", "nav.website", "nav.guide", "nav.langZh",

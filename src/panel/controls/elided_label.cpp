@@ -59,7 +59,11 @@ void ElidedLabel::changeEvent(QEvent *event)
 
 void ElidedLabel::elide()
 {
-	setText(fontMetrics().elidedText(full_text_, Qt::ElideRight, contentsRect().width()));
+	const QFontMetrics metrics = fontMetrics();
+	const int room = contentsRect().width();
+	// Measured in whole pixels first: the ellipsis comes by fractions of one.
+	setText(metrics.horizontalAdvance(full_text_) <= room ? full_text_
+							      : metrics.elidedText(full_text_, Qt::ElideRight, room));
 }
 
 } // namespace kalvio

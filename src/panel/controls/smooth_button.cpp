@@ -33,7 +33,9 @@ SmoothButton::~SmoothButton() = default;
 
 QString SmoothButton::painted_text() const
 {
-	return fontMetrics().elidedText(text(), Qt::ElideRight, width() - 2 * text_margin);
+	const QFontMetrics metrics = fontMetrics();
+	const int room = width() - 2 * text_margin;
+	return metrics.horizontalAdvance(text()) <= room ? text() : metrics.elidedText(text(), Qt::ElideRight, room);
 }
 
 bool SmoothButton::is_hovered() const
