@@ -1,0 +1,319 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panel_fixture.h"
+
+#include "panel/controls/check_box.h"
+#include "panel/controls/switch.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QButtonGroup>
+#include <QComboBox>
+#include <QHelpEvent>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QSet>
+#include <QToolTip>
+#include <QWheelEvent>
+
+// The panel without a mouse, without a screen, and with a wheel.
+namespace kalvio::test {
+namespace {
+
+class AccessTest : public PanelTest {
+protected:
+	AccessTest()
+	{
+		filter = &world.add_filter("Camera");
+		world.open_panel();
+		world.panel().activateWindow();
+		settle();
+	}
+
+	// The widgets that Tab visits, from the first control of the header on.
+	QList<QWidget *> tab_stops()
+	{
+		QList<QWidget *> stops;
+		world.panel().findChild<CheckBox *>()->setFocus(Qt::TabFocusReason);
+		for (int i = 0; i < 200; ++i) {
+			QWidget *focused = QApplication::focusWidget();
+			if (!focused || stops.contains(focused))
+				break;
+			stops.append(focused);
+			QTest::keyClick(focused, Qt::Key_Tab);
+		}
+		return stops;
+	}
+
+	static void wheel(QWidget &widget, int delta)
+	{
+		const QPointF position(widget.width() / 2.0, widget.height() / 2.0);
+		QWheelEvent event(position, widget.mapToGlobal(position), QPoint(), QPoint(0, delta), Qt::NoButton,
+				  Qt::NoModifier, Qt::NoScrollPhase, false);
+		// Only what comes from the system goes on to the parents.
+		QSpontaneKeyEvent::setSpontaneous(&event);
+		qApp->notify(&widget, &event);
+	}
+
+	FakeSource *filter;
+};
+
+TEST_F(AccessTest, TabReachesEveryControlOfEveryPage)
+{
+	for (int page = SkinPage; page <= BackgroundPage; ++page) {
+		SCOPED_TRACE(page);
+		targeting().parameters.bg_fill = 1;
+		targeting().parameters.chroma = 1;
+		world.panel().refreshControls();
+		world.show_page(page);
+		const QList<QWidget *> stops = tab_stops();
+		for (auto *slider : world.page(page).findChildren<QSlider *>())
+			EXPECT_TRUE(stops.contains(slider)) << slider->accessibleName().toStdString();
+		for (auto *toggle : world.page(page).findChildren<Switch *>())
+			EXPECT_TRUE(stops.contains(toggle));
+		for (auto *button : world.page(page).findChildren<QPushButton *>()) {
+			const bool is_in_group = button->group() != nullptr;
+			if (is_in_group) {
+				// One stop for the whole group, at what is chosen.
+				EXPECT_EQ(stops.contains(button), button->isChecked());
+			} else {
+				EXPECT_TRUE(stops.contains(button)) << button->text().toStdString();
+			}
+		}
+	}
+}
+
+TEST_F(AccessTest, TabGoesFromTopToBottom)
+{
+	for (int page = SkinPage; page <= BackgroundPage; ++page) {
+		world.show_page(page);
+		int last_y = -1;
+		for (const QWidget *stop : tab_stops()) {
+			if (!world.page(page).isAncestorOf(stop))
+				continue;
+			const int y = stop->mapTo(&world.page(page), QPoint(0, stop->height() / 2)).y();
+			EXPECT_GE(y, last_y - 12) << page << " " << stop->accessibleName().toStdString();
+			last_y = y;
+		}
+	}
+}
+
+TEST_F(AccessTest, SpaceAndEnterWorkSwitchesTogglesAndButtons)
+{
+	auto *toggle = find_named<Switch>(world.panel(), QStringLiteral("Skin only"));
+	QTest::keyClick(toggle, Qt::Key_Space);
+	EXPECT_TRUE(setting_bool(*filter, "skin_only"));
+	QTest::keyClick(toggle, Qt::Key_Return);
+	EXPECT_FALSE(setting_bool(*filter, "skin_only"));
+
+	auto *live = world.panel().findChild<CheckBox *>();
+	QTest::keyClick(live, Qt::Key_Space);
+	EXPECT_FALSE(targeting().parameters.enabled);
+
+	auto *settings = find_named<QPushButton>(world.panel(), QStringLiteral("Settings"));
+	QTest::keyClick(settings, Qt::Key_Enter);
+	EXPECT_TRUE(settings->isChecked());
+}
+
+TEST_F(AccessTest, DisabledControlsIgnoreKeys)
+{
+	auto *toggle = find_named<Switch>(world.panel(), QStringLiteral("Skin only"));
+	world.remove_all_filters();
+	world.poll();
+	QTest::keyClick(toggle, Qt::Key_Space);
+	EXPECT_FALSE(toggle->checked);
+}
+
+TEST_F(AccessTest, ArrowsChooseAmongOptions)
+{
+	QButtonGroup *group = world.page(SkinPage).findChildren<QButtonGroup *>().at(1);
+	group->checkedButton()->setFocus(Qt::TabFocusReason);
+	QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
+	EXPECT_EQ(setting_int(*filter, "whitening_style"), 1);
+	EXPECT_EQ(QApplication::focusWidget(), group->button(1));
+	QTest::keyClick(QApplication::focusWidget(), Qt::Key_Left);
+	EXPECT_EQ(setting_int(*filter, "whitening_style"), 0);
+}
+
+TEST_F(AccessTest, ShortcutsChooseTabs)
+{
+	QWidget *focused = world.panel().findChild<CheckBox *>();
+	focused->setFocus();
+	QTest::keyClick(focused, Qt::Key_3, Qt::ControlModifier);
+	EXPECT_TRUE(world.page(MakeupPage).isVisible());
+	QTest::keyClick(focused, Qt::Key_PageDown, Qt::ControlModifier);
+	EXPECT_TRUE(world.page(FilterPage).isVisible());
+	QTest::keyClick(focused, Qt::Key_PageUp, Qt::ControlModifier);
+	EXPECT_TRUE(world.page(MakeupPage).isVisible());
+	QTest::keyClick(focused, Qt::Key_Tab, Qt::ControlModifier);
+	EXPECT_TRUE(world.page(FilterPage).isVisible());
+	QTest::keyClick(focused, Qt::Key_7, Qt::ControlModifier);
+	QTest::keyClick(focused, Qt::Key_Tab, Qt::ControlModifier);
+	EXPECT_TRUE(world.page(SkinPage).isVisible());
+}
+
+TEST_F(AccessTest, AClickTakesTheFocusFromNothing)
+{
+	auto *slider = find_named<QSlider>(world.panel(), QStringLiteral("Smooth"));
+	slider->setFocus();
+	click(*world.page(SkinPage).findChildren<SmoothButton *>().at(2));
+	EXPECT_EQ(QApplication::focusWidget(), slider);
+}
+
+TEST_F(AccessTest, KeyboardFocusIsVisible)
+{
+	auto *toggle = find_named<Switch>(world.panel(), QStringLiteral("Skin only"));
+	const QImage before = world.panel().grab().toImage();
+	toggle->setFocus(Qt::TabFocusReason);
+	settle();
+	const QImage after = world.panel().grab().toImage();
+	const QPoint above = toggle->mapTo(&world.panel(), QPoint(toggle->width() / 2, -2));
+	EXPECT_NE(before.pixelColor(above), after.pixelColor(above));
+	EXPECT_EQ(after.pixelColor(above), QColor(0x60, 0xa5, 0xfa));
+	toggle->clearFocus();
+	settle();
+	EXPECT_EQ(world.panel().grab().toImage(), before);
+}
+
+TEST_F(AccessTest, FocusByMouseShowsNoRing)
+{
+	auto *slider = find_named<QSlider>(world.panel(), QStringLiteral("Smooth"));
+	click(*slider);
+	EXPECT_EQ(QApplication::focusWidget(), slider);
+	const QImage picture = world.panel().grab().toImage();
+	const QPoint above = slider->mapTo(&world.panel(), QPoint(slider->width() / 2, -2));
+	EXPECT_NE(picture.pixelColor(above), QColor(0x60, 0xa5, 0xfa));
+}
+
+TEST_F(AccessTest, FocusedControlsAreScrolledIntoSight)
+{
+	world.show_page(MakeupPage);
+	auto *last = world.page(MakeupPage).findChildren<QSlider *>().back();
+	EXPECT_TRUE(last->visibleRegion().isEmpty());
+	last->setFocus(Qt::TabFocusReason);
+	settle();
+	EXPECT_FALSE(last->visibleRegion().isEmpty());
+}
+
+TEST_F(AccessTest, TheWheelScrollsAndChangesNothing)
+{
+	world.show_page(ReshapePage);
+	auto *slider = world.page(ReshapePage).findChildren<QSlider *>().at(2);
+	auto *area = static_cast<QScrollArea *>(world.page(ReshapePage).parentWidget()->parentWidget());
+	wheel(*slider, -120);
+	EXPECT_EQ(slider->value(), 0);
+	EXPECT_GT(area->verticalScrollBar()->value(), 0);
+	slider->setFocus();
+	wheel(*slider, -120);
+	EXPECT_EQ(slider->value(), 0);
+	auto *selector = world.panel().findChild<QComboBox *>();
+	selector->setFocus();
+	const int before = selector->currentIndex();
+	wheel(*selector, 120);
+	EXPECT_EQ(selector->currentIndex(), before);
+}
+
+TEST_F(AccessTest, TheWheelTurnsTheSliderThatWasJustPressedUntilThePointerLeaves)
+{
+	auto *slider = find_named<QSlider>(world.panel(), QStringLiteral("Smooth"));
+	click(*slider);
+	const int pressed = slider->value();
+	wheel(*slider, 120);
+	EXPECT_NE(slider->value(), pressed);
+	const int turned = slider->value();
+	QEvent leave(QEvent::Leave);
+	QApplication::sendEvent(slider, &leave);
+	wheel(*slider, 120);
+	EXPECT_EQ(slider->value(), turned);
+}
+
+// Everything that a screen reader can stop at, and what it says there.
+TEST_F(AccessTest, EveryControlHasANameAndARole)
+{
+	for (auto *widget : world.panel().findChildren<QWidget *>()) {
+		const bool is_control = qobject_cast<QAbstractButton *>(widget) || qobject_cast<QSlider *>(widget) ||
+					qobject_cast<Switch *>(widget) || qobject_cast<CheckBox *>(widget);
+		if (!is_control)
+			continue;
+		QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(widget);
+		ASSERT_NE(accessible, nullptr);
+		const QString name = accessible->text(QAccessible::Name);
+		EXPECT_FALSE(name.isEmpty())
+			<< widget->metaObject()->className() << " " << widget->objectName().toStdString();
+		EXPECT_FALSE(name.contains(u'.')) << name.toStdString(); // a key
+		EXPECT_NE(accessible->role(), QAccessible::NoRole);
+		EXPECT_NE(accessible->role(), QAccessible::Client);
+	}
+}
+
+TEST_F(AccessTest, TogglesAreCheckBoxesWithAState)
+{
+	auto *toggle = find_named<Switch>(world.panel(), QStringLiteral("Skin only"));
+	QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(toggle);
+	EXPECT_EQ(accessible->role(), QAccessible::CheckBox);
+	EXPECT_TRUE(accessible->state().checkable);
+	EXPECT_FALSE(accessible->state().checked);
+	ASSERT_NE(accessible->actionInterface(), nullptr);
+	accessible->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
+	EXPECT_TRUE(accessible->state().checked);
+	EXPECT_TRUE(setting_bool(*filter, "skin_only"));
+	QAccessibleInterface *live = QAccessible::queryAccessibleInterface(world.panel().findChild<CheckBox *>());
+	EXPECT_EQ(live->role(), QAccessible::CheckBox);
+	EXPECT_TRUE(live->state().checked);
+}
+
+TEST_F(AccessTest, TabsAreTabsAndOptionsAreRadioButtons)
+{
+	QAccessibleInterface *tab = QAccessible::queryAccessibleInterface(&world.tab(SkinPage));
+	EXPECT_EQ(tab->role(), QAccessible::PageTab);
+	EXPECT_TRUE(tab->state().selected);
+	tab = QAccessible::queryAccessibleInterface(&world.tab(BodyPage));
+	EXPECT_EQ(tab->text(QAccessible::Name), QStringLiteral("Body"));
+	tab->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+	EXPECT_TRUE(world.page(BodyPage).isVisible());
+	auto *option = find_named<SmoothButton>(world.panel(), QStringLiteral("Skin tone: Pink"));
+	ASSERT_NE(option, nullptr);
+	EXPECT_EQ(QAccessible::queryAccessibleInterface(option)->role(), QAccessible::RadioButton);
+}
+
+TEST_F(AccessTest, SlidersTellTheirValue)
+{
+	auto *slider = find_named<QSlider>(world.panel(), QStringLiteral("Smooth"));
+	QAccessibleInterface *accessible = QAccessible::queryAccessibleInterface(slider);
+	ASSERT_NE(accessible->valueInterface(), nullptr);
+	slider->setValue(42);
+	EXPECT_EQ(accessible->valueInterface()->currentValue().toInt(), 42);
+}
+
+TEST_F(AccessTest, ATextThatIsCutHasATip)
+{
+	auto *button = find_named<SmoothButton>(world.panel(), QStringLiteral("Skin tone: Pink"));
+	const auto hover = [](QWidget &widget) {
+		QToolTip::hideText();
+		QHelpEvent event(QEvent::ToolTip, QPoint(3, 3), widget.mapToGlobal(QPoint(3, 3)));
+		QApplication::sendEvent(&widget, &event);
+		return QToolTip::text();
+	};
+	hover(*button);
+	EXPECT_FALSE(hover(*button).contains(QStringLiteral("Pink")));
+	button->setText(QStringLiteral("<i>A very long</i> name for a tone"));
+	EXPECT_TRUE(hover(*button).contains(QStringLiteral("&lt;i&gt;A very long&lt;/i&gt; name")));
+}
+
+TEST_F(AccessTest, TipsAreInTheLookOfTheHost)
+{
+	auto *live = world.panel().findChild<CheckBox *>();
+	QHelpEvent event(QEvent::ToolTip, QPoint(3, 3), live->mapToGlobal(QPoint(3, 3)));
+	QApplication::sendEvent(live, &event);
+	EXPECT_TRUE(QToolTip::text().contains(QStringLiteral("On/Off")));
+	for (QWidget *window : QApplication::topLevelWidgets()) {
+		if (!window->inherits("QTipLabel"))
+			continue;
+		window->ensurePolished();
+		EXPECT_EQ(window->palette().color(QPalette::WindowText),
+			  QToolTip::palette().color(QPalette::ToolTipText));
+	}
+}
+
+} // namespace
+} // namespace kalvio::test
