@@ -4,13 +4,13 @@
 # The Debian packages behind each job. The names are those of Debian 12 and 13 and of Ubuntu 24.04.
 
 declare -rA KALVIO_PACKAGES=(
-	[build]="cmake ninja-build g++ pkg-config libobs-dev qt6-base-dev libgtest-dev libgmock-dev libbenchmark-dev"
+	[build]="cmake ninja-build g++ pkg-config libobs-dev qt6-base-dev libcurl4-openssl-dev libzip-dev libhwy-dev nlohmann-json3-dev libjpeg-dev libpng-dev libgtest-dev libgmock-dev libbenchmark-dev python3"
+	[tests]="openssl"
 	[sanitizers]="clang"
 	[lint]="clang-format clang-tidy shellcheck"
 	[display]="xvfb xauth libgl1-mesa-dri"
 	[obs]="obs-studio"
 	[profile]="jq"
-	[clip]="python3"
 	[sandbox]="mmdebstrap debian-archive-keyring util-linux"
 	[userns]="uidmap"
 )
