@@ -21,7 +21,8 @@ int filters_on(obs_source_t *source)
 void check_engines(uint64_t expected, const QString &when)
 {
 	wait_until([&] { return frame_count().engines == expected; });
-	check(frame_count().engines == expected, "one engine a filter: " + when, QString::number(frame_count().engines));
+	check(frame_count().engines == expected, "one engine a filter: " + when,
+	      QString::number(frame_count().engines));
 }
 
 OBSSourceAutoRelease add_picture_source(const char *name)

@@ -89,7 +89,8 @@ QWidget *filter_dialog()
 	return nullptr;
 }
 
-template<typename Widget> Widget *widget_with_text(QWidget *parent, const QString &text)
+template <typename Widget>
+Widget *widget_with_text(QWidget *parent, const QString &text)
 {
 	for (Widget *const widget : parent->findChildren<Widget *>())
 		if (widget->text() == text)

@@ -42,14 +42,14 @@ void enabled_setting_off_keeps_every_pixel()
 	set_setting(filter, "enabled", false);
 	// The host hands a setting over at its next tick: look only when the frames have stopped.
 	check(wait_until([last = uint64_t(0), drawn = uint32_t(0)]() mutable {
-		const uint32_t frames = obs_get_total_frames();
-		if (frames < drawn + 3)
-			return false;
-		const bool stopped = drawn != 0 && frame_count().processed == last;
-		last = frame_count().processed;
-		drawn = frames;
-		return stopped;
-	}),
+		      const uint32_t frames = obs_get_total_frames();
+		      if (frames < drawn + 3)
+			      return false;
+		      const bool stopped = drawn != 0 && frame_count().processed == last;
+		      last = frame_count().processed;
+		      drawn = frames;
+		      return stopped;
+	      }),
 	      "processing stops");
 	check_no_frames_are_processed();
 	check_unfiltered(source, "\"enabled\" is false");

@@ -18,8 +18,8 @@ void take_pictures()
 	const OBSSourceAutoRelease filter = kalvio_filter_of(source);
 	if (!check(filter, "the scene's source has the filter"))
 		return;
-	if (!check(wait_until([&] { return obs_source_get_width(source) != 0; }, 20000),
-		   "OBS can show the file", setting("KALVIO_PROBE_PICTURE")))
+	if (!check(wait_until([&] { return obs_source_get_width(source) != 0; }, 60000), "OBS can show the file",
+		   setting("KALVIO_PROBE_PICTURE")))
 		return;
 	if (!check_frames_are_processed(30))
 		return;

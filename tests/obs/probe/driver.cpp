@@ -63,8 +63,8 @@ bool wait_until(const std::function<bool()> &condition, int timeout_ms)
 
 FrameCount frame_count()
 {
-	static auto *const read = reinterpret_cast<decltype(&kalvio_probe_frame_count)>(
-		dlsym(RTLD_DEFAULT, "kalvio_probe_frame_count"));
+	static auto *const read =
+		reinterpret_cast<decltype(&kalvio_probe_frame_count)>(dlsym(RTLD_DEFAULT, "kalvio_probe_frame_count"));
 	FrameCount count;
 	if (read)
 		read(&count);

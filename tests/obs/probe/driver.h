@@ -17,7 +17,7 @@ inline constexpr const char *filter_type = "kalvio_filter";
 QMainWindow *main_window();
 
 // True as soon as `condition` holds; false when it did not within `timeout_ms`.
-bool wait_until(const std::function<bool()> &condition, int timeout_ms = 15000);
+bool wait_until(const std::function<bool()> &condition, int timeout_ms = 30000);
 
 FrameCount frame_count();
 

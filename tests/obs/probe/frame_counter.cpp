@@ -18,7 +18,8 @@ std::atomic<uint64_t> engines;
 std::atomic<uint64_t> engines_ever;
 
 // The engine is loaded with the module, outside the search order of preloaded libraries: RTLD_NEXT does not see it.
-template<typename Function> Function *engine_function(const char *name)
+template <typename Function>
+Function *engine_function(const char *name)
 {
 	void *const library = dlopen("libkalvio.so", RTLD_LAZY | RTLD_NOLOAD);
 	void *const symbol = library ? dlsym(library, name) : nullptr;

@@ -62,7 +62,8 @@ void look_for_modal_box()
 	QWidget *const box = QApplication::activeModalWidget();
 	if (!box)
 		return;
-	check(false, "no modal box opens", QString("%1 \"%2\"").arg(box->metaObject()->className(), box->windowTitle()));
+	check(false, "no modal box opens",
+	      QString("%1 \"%2\"").arg(box->metaObject()->className(), box->windowTitle()));
 	box->grab().save(output_file("modal.png"));
 	std::_Exit(exit_modal);
 }

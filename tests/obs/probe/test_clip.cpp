@@ -48,7 +48,10 @@ bool write_test_clip(const QString &file, const QImage &picture, int frames)
 		return false;
 	const QByteArray frame = "FRAME\n" + plane(picture, luma, 1) + plane(picture, blue_difference, 2) +
 				 plane(picture, red_difference, 2);
-	out.write(QString("YUV4MPEG2 W%1 H%2 F30:1 Ip A1:1 C420\n").arg(picture.width()).arg(picture.height()).toLatin1());
+	out.write(QString("YUV4MPEG2 W%1 H%2 F30:1 Ip A1:1 C420\n")
+			  .arg(picture.width())
+			  .arg(picture.height())
+			  .toLatin1());
 	for (int i = 0; i < frames; ++i)
 		out.write(frame);
 	return out.flush() && out.error() == QFile::NoError;
