@@ -72,7 +72,7 @@ sandbox_bootstrap() {
 	umask 022
 	# shellcheck disable=SC2016  # mmdebstrap sets $1 for its hook
 	KALVIO_ARCHIVES=$archives exec mmdebstrap --quiet --mode=root --variant=apt --format=directory \
-		--skip=essential/unlink,cleanup/apt/cache \
+		--skip=essential/unlink,cleanup/apt/cache,chroot/mount/sys \
 		--setup-hook='mkdir -p "$1/var/cache/apt/archives" && mount --bind "$KALVIO_ARCHIVES" "$1/var/cache/apt/archives"' \
 		--aptopt='Acquire::Languages "none"' \
 		--aptopt='Acquire::Check-Valid-Until "false"' \
@@ -94,14 +94,16 @@ sandbox_delete_folder() {
 }
 
 # sandbox_ensure HOST: makes the sandbox unless it is there, and waits for another process that is making it. The new
-# one grows under a temporary name and is renamed when complete, so that there never is half a sandbox.
-sandbox_ensure() (
-	host=$1
-	suite=${SANDBOX_SUITE[$host]}
+# one grows under a temporary name and is renamed when complete, so that there never is half a sandbox. Sets traps and
+# exits: to be run through scripts/lib/call, and ended by a signal to that process.
+sandbox_ensure() {
+	local host=$1 suite=${SANDBOX_SUITE[$1]} final start=$SECONDS
+	local archives=$KALVIO_CACHE/archives/$suite
+	local -a enter_prefix
 	final=$(sandbox_root "$host")
 	growing=$final.incomplete
-	archives=$KALVIO_CACHE/archives/$suite
-	! sandbox_ready "$host" || exit 0
+	maker=
+	! sandbox_ready "$host" || return 0
 	sandbox_check_user
 	mkdir -p "$KALVIO_CACHE"
 	exec 9>"$KALVIO_CACHE/$suite.lock"
@@ -109,22 +111,20 @@ sandbox_ensure() (
 		say "another process is making the $suite sandbox; waiting for it"
 		flock 9
 	fi
-	! sandbox_ready "$host" || exit 0
+	! sandbox_ready "$host" || return 0
 	[[ ! -e $final || -O $final ]] ||
 		die "$final belongs to another user." "Set KALVIO_CACHE to a folder of your own."
 
 	say "making the $suite sandbox for OBS $host.x in $final (about 215 MB to fetch, 700 MB on disk)"
 	sandbox_delete_folder "$growing"
 	mkdir -p "$archives/partial"
-	declare -a enter_prefix
 	sandbox_enter_prefix
-	maker=
-	trap '[[ -z $maker ]] || { kill -KILL "$maker" && wait "$maker"; } 2>/dev/null; sandbox_delete_folder "$growing"' EXIT
+	trap sandbox_abandon EXIT
 	trap 'exit 130' INT TERM HUP
-	start=$SECONDS
+	# The maker inherits the lock: should only this shell be killed, nobody else begins before it has ended.
 	# --mount-proc: mmdebstrap looks at /proc, and the namespace has process ids of its own.
 	"${enter_prefix[@]}" --mount-proc "$KALVIO_ROOT/scripts/lib/call" \
-		sandbox_bootstrap "$suite" "$growing" "$archives" 9>&- </dev/null &
+		sandbox_bootstrap "$suite" "$growing" "$archives" </dev/null &
 	maker=$!
 	wait "$maker" || die "The $suite sandbox could not be made; mmdebstrap's message stands above." \
 		"What was fetched is kept in $archives: run the same command again to go on."
@@ -134,8 +134,26 @@ sandbox_ensure() (
 	sandbox_delete_folder "$final"
 	mv -T "$growing" "$final"
 	rm -rf -- "$archives"
+	exec 9>&-
 	say "$suite sandbox: done in $((SECONDS - start)) s, OBS $(sandbox_obs_version "$host")"
-)
+}
+
+# sandbox_ensure_each HOST...: one after the other; to be run and ended like sandbox_ensure.
+sandbox_ensure_each() {
+	local host
+	for host in "$@"; do
+		sandbox_ensure "$host"
+	done
+}
+
+# What an unfinished sandbox_ensure leaves: with the namespace's first process die all the others in it.
+sandbox_abandon() {
+	if [[ -n $maker ]]; then
+		kill -KILL "$maker" 2>/dev/null || true
+		wait "$maker" 2>/dev/null || true
+	fi
+	sandbox_delete_folder "$growing"
+}
 
 # sandbox_exec HOST [--display] [--bind SOURCE TARGET]... -- COMMAND...: runs the command as root of the sandbox, with the
 # environment emptied. Each TARGET under /kalvio shows SOURCE, a file or folder of this machine, writable. --display
