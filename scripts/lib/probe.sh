@@ -1,0 +1,37 @@
+# shellcheck shell=bash
+# SPDX-License-Identifier: GPL-2.0-or-later
+#
+# The probe module inside a run of OBS: it drives OBS and reports, one JSON object a line, in out/report.jsonl.
+
+# probe_install WORK BUILD: the probe beside the product, and the frame counter that is loaded in front of the engine.
+probe_install() {
+	obs_install_plugin "$1" "$2/tests/obs/probe/plugins/kalvio-probe"
+	mkdir -p "$1/probe"
+	cp "$2/tests/obs/probe/libkalvio-frame-counter.so" "$1/probe/"
+}
+
+# probe_run HOST WORK CASE SECONDS [--bind SOURCE TARGET]... [NAME=VALUE]...: one run of OBS that ends by itself.
+probe_run() {
+	local host=$1 work=$2 case=$3 seconds=$4 seen
+	shift 4
+	seen=$(obs_seen "$host" "$work")
+	obs_run "$host" "$work" "$seconds" "$@" KALVIO_PROBE_CASE="$case" KALVIO_PROBE_OUT="$seen/out" \
+		LD_PRELOAD="$seen/probe/libkalvio-frame-counter.so"
+}
+
+# probe_print_facts WORK: what the probe stated, as lines for people.
+probe_print_facts() {
+	[[ -f $1/out/report.jsonl ]] || return 0
+	jq -r 'select(.fact) | (if .ok then "ok      " else "FAILED  " end) + .fact
+		+ (if .seen != "" then " (" + .seen + ")" else "" end)' "$1/out/report.jsonl"
+}
+
+# probe_passed WORK CASE: true when the case ran to its end and every fact held.
+probe_passed() {
+	local report=$1/out/report.jsonl
+	[[ -s $report ]] || { warn "the probe did not report: was it loaded?" && return 1; }
+	if ! jq -e -s --arg case "$2" 'any(.[]; .finished == $case) and all(.[]; .ok != false)' "$report" >/dev/null; then
+		warn "the case did not pass"
+		return 1
+	fi
+}

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <span>
+
+namespace kalvio::probe {
+
+// One run of OBS: `run` is called on the main thread when OBS has finished loading, states its facts with check(), and
+// returns. It may leave windows open; OBS is closed afterwards as by File > Exit.
+struct ProbeCase {
+	const char *name;
+	void (*run)();
+	bool may_complain = false; // the module is expected to log warnings or errors
+};
+
+std::span<const ProbeCase> picture_cases(); // what a source looks like
+std::span<const ProbeCase> filter_cases();  // filters that come, go and are copied
+std::span<const ProbeCase> host_cases();    // the module in OBS's lists, dialogs, collections and restarts
+std::span<const ProbeCase> failure_cases(); // what is missing
+std::span<const ProbeCase> sample_cases();  // pictures for people
+
+} // namespace kalvio::probe
