@@ -9,9 +9,12 @@ namespace kalvio {
 
 namespace {
 
+// The host's count of a filter's references goes with the last one, but the filter stays listed until the host gets round
+// to destroying it. The weak reference keeps the count, so that obs_source_get_ref can still read it and refuse.
 struct Entry {
 	obs_source_t *source;
 	uint64_t id;
+	OBSWeakSourceAutoRelease reference_count;
 };
 
 struct Registry {
@@ -83,7 +86,7 @@ void register_filter(obs_source_t *source)
 	Registry &list = registry();
 	const std::lock_guard lock(list.mutex);
 	if (std::ranges::find(list.filters, source, &Entry::source) == list.filters.end())
-		list.filters.push_back({source, ++list.last_id});
+		list.filters.push_back({source, ++list.last_id, obs_source_get_weak_source(source)});
 }
 
 void unregister_filter(obs_source_t *source)

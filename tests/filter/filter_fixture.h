@@ -31,6 +31,7 @@ protected:
 	{
 		filter_.destroy_filter();
 		EXPECT_EQ(filter_.references(), 0);
+		EXPECT_EQ(filter_.weak_references(), 0);
 	}
 
 	// Creates the filter as the host does and forgets the calls of that.

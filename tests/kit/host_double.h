@@ -58,6 +58,7 @@ public:
 	void *data = nullptr; // of the filter's callbacks
 
 	int references() const;
+	int weak_references() const;
 
 private:
 	friend class SourceAccess;

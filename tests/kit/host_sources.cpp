@@ -53,12 +53,14 @@ void draw_unprocessed(const FakeSource *source)
 struct FakeSource::Shared {
 	std::mutex settings_mutex;
 	std::atomic<int> references = 0;
+	std::atomic<int> weak_references = 0;
 };
 
 // The doubles' way into a fake source.
 class SourceAccess {
 public:
 	static std::atomic<int> &references(FakeSource &source) { return source.shared_->references; }
+	static std::atomic<int> &weak_references(FakeSource &source) { return source.shared_->weak_references; }
 
 	static obs_data_t *read_settings(FakeSource &source)
 	{
@@ -151,6 +153,11 @@ int FakeSource::references() const
 	return shared_->references;
 }
 
+int FakeSource::weak_references() const
+{
+	return shared_->weak_references;
+}
+
 } // namespace kalvio::test
 
 using namespace kalvio::test;
@@ -232,6 +239,25 @@ void obs_source_release(obs_source_t *source)
 	host_call(__func__, name_of(source));
 	FakeSource *fake = known_source(__func__, source);
 	if (fake && --SourceAccess::references(*fake) < 0)
+		note_host_misuse(__func__, fake->name + " released too often");
+}
+
+// Weak references are counted but not written down: taking one does nothing to the source. Here they are the source.
+obs_weak_source_t *obs_source_get_weak_source(obs_source_t *source)
+{
+	FakeSource *fake = known_source(__func__, source);
+	if (!fake)
+		return nullptr;
+	++SourceAccess::weak_references(*fake);
+	return reinterpret_cast<obs_weak_source_t *>(source);
+}
+
+void obs_weak_source_release(obs_weak_source_t *weak)
+{
+	if (!weak)
+		return;
+	FakeSource *fake = known_source(__func__, reinterpret_cast<obs_source_t *>(weak));
+	if (fake && --SourceAccess::weak_references(*fake) < 0)
 		note_host_misuse(__func__, fake->name + " released too often");
 }
 

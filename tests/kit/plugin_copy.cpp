@@ -27,7 +27,13 @@ PluginFiles PluginCopy::files() const
 
 void PluginCopy::add_placeholder_bundle() const
 {
-	parent_.write((folder_ / "data" / "resource.kld").string(), "placeholder");
+	parent_.write(bundle().string(), "placeholder");
+}
+
+void PluginCopy::add_built_bundle() const
+{
+	std::filesystem::copy_file(built_plugin().data_folder / bundle().filename(), bundle(),
+				   std::filesystem::copy_options::overwrite_existing);
 }
 
 } // namespace kalvio::test

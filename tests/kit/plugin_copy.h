@@ -22,6 +22,9 @@ public:
 	// A file that stands for the bundle. An engine that reads it refuses it.
 	void add_placeholder_bundle() const;
 
+	// The bundle of the build.
+	void add_built_bundle() const;
+
 private:
 	ScratchFolder parent_;
 	std::filesystem::path folder_;

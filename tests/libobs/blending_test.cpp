@@ -55,7 +55,16 @@ std::string targa_file(const Picture &picture)
 	return file;
 }
 
-// Whatever shows `picture` over the background on the host's canvas.
+// The host's own picture source, with its file loaded.
+OBSSourceAutoRelease create_image_source(const std::string &file)
+{
+	LibobsSession::load_host_module("image-source");
+	const OBSDataAutoRelease settings = obs_data_create();
+	obs_data_set_string(settings, "file", file.c_str());
+	return obs_source_create("image_source", "Image", settings, nullptr);
+}
+
+// The source over the background, on the host's canvas.
 Picture canvas_with(obs_source_t *source)
 {
 	const Picture ramp = alpha_ramp_picture();
@@ -109,7 +118,7 @@ protected:
 			return source;
 		}
 		case SourceKind::Image:
-			return create_image_source(picture);
+			return create_image_source(folder_.write("picture.tga", targa_file(picture)));
 		case SourceKind::Scene: {
 			const OBSSourceAutoRelease inside = create_picture_source("Inside", picture);
 			obs_scene_t *scene = obs_scene_create("Scene");
@@ -121,15 +130,6 @@ protected:
 	}
 
 private:
-	OBSSourceAutoRelease create_image_source(const Picture &picture)
-	{
-		session().load_host_module("image-source");
-		const OBSDataAutoRelease settings = obs_data_create();
-		obs_data_set_string(settings, "file", folder_.write("picture.tga", targa_file(picture)).c_str());
-		obs_data_set_bool(settings, "unload", false); // loads the file at once
-		return obs_source_create("image_source", "Image", settings, nullptr);
-	}
-
 	const ScratchFolder folder_;
 };
 
@@ -205,6 +205,29 @@ TEST_F(BlendingTest, PassedThroughFilterLeavesTheCanvasAsItWas)
 	const OBSSourceAutoRelease filter = add_filter(source, "Beauty", settings_from(R"({"enabled": false})"));
 
 	EXPECT_EQ(canvas_with(source), without);
+}
+
+TEST_F(BlendingTest, PictureFileWhoseNameIsNotAsciiIsProcessed)
+{
+	const ScratchFolder folder;
+	const Picture picture = pattern_picture(24, 16);
+	const OBSSourceAutoRelease source =
+		create_image_source(folder.write("d\u00e9 \u76ee\u5f55/sch\u00f6n \u56fe.tga", targa_file(picture)));
+	const OBSSourceAutoRelease filter = add_filter(source);
+
+	EXPECT_EQ(render(source), picture);
+	EXPECT_EQ(frames_processed(), 1U);
+}
+
+TEST_F(BlendingTest, PictureFileThatIsMissingIsLeftAlone)
+{
+	const ScratchFolder folder;
+	const OBSSourceAutoRelease source = create_image_source(folder.file("gone.tga"));
+	const OBSSourceAutoRelease filter = add_filter(source);
+
+	render(source, 8, 8);
+
+	EXPECT_EQ(frames_processed(), 0U);
 }
 
 } // namespace

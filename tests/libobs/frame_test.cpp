@@ -151,7 +151,7 @@ TEST_F(FrameTest, RowsWiderThanThePictureAreReadWithoutTheirGap)
 	const OBSSourceAutoRelease source = create_picture_source("Camera", picture);
 	const OBSSourceAutoRelease filter = add_filter(source);
 
-	set_map_result(MapResult::WidePitch);
+	set_mapped_rows(MappedRows::WidePitch);
 
 	EXPECT_EQ(render(source), processed(picture));
 	EXPECT_EQ(last_engine_input(), picture.rgba);
@@ -163,7 +163,7 @@ TEST_F(FrameTest, RowsShorterThanThePictureAreReadAsFarAsTheyGo)
 	const OBSSourceAutoRelease source = create_picture_source("Camera", picture);
 	const OBSSourceAutoRelease filter = add_filter(source);
 
-	set_map_result(MapResult::ShortPitch);
+	set_mapped_rows(MappedRows::ShortPitch);
 	const Picture shown = render(source);
 
 	for (uint32_t y = 0; y < picture.height; y++) {

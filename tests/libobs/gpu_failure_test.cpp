@@ -101,11 +101,11 @@ TEST_F(GpuFailureTest, MapWithoutData_ShowsTheSourceAndTheNextFrameIsProcessed)
 	const OBSSourceAutoRelease source = create_picture_source("Camera", picture_);
 	const OBSSourceAutoRelease filter = add_filter(source);
 
-	set_map_result(MapResult::NullData);
+	set_mapped_rows(MappedRows::NullData);
 	EXPECT_EQ(render(source), picture_);
 	EXPECT_EQ(frames_processed(), 0U);
 
-	set_map_result(MapResult::Surface);
+	set_mapped_rows(MappedRows::Surface);
 	EXPECT_EQ(render(source), processed(picture_));
 }
 

@@ -22,7 +22,7 @@ struct Fault {
 };
 
 std::array<Fault, static_cast<size_t>(HostFunction::count)> faults;
-std::atomic<MapResult> map_result = MapResult::Surface;
+std::atomic<MappedRows> mapped_rows = MappedRows::Surface;
 
 Fault &fault_of(HostFunction function)
 {
@@ -88,9 +88,9 @@ void make_fail(HostFunction function, int times)
 	fault_of(function).failures_left = times;
 }
 
-void set_map_result(MapResult result)
+void set_mapped_rows(MappedRows result)
 {
-	map_result = result;
+	mapped_rows = result;
 }
 
 int module_calls(HostFunction function)
@@ -104,7 +104,7 @@ void reset_host_faults()
 		fault.failures_left = 0;
 		fault.calls = 0;
 	}
-	map_result = MapResult::Surface;
+	mapped_rows = MappedRows::Surface;
 }
 
 } // namespace kalvio::test
@@ -172,16 +172,16 @@ bool gs_stagesurface_map(gs_stagesurf_t *surface, uint8_t **data, uint32_t *row_
 		return mapped;
 
 	const uint32_t packed_row_bytes = gs_stagesurface_get_width(surface) * 4;
-	switch (map_result.load()) {
-	case MapResult::Surface:
+	switch (mapped_rows.load()) {
+	case MappedRows::Surface:
 		break;
-	case MapResult::NullData:
+	case MappedRows::NullData:
 		*data = nullptr;
 		break;
-	case MapResult::WidePitch:
+	case MappedRows::WidePitch:
 		repitch(surface, data, row_bytes, packed_row_bytes + 52);
 		break;
-	case MapResult::ShortPitch:
+	case MappedRows::ShortPitch:
 		repitch(surface, data, row_bytes, packed_row_bytes - 4);
 		break;
 	}

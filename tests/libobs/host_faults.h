@@ -26,14 +26,14 @@ constexpr int every_time = -1;
 void make_fail(HostFunction function, int times = every_time);
 
 // What a map that succeeds hands out instead of the surface's own memory.
-enum class MapResult {
+enum class MappedRows {
 	Surface,   // the surface's own memory
 	NullData,  // true, but a null pointer
 	WidePitch, // the surface's pixels in rows that are 52 bytes longer, the gap filled with 0xEE
 	ShortPitch // the surface's pixels without the last 4 bytes of each row
 };
 
-void set_map_result(MapResult result);
+void set_mapped_rows(MappedRows result);
 
 // Calls by the module since the last reset, failed ones included.
 int module_calls(HostFunction function);

@@ -1,20 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "libobs/recording_test.h"
+#include "libobs/stress_time.h"
 
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
+#include <thread>
 
 // Two filters that render while their settings change, for as long as KALVIO_STRESS_SECONDS says.
 namespace kalvio::test {
 
 namespace {
-
-std::chrono::seconds stress_time()
-{
-	const char *seconds = std::getenv("KALVIO_STRESS_SECONDS");
-	return std::chrono::seconds(seconds && *seconds ? std::atoi(seconds) : 2);
-}
 
 class StressTest : public RecordingTest {};
 
