@@ -148,11 +148,16 @@ QImage source_file_picture()
 
 QImage screenshot(obs_source_t *source)
 {
-	// Until the event OBS refuses the next one, although the file may be there already.
+	// OBS refuses a screenshot, with no more than a line in its log, until it has put the one before away. That is
+	// some time after the event of the one before, so a request without an answer is made again.
+	constexpr int requests = 15;
+	constexpr int answer_ms = 2000;
 	bool taken = false;
 	obs_frontend_add_event_callback(note_screenshot, &taken);
-	obs_frontend_take_source_screenshot(source);
-	wait_until([&] { return taken; });
+	for (int request = 0; request < requests && !taken; request++) {
+		obs_frontend_take_source_screenshot(source);
+		wait_until([&] { return taken; }, answer_ms);
+	}
 	obs_frontend_remove_event_callback(note_screenshot, &taken);
 	if (!taken)
 		return {};
