@@ -4,11 +4,13 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <new>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 namespace kalvio {
@@ -37,17 +39,36 @@ using CurlText = std::unique_ptr<char, Release<curl_free>>;
 // A check runs on a detached thread that may outlive main(), but the TLS library tears itself down in an exit handler.
 // Whoever calls into libcurl holds this mutex; the exit handler takes it and never gives it back, so that no call runs
 // into the tear-down. No call blocks while it holds the mutex: waiting for the network is done without it.
-std::timed_mutex &exit_gate()
+std::mutex &exit_gate()
 {
-	static auto *gate = new std::timed_mutex; // outlives every static destructor
+	static auto *gate = new std::mutex; // outlives every static destructor
 	return *gate;
+}
+
+std::atomic<bool> process_ends = false;
+
+using LibraryLock = std::unique_lock<std::mutex>;
+
+// The right to call into libcurl. Does not return once the process ends.
+LibraryLock enter_library()
+{
+	LibraryLock lock(exit_gate());
+	while (process_ends) {
+		if (lock)
+			lock.unlock(); // the exit handler may be waiting for it
+		std::this_thread::sleep_for(std::chrono::hours(1));
+	}
+	return lock;
 }
 
 void close_exit_gate()
 {
-	// The process must end even if a call should hang against all expectation.
-	constexpr std::chrono::milliseconds patience{250};
-	(void)exit_gate().try_lock_for(patience);
+	process_ends = true;
+	// The longest call loads the list of authorities, some 50 ms on a machine at rest. The process must end even
+	// if one should hang.
+	const Clock::time_point give_up = Clock::now() + std::chrono::seconds(10);
+	while (!exit_gate().try_lock() && Clock::now() < give_up)
+		std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 void start_curl_once()
@@ -166,7 +187,7 @@ void run_transfer(CURLM *multi, CURL *easy, const HttpLimits &limits)
 	for (;;) {
 		int running = 0;
 		{
-			const std::scoped_lock lock(exit_gate());
+			const LibraryLock lock = enter_library();
 			if (curl_multi_perform(multi, &running) != CURLM_OK || running == 0)
 				return;
 		}
@@ -191,7 +212,7 @@ HttpResponse http_request(const std::string &url, const HttpLimits &limits)
 {
 	start_curl_once();
 
-	std::unique_lock gate(exit_gate());
+	LibraryLock lock = enter_library();
 	const UrlHandle target = parse_url(url);
 	// Without a value the header is left out, as the other system's client does.
 	const HeaderList headers(curl_slist_append(nullptr, "Accept:"));
@@ -207,9 +228,9 @@ HttpResponse http_request(const std::string &url, const HttpLimits &limits)
 	if (curl_multi_add_handle(multi.get(), easy.get()) != CURLM_OK)
 		return {};
 
-	gate.unlock();
+	lock.unlock();
 	run_transfer(multi.get(), easy.get(), limits);
-	gate.lock(); // until the handles are closed
+	lock = enter_library(); // until the handles are closed
 
 	long status = 0;
 	curl_easy_getinfo(easy.get(), CURLINFO_RESPONSE_CODE, &status);

@@ -134,19 +134,11 @@ void start_update_check_if_due()
 	UpdateState &service = state();
 	const std::int64_t now_s = service.hooks.now();
 	{
+		// A check that ends writes its time before it gives the flag back, so under the mutex one of the two
+		// always speaks against a second check.
 		const std::scoped_lock lock(service.mutex);
-		if (!check_is_due(service, now_s))
+		if (!check_is_due(service, now_s) || service.in_flight.exchange(true))
 			return;
-	}
-	if (service.in_flight.exchange(true))
-		return;
-	{
-		// Between the test and the flag another thread's check may have come and gone.
-		const std::scoped_lock lock(service.mutex);
-		if (!check_is_due(service, now_s)) {
-			service.in_flight = false;
-			return;
-		}
 		service.last_check_s = now_s;
 	}
 	start_worker();

@@ -293,15 +293,17 @@ TEST(HttpClient, GivesUpAtOnce_WhenNobodyListens)
 
 TEST(HttpClient, ServesManyThreadsAtOnce)
 {
+	HttpLimits limits;
+	limits.phase = milliseconds(60'000); // each waits for the handshakes of all
 	std::atomic<int> right = 0;
 	std::vector<std::thread> threads;
 	threads.reserve(8);
 	for (int index = 0; index < 8; index++) {
-		threads.emplace_back([&right, index] {
+		threads.emplace_back([&right, &limits, index] {
 			for (int round = 0; round < 5; round++) {
 				const std::string path =
 					"/echo?thread=" + std::to_string(index) + "-" + std::to_string(round);
-				const HttpResponse response = http_request(server() + path);
+				const HttpResponse response = http_request(server() + path, limits);
 				right += response.status == 200 &&
 					 response.body.starts_with("GET " + path + " HTTP/1.1\n");
 			}
