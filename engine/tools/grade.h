@@ -40,6 +40,6 @@ struct Grade {
 // Throws nlohmann's exceptions, or std::runtime_error for an unknown name: a typing error must not pass as a look.
 Grade grade_from_json(const nlohmann::json &json);
 
-Grade::Color apply_grade(const Grade &grade, const Grade::Color &color);
+Grade::Color apply_grade(const Grade &grade, const Grade::Color &input);
 
 } // namespace kalvio::engine

@@ -9,8 +9,8 @@ namespace kalvio {
 
 namespace {
 
-// The host's count of a filter's references goes with the last one, but the filter stays listed until the host gets round
-// to destroying it. The weak reference keeps the count, so that obs_source_get_ref can still read it and refuse.
+// The host's count of a filter's references goes with the last one, but the filter stays listed until the host gets
+// round to destroying it. The weak reference keeps the count, so that obs_source_get_ref can still read it and refuse.
 struct Entry {
 	obs_source_t *source;
 	uint64_t id;

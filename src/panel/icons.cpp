@@ -87,7 +87,7 @@ QIcon makeGlyphIcon(const char *glyph, int pixel_size, const QColor &color)
 	painter.setFont(font);
 	painter.setPen(color);
 	painter.drawText(QRect(0, 0, side, side), Qt::AlignCenter, QString::fromUtf8(glyph));
-	return QIcon(pixmap);
+	return {pixmap};
 }
 
 QPushButton *makeHeadIcon(const char *glyph, const QString &tool_tip, bool checkable)

@@ -23,7 +23,7 @@ std::vector<Node> mixed_nodes(const ColorLattice &lattice, float intensity)
 {
 	constexpr double full = 255.0 * 64.0;
 	std::vector<Node> nodes(size_t(side) * side * side);
-	const double mix = double{intensity};
+	const auto mix = double{intensity};
 	for (size_t index = 0; index < nodes.size(); ++index) {
 		const size_t place[3] = {index % side, index / side % side, index / (side * side)};
 		for (size_t channel = 0; channel < 3; ++channel) {
