@@ -3,6 +3,7 @@
 
 #include "kit/picture.h"
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -22,8 +23,8 @@ namespace kalvio::test {
 // A picture in which no two neighbouring pixels, rows or channels are alike, alpha included.
 Picture test_picture(uint32_t width, uint32_t height);
 
-// A source of the host, as much of one as a filter can see. Filters are sources too. Used from one thread at a time,
-// save for update, references and settings.
+// A source of the host, as much of one as a filter can see. Filters are sources too. The fields belong to one thread at
+// a time; references and, with hands_out_copies, updates and settings may be used by several.
 class FakeSource {
 public:
 	explicit FakeSource(std::string name);
@@ -42,6 +43,9 @@ public:
 	void *create_filter(const obs_source_info &info);
 	void destroy_filter();
 
+	// What the host does before it destroys: nobody gets a reference any more, and those that are held end first.
+	void wait_for_last_reference();
+
 	// What obs_source_update does: merges and calls the filter's update.
 	void update(obs_data_t *changes);
 
@@ -51,7 +55,7 @@ public:
 	FakeSource *parent = nullptr;
 	FakeSource *target = nullptr;
 	Picture picture; // its size is the base size
-	bool refuses_references = false;
+	std::atomic<bool> refuses_references = false;
 	bool hands_out_copies = false; // each reader gets settings of its own; for tests with several threads
 
 	obs_source_info info = {};

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <mutex>
 
 // The source functions of the host double.
@@ -52,15 +53,37 @@ void draw_unprocessed(const FakeSource *source)
 
 struct FakeSource::Shared {
 	std::mutex settings_mutex;
-	std::atomic<int> references = 0;
 	std::atomic<int> weak_references = 0;
+
+	std::mutex reference_mutex;
+	std::condition_variable reference_gone;
+	int references = 0;
 };
 
 // The doubles' way into a fake source.
 class SourceAccess {
 public:
-	static std::atomic<int> &references(FakeSource &source) { return source.shared_->references; }
 	static std::atomic<int> &weak_references(FakeSource &source) { return source.shared_->weak_references; }
+
+	static bool add_reference(FakeSource &source)
+	{
+		const std::lock_guard lock(source.shared_->reference_mutex);
+		if (source.refuses_references)
+			return false;
+		++source.shared_->references;
+		return true;
+	}
+
+	// False when there was none.
+	static bool drop_reference(FakeSource &source)
+	{
+		const std::lock_guard lock(source.shared_->reference_mutex);
+		if (source.shared_->references == 0)
+			return false;
+		--source.shared_->references;
+		source.shared_->reference_gone.notify_all();
+		return true;
+	}
 
 	static obs_data_t *read_settings(FakeSource &source)
 	{
@@ -148,8 +171,16 @@ void FakeSource::update(obs_data_t *changes)
 	obs_data_release(current);
 }
 
+void FakeSource::wait_for_last_reference()
+{
+	std::unique_lock lock(shared_->reference_mutex);
+	refuses_references = true;
+	shared_->reference_gone.wait(lock, [this] { return shared_->references == 0; });
+}
+
 int FakeSource::references() const
 {
+	const std::lock_guard lock(shared_->reference_mutex);
 	return shared_->references;
 }
 
@@ -226,10 +257,7 @@ obs_source_t *obs_source_get_ref(obs_source_t *source)
 {
 	host_call(__func__, name_of(source));
 	FakeSource *fake = known_source(__func__, source);
-	if (!fake || fake->refuses_references)
-		return nullptr;
-	++SourceAccess::references(*fake);
-	return source;
+	return fake && SourceAccess::add_reference(*fake) ? source : nullptr;
 }
 
 void obs_source_release(obs_source_t *source)
@@ -238,7 +266,7 @@ void obs_source_release(obs_source_t *source)
 		return;
 	host_call(__func__, name_of(source));
 	FakeSource *fake = known_source(__func__, source);
-	if (fake && --SourceAccess::references(*fake) < 0)
+	if (fake && !SourceAccess::drop_reference(*fake))
 		note_host_misuse(__func__, fake->name + " released too often");
 }
 
