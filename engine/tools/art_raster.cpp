@@ -98,15 +98,15 @@ void blur_plane(std::vector<float> &values, int width, int height, int channels,
 	// Three boxes of this radius have the variance (2 r + 1)^2 - 1 over 4.
 	const int radius =
 		std::max(1, static_cast<int>(std::lround((std::sqrt(4 * deviation * deviation + 1) - 1) / 2)));
+	const size_t row = size_t(width) * size_t(channels);
 	std::vector<float> copy;
 	for (int pass = 0; pass < 3; ++pass) {
 		for (int channel = 0; channel < channels; ++channel) {
 			float *plane = values.data() + channel;
 			for (int y = 0; y < height; ++y)
-				box_line(plane + size_t(y) * size_t(width * channels), width, size_t(channels), radius,
-					 copy);
+				box_line(plane + size_t(y) * row, width, size_t(channels), radius, copy);
 			for (int x = 0; x < width; ++x)
-				box_line(plane + x * channels, height, size_t(width * channels), radius, copy);
+				box_line(plane + x * channels, height, row, radius, copy);
 		}
 	}
 }

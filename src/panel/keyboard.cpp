@@ -57,7 +57,7 @@ void place_tab_stop(const QButtonGroup &group)
 
 void make_operable_by_keyboard(QWidget &root)
 {
-	auto *activation = new KeyActivation(&root);
+	auto *activation = new KeyActivation(&root); // which owns it
 	for (auto *button : root.findChildren<QAbstractButton *>()) {
 		// Reached by Tab only, so that a click leaves the focus where it is.
 		if (qobject_cast<SmoothButton *>(button))
@@ -72,6 +72,7 @@ void make_operable_by_keyboard(QWidget &root)
 		check_box->setFocusPolicy(Qt::TabFocus);
 		check_box->installEventFilter(activation);
 	}
+	// NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): `activation` belongs to `root`
 	for (auto *group : root.findChildren<QButtonGroup *>()) {
 		for (QAbstractButton *button : group->buttons())
 			button->setAutoExclusive(true); // what it is to screen readers: one of several
