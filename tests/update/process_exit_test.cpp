@@ -43,11 +43,17 @@ void request_for_ever(const std::string &url)
 	}).detach();
 }
 
+constexpr std::chrono::seconds hang{120};
+
 [[noreturn]] void exit_in_the_middle_of(const std::string &url)
 {
-	std::thread([url] { (void)http_request(url); }).detach();
+	std::thread([url] {
+		HttpLimits limits;
+		limits.phase = hang;
+		limits.total = hang;
+		(void)http_request(url, limits);
+	}).detach();
 	// By the time that this one is through, the other hangs.
-	(void)http_request(server("KALVIO_SERVER") + "/text");
 	(void)http_request(server("KALVIO_SERVER") + "/text");
 	std::exit(0);
 }
@@ -69,7 +75,7 @@ protected:
 	{
 		const Clock::time_point start = Clock::now();
 		EXPECT_EXIT(exit_in_the_middle_of(url), testing::ExitedWithCode(0), "") << url;
-		EXPECT_LT(Clock::now() - start, std::chrono::seconds(5)) << url;
+		EXPECT_LT(Clock::now() - start, hang / 2) << url; // all of it, on the slowest of machines
 	}
 };
 
@@ -85,7 +91,7 @@ TEST_F(ProcessExitTest, WaitsForNoRequest)
 
 TEST_F(ProcessExitTest, IsCleanWhileRequestsAreAtWork)
 {
-	for (int round = 0; round < 10; round++)
+	for (int round = 0; round < 5; round++)
 		EXPECT_EXIT(exit_under_load(server("KALVIO_SERVER") + "/text"), testing::ExitedWithCode(0), "")
 			<< round;
 }
