@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/ui_preferences.h"
 
-#include "kit/config_double.h"
 #include "kit/allocation_check.h"
+#include "kit/config_double.h"
 #include "kit/log_capture.h"
 #include "kit/scratch.h"
 #include "panel/translations.h"

@@ -6,6 +6,7 @@
 #include <QEventLoop>
 #include <QTimer>
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <obs-frontend-api.h>
@@ -20,7 +21,7 @@ constexpr int visible_difference = 8;
 void note_screenshot(enum obs_frontend_event event, void *taken)
 {
 	if (event == OBS_FRONTEND_EVENT_SCREENSHOT_TAKEN)
-		*static_cast<bool *>(taken) = true;
+		*static_cast<std::atomic<bool> *>(taken) = true;
 }
 
 QString last_screenshot_file()
@@ -148,11 +149,13 @@ QImage source_file_picture()
 
 QImage screenshot(obs_source_t *source)
 {
-	// Until the event OBS refuses the next one, although the file may be there already.
-	bool taken = false;
+	// OBS refuses while it is still putting the last one away, and says so in its log only: ask again.
+	std::atomic<bool> taken = false;
 	obs_frontend_add_event_callback(note_screenshot, &taken);
-	obs_frontend_take_source_screenshot(source);
-	wait_until([&] { return taken; });
+	for (int attempt = 0; attempt < 30 && !taken; ++attempt) {
+		obs_frontend_take_source_screenshot(source);
+		wait_until([&] { return taken.load(); }, 1000);
+	}
 	obs_frontend_remove_event_callback(note_screenshot, &taken);
 	if (!taken)
 		return {};
