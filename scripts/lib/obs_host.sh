@@ -30,6 +30,9 @@ native_obs_installable() {
 # obs_seen HOST WORK: the path of WORK as the OBS program of HOST sees it.
 obs_seen() { if [[ $1 == native ]]; then printf '%s' "$2"; else printf '/kalvio/work'; fi; }
 
+# obs_lib_seen HOST: the folder of this file as programs of HOST see it.
+obs_lib_seen() { if [[ $1 == native ]]; then printf '%s/scripts/lib' "$KALVIO_ROOT"; else printf '/kalvio/lib'; fi; }
+
 # obs_write_profile HOST WORK WIDTH HEIGHT [LANGUAGE]: settings that open OBS at once: no wizard, no update check, no
 # question at closing. 30 reads global.ini, 31 and later user.ini: both get the same text.
 obs_write_profile() {
@@ -122,11 +125,10 @@ obs_run() {
 	done
 	obs_environment "$(obs_seen "$host" "$work")"
 	environment+=(LIBGL_ALWAYS_SOFTWARE=1 QT_QPA_PLATFORM=xcb)
-	# 1600x1000: OBS 32's window does not fit into less. -nolisten tcp: the screen is nobody else's. Only OBS gets the
-	# variables: among them may be a library to preload, which is no business of Xvfb's.
+	# Only OBS gets the variables: among them may be a library to preload, which is no business of the X server's.
 	obs_start "$host" "$work" "$seconds" "${binds[@]}" -- env -i PATH=/usr/local/bin:/usr/bin:/bin "${environment[@]}" \
-		xvfb-run --auto-servernum --server-args="-screen 0 1600x1000x24 -nolisten tcp" \
-		env "${variables[@]}" obs --multi --verbose </dev/null >"$work/out/obs.txt" 2>&1
+		"$(obs_lib_seen "$host")/on-virtual-screen" env "${variables[@]}" obs --multi --verbose \
+		</dev/null >"$work/out/obs.txt" 2>&1
 }
 
 # obs_open HOST WORK [--bind SOURCE TARGET]...: opens OBS on the user's own screen and waits until it is closed.
@@ -161,7 +163,7 @@ obs_start() {
 		"${limit[@]}" "$@"
 	else
 		"${limit[@]}" "$KALVIO_ROOT/scripts/lib/call" sandbox_exec "$host" "${options[@]}" \
-			--bind "$work" "$(obs_seen "$host" "$work")" -- "$@"
+			--bind "$KALVIO_ROOT/scripts/lib" "$(obs_lib_seen "$host")" --bind "$work" "$(obs_seen "$host" "$work")" -- "$@"
 	fi
 }
 

@@ -6,6 +6,7 @@
 #include <QEventLoop>
 #include <QTimer>
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <obs-frontend-api.h>
@@ -20,7 +21,7 @@ constexpr int visible_difference = 8;
 void note_screenshot(enum obs_frontend_event event, void *taken)
 {
 	if (event == OBS_FRONTEND_EVENT_SCREENSHOT_TAKEN)
-		*static_cast<bool *>(taken) = true;
+		*static_cast<std::atomic<bool> *>(taken) = true;
 }
 
 QString last_screenshot_file()
@@ -148,15 +149,12 @@ QImage source_file_picture()
 
 QImage screenshot(obs_source_t *source)
 {
-	// OBS refuses a screenshot, with no more than a line in its log, until it has put the one before away. That is
-	// some time after the event of the one before, so a request without an answer is made again.
-	constexpr int requests = 15;
-	constexpr int answer_ms = 2000;
-	bool taken = false;
+	// OBS refuses while it is still putting the last one away, and says so in its log only: ask again.
+	std::atomic<bool> taken = false;
 	obs_frontend_add_event_callback(note_screenshot, &taken);
-	for (int request = 0; request < requests && !taken; request++) {
+	for (int attempt = 0; attempt < 30 && !taken; ++attempt) {
 		obs_frontend_take_source_screenshot(source);
-		wait_until([&] { return taken; }, answer_ms);
+		wait_until([&] { return taken.load(); }, 1000);
 	}
 	obs_frontend_remove_event_callback(note_screenshot, &taken);
 	if (!taken)

@@ -31,13 +31,13 @@ const ProbeCase *find_case(const QString &name)
 	return nullptr;
 }
 
-// The sandbox has no network, so the one check for updates that every start makes fails, and says so.
-constexpr const char *expected_complaint = "[Kalvio] update check failed (0)";
+// These runs have no network.
+constexpr const char *no_network = "[Kalvio] update check failed (0)";
 
 void check_module_did_not_complain()
 {
 	for (const LogLine &line : module_lines())
-		if (line.level <= LOG_WARNING && line.text != expected_complaint)
+		if (line.level <= LOG_WARNING && line.text != no_network)
 			check(false, "the module logs no warning and no error", QString::fromStdString(line.text));
 }
 
