@@ -19,7 +19,7 @@ void *host_parameter;
 std::mutex lines_mutex;
 std::vector<LogLine> lines;
 
-void keep_and_pass_on(int level, const char *format, va_list arguments, void *)
+[[gnu::format(printf, 2, 0)]] void keep_and_pass_on(int level, const char *format, va_list arguments, void *)
 {
 	std::array<char, 4096> text{};
 	va_list copy;
