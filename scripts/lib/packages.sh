@@ -4,10 +4,10 @@
 # The Debian packages behind each job. The names are those of Debian 12 and 13 and of Ubuntu 24.04.
 
 declare -rA KALVIO_PACKAGES=(
-	[build]="cmake ninja-build g++ pkg-config libobs-dev qt6-base-dev libcurl4-openssl-dev libzip-dev libhwy-dev nlohmann-json3-dev libjpeg-dev libpng-dev libgtest-dev libgmock-dev libbenchmark-dev python3"
+	[build]="cmake ninja-build g++ pkg-config libobs-dev qt6-base-dev libcurl4-openssl-dev libzip-dev libhwy-dev nlohmann-json3-dev libjpeg-dev libpng-dev libgtest-dev libgmock-dev libbenchmark-dev libx11-dev fonts-material-design-icons-iconfont python3"
 	[tests]="openssl"
-	[sanitizers]="clang"
-	[lint]="clang-format clang-tidy shellcheck"
+	[sanitizers]="clang libclang-rt-dev"
+	[lint]="clang-format clang-tidy shellcheck jq"
 	[display]="xvfb xauth libgl1-mesa-dri"
 	[obs]="obs-studio"
 	[profile]="jq"
