@@ -43,7 +43,7 @@ constexpr TranslationRow rows[] = {
 	{"reshape.faceSmall", {"Small", "小脸", "小臉", "小顔", "작게", "Reduzir", "Reducir", "Kleiner"}},
 	{"reshape.faceShort", {"Short", "短脸", "短臉", "短め", "짧게", "Encurtar", "Acortar", "Kürzer"}},
 	{"reshape.faceVShape", {"V-shape", "V 脸", "V 臉", "Vライン", "V라인", "Formato V", "Forma de V", "V-Form"}},
-	{"reshape.cheekbone", {"Cheekbone", "颧骨", "顴骨", "頬骨", "광대", "Malares", "Pómulos", "Jochbein"}},
+	{"reshape.cheekbone", {"Cheekbone", "颧骨", "顴骨", "頬骨", "광대", "Maçãs", "Pómulos", "Jochbein"}},
 	{"reshape.jawbone", {"Jaw", "下颌", "下顎", "エラ", "사각턱", "Mandíbula", "Mandíbula", "Kiefer"}},
 	{"reshape.chin", {"Chin", "下巴", "下巴", "あご", "턱끝", "Queixo", "Mentón", "Kinn"}},
 
@@ -91,7 +91,7 @@ constexpr TranslationRow rows[] = {
 
 	{"makeup.title", {"Makeup", "美妆", "美妝", "メイク", "메이크업", "Maquiagem", "Maquillaje", "Make-up"}},
 	{"makeup.fullSet",
-	 {"Full look", "整妆", "全妝", "フルメイク", "풀 메이크업", "Look completo", "Look completo",
+	 {"Full look", "整套妆容", "全套妝容", "フルメイク", "풀 메이크업", "Look completo", "Look completo",
 	  "Kompletter Look"}},
 	{"makeup.style", {"Style", "样式", "樣式", "スタイル", "스타일", "Estilo", "Estilo", "Stil"}},
 	{"makeup.color", {"Color", "颜色", "顏色", "カラー", "색상", "Cor", "Color", "Farbe"}},
@@ -107,7 +107,7 @@ constexpr TranslationRow rows[] = {
 	{"makeup.eyelash", {"Eyelashes", "睫毛", "睫毛", "まつげ", "속눈썹", "Cílios", "Pestañas", "Wimpern"}},
 	{"makeup.pupil", {"Pupils", "美瞳", "瞳孔變色片", "カラコン", "컬러 렌즈", "Pupilas", "Pupilas", "Pupillen"}},
 	{"makeup.pupilColor",
-	 {"Pupil color", "美瞳颜色", "瞳孔顏色", "瞳の色", "렌즈 색상", "Cor das pupilas", "Color de pupilas",
+	 {"Pupil color", "美瞳颜色", "變色片顏色", "瞳の色", "렌즈 색상", "Cor das pupilas", "Color de pupilas",
 	  "Pupillenfarbe"}},
 
 	{"filter.title", {"Filter", "滤镜", "濾鏡", "フィルタ", "필터", "Filtro", "Filtro", "Filter"}},
