@@ -160,10 +160,12 @@ gs_texrender_t *gs_texrender_create(enum gs_color_format format, enum gs_zstenci
 	if (host_call_fails(__func__))
 		return nullptr;
 	GpuObject *object = create_object(GpuKind::RenderTarget, 0, 0);
-	object->texture = std::make_unique<GpuObject>();
-	object->texture->kind = GpuKind::Texture;
-	object->texture->label = "texture of " + object->label;
-	object->texture->is_owned = true;
+	auto texture = std::make_unique<GpuObject>();
+	texture->kind = GpuKind::Texture;
+	texture->label = "texture of " + object->label;
+	texture->is_owned = true;
+	const std::lock_guard lock(host_state().mutex); // other threads look through all objects
+	object->texture = std::move(texture);
 	return reinterpret_cast<gs_texrender_t *>(object);
 }
 
