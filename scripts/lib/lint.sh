@@ -55,7 +55,7 @@ tidy_units() {
 # ninja has recorded them), the rules and clang-tidy itself.
 tidy_keys() {
 	local folder=$1 source object common
-	common=$(clang-tidy --version | sha256sum; sha256sum .clang-tidy cmake/KalvioTargets.cmake)
+	common=$(clang-tidy --version | sha256sum; lint_files '*.clang-tidy' cmake/KalvioTargets.cmake | xargs -d '\n' sha256sum)
 	declare -A headers=()
 	while IFS=$'\t' read -r object source; do
 		headers[$object]+=$source$'\n'
