@@ -9,6 +9,7 @@
 
 #include <benchmark/benchmark.h>
 #include <chrono>
+#include <cstdarg>
 #include <cstdio>
 #include <dlfcn.h>
 #include <graphics/vec4.h>
@@ -16,6 +17,7 @@
 #include <memory>
 #include <obs.hpp>
 #include <stdexcept>
+#include <util/base.h>
 
 namespace {
 
@@ -143,15 +145,24 @@ BENCHMARK_CAPTURE(whole_frame, without_filter, Filtered::No)->Apply(frame_sizes)
 BENCHMARK_CAPTURE(whole_frame, neutral_filter, Filtered::Neutral)->Apply(frame_sizes);
 BENCHMARK_CAPTURE(whole_frame, retouched, Filtered::Retouched)->Apply(frame_sizes);
 
+[[gnu::format(printf, 2, 0)]] void log_errors(int level, const char *format, va_list arguments, void * /*unused*/)
+{
+	if (level > LOG_WARNING)
+		return;
+	std::vfprintf(stderr, format, arguments);
+	std::fputc('\n', stderr);
+}
+
 } // namespace
 
-// The module's call of the engine, timed on its way: this executable is asked before the library.
+// The module's call of the engine, timed on its way: the host's program is asked before any library.
 int32_t kl_process_rgba(kl_engine *engine, const uint8_t *input, int32_t width, int32_t height, int32_t stride_bytes,
 			uint8_t *output, int32_t pixel_format, int32_t flags)
 {
-	static const auto library = reinterpret_cast<decltype(&kl_process_rgba)>(dlsym(RTLD_NEXT, "kl_process_rgba"));
+	static void *const library = dlopen(KALVIO_BENCH_ENGINE, RTLD_NOW | RTLD_NOLOAD); // the module has loaded it
+	static const auto process = reinterpret_cast<decltype(&kl_process_rgba)>(dlsym(library, "kl_process_rgba"));
 	const Clock::time_point start = Clock::now();
-	const int32_t status = library(engine, input, width, height, stride_bytes, output, pixel_format, flags);
+	const int32_t status = process(engine, input, width, height, stride_bytes, output, pixel_format, flags);
 	engine_time.spent += Clock::now() - start;
 	engine_time.frames++;
 	return status;
@@ -165,6 +176,7 @@ int main(int argument_count, char **arguments)
 	try {
 		kalvio::test::SessionOptions options;
 		options.frames_per_second = 30;
+		base_set_log_handler(log_errors, nullptr);
 		const kalvio::test::LibobsSession session(options);
 		benchmark::RunSpecifiedBenchmarks();
 	} catch (const std::exception &error) {
