@@ -70,7 +70,7 @@ Picture canvas_with(obs_source_t *source)
 	const Picture ramp = alpha_ramp_picture();
 	const OBSSourceAutoRelease below =
 		create_picture_source("Background", solid_picture(ramp.width, ramp.height, background));
-	const OBSSceneAutoRelease scene = obs_scene_create("Canvas");
+	const OBSSceneAutoRelease scene = obs_scene_create_private("Canvas");
 	obs_scene_add(scene, below);
 	obs_scene_add(scene, source);
 	return render_canvas(obs_scene_get_source(scene));
@@ -121,7 +121,7 @@ protected:
 			return create_image_source(folder_.write("picture.tga", targa_file(picture)));
 		case SourceKind::Scene: {
 			const OBSSourceAutoRelease inside = create_picture_source("Inside", picture);
-			obs_scene_t *scene = obs_scene_create("Scene");
+			obs_scene_t *scene = obs_scene_create_private("Scene");
 			obs_scene_add(scene, inside);
 			return obs_scene_get_source(scene); // the one reference to a scene is its source's
 		}
@@ -159,7 +159,7 @@ TEST_P(SourceKindTest, OpaquePictureIsOnTheCanvasAsWithoutTheFilter)
 TEST_P(SourceKindTest, AlphaReachesTheCanvasAsWithoutTheFilter)
 {
 	const OBSSourceAutoRelease source = create(alpha_ramp_picture());
-	const OBSSceneAutoRelease scene = obs_scene_create("Nothing below");
+	const OBSSceneAutoRelease scene = obs_scene_create_private("Nothing below");
 	obs_scene_add(scene, source);
 	const Picture without = render_canvas(obs_scene_get_source(scene));
 

@@ -41,7 +41,7 @@ std::vector<std::string> filter_names(obs_source_t *source)
 
 class Scene {
 public:
-	explicit Scene(const char *name) : scene_(obs_scene_create(name)) {}
+	explicit Scene(const char *name) : scene_(obs_scene_create_private(name)) {}
 
 	obs_source_t *source() const { return obs_scene_get_source(scene_); }
 	obs_sceneitem_t *add(obs_source_t *source) { return obs_scene_add(scene_, source); }

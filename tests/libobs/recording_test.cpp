@@ -12,6 +12,7 @@ const LogLine created_without_engine = {LOG_WARNING, "[Kalvio] filter created wi
 
 void RecordingTest::SetUp()
 {
+	reset_host_faults();
 	reset_recording_engine();
 	call_journal().reset();
 	script({});
