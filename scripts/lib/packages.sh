@@ -5,6 +5,7 @@
 
 declare -rA KALVIO_PACKAGES=(
 	[build]="cmake ninja-build g++ pkg-config libobs-dev qt6-base-dev libcurl4-openssl-dev libzip-dev libhwy-dev nlohmann-json3-dev libjpeg-dev libpng-dev libgtest-dev libgmock-dev libbenchmark-dev libx11-dev fonts-material-design-icons-iconfont python3"
+	[fonts]="fonts-dejavu-core fonts-noto-cjk"
 	[tests]="openssl"
 	[sanitizers]="clang libclang-rt-dev"
 	[lint]="clang-format clang-tidy shellcheck jq"

@@ -70,9 +70,10 @@ void KalvioPanel::buildUi()
 	update_strip_ = new UpdateStrip(rows_, [this] { refreshControls(); });
 	layout->addWidget(update_strip_);
 
+	// From the outside in: a widget that joins the styled tree with its children takes its style twice.
 	views_ = new QStackedWidget;
 	layout->addWidget(views_, 1);
-	views_->addWidget(build_main_view());
+	build_main_view();
 	settings_page_ = new SettingsPage(rows_, [this] { show_settings(false); });
 	views_->addWidget(settings_page_);
 	tab_bar_->fit_captions();
@@ -89,9 +90,10 @@ void KalvioPanel::buildUi()
 	choose_tab(0);
 }
 
-QWidget *KalvioPanel::build_main_view()
+void KalvioPanel::build_main_view()
 {
 	auto *view = new QWidget;
+	views_->addWidget(view);
 	main_layout_ = new QVBoxLayout(view);
 	main_layout_->setContentsMargins(0, 0, 0, 0);
 	main_layout_->setSpacing(0);
@@ -101,20 +103,19 @@ QWidget *KalvioPanel::build_main_view()
 	hint_strip_ = new HintStrip;
 	main_layout_->addWidget(hint_strip_);
 	pages_ = new QStackedWidget;
-	for (const TabBuilder build_tab : tab_builders)
-		pages_->addWidget(wrapPage(build_tab));
 	main_layout_->addWidget(pages_, 1);
+	for (const TabBuilder build_tab : tab_builders)
+		wrapPage(build_tab);
 	// Takes the place of the pages while these are hidden, so that the strips stay at the top.
 	main_layout_->addStretch(0);
-	return view;
 }
 
-QWidget *KalvioPanel::wrapPage(TabBuilder build_tab)
+void KalvioPanel::wrapPage(TabBuilder build_tab)
 {
 	const PageScroll page = make_page_scroll();
+	pages_->addWidget(page.area);
 	build_tab(rows_, page.layout);
 	page.layout->addStretch(1);
-	return page.area;
 }
 
 void KalvioPanel::choose_tab(int index)
@@ -169,8 +170,8 @@ void KalvioPanel::refreshControls()
 	tab_bar_->set_tabs_enabled(is_usable);
 	for (int i = 0; i < pages_->count(); ++i)
 		static_cast<QScrollArea *>(pages_->widget(i))->widget()->setEnabled(is_usable);
-	tab_bar_->setVisible(!update.forced);
-	pages_->setVisible(!update.forced);
+	show_or_hide(*tab_bar_, !update.forced);
+	show_or_hide(*pages_, !update.forced);
 	main_layout_->setStretch(main_layout_->count() - 1, update.forced ? 1 : 0);
 
 	header_->refresh();

@@ -37,8 +37,8 @@ public slots:
 
 private:
 	void buildUi();
-	QWidget *build_main_view();
-	QWidget *wrapPage(void (*build_tab)(Rows &rows, QVBoxLayout *page));
+	void build_main_view();
+	void wrapPage(void (*build_tab)(Rows &rows, QVBoxLayout *page));
 	void choose_tab(int index);
 	void add_tab_shortcuts();
 	void show_settings(bool open);

@@ -68,6 +68,13 @@ int slider_position(float value)
 	return static_cast<int>(std::lroundf(std::clamp(value, -1.0f, 1.0f) * 100.0f));
 }
 
+void show_or_hide(QWidget &child, bool is_shown)
+{
+	const bool was_hidden = child.testAttribute(Qt::WA_WState_ExplicitShowHide) && child.isHidden();
+	if (was_hidden == is_shown)
+		child.setVisible(is_shown);
+}
+
 void check_only(QButtonGroup &group, QAbstractButton *button)
 {
 	if (button) {
@@ -189,6 +196,7 @@ void Rows::addSliderRow(QBoxLayout *layout, const char *key, float *value, bool 
 			std::function<bool()> is_visible)
 {
 	auto *row = new QWidget;
+	layout->addWidget(row);
 	auto *row_layout = new QHBoxLayout(row);
 	row_layout->setContentsMargins(0, 2, 0, 2);
 	row_layout->setSpacing(row_spacing);
@@ -213,7 +221,6 @@ void Rows::addSliderRow(QBoxLayout *layout, const char *key, float *value, bool 
 	value_label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
 	value_label->setMinimumWidth(36);
 	row_layout->addWidget(value_label);
-	layout->addWidget(row);
 
 	slider_rows_.push_back({row, slider, caption, value_label, key, value, std::move(is_visible)});
 	const size_t index = slider_rows_.size() - 1;
@@ -292,7 +299,7 @@ void Rows::refresh()
 			row.slider->setValue(position);
 			row.value_label->setText(QString::number(position));
 		}
-		row.row->setVisible(!row.is_visible || row.is_visible());
+		show_or_hide(*row.row, !row.is_visible || row.is_visible());
 	}
 	for (const auto &refresher : refreshers_)
 		refresher();

@@ -140,6 +140,10 @@ QWidget *make_divider();
 // Where the slider of a strength stands: clamped to -1..1, times 100, rounded half away from zero.
 int slider_position(float value);
 
+// Shows or hides a child, and does nothing when that is how it is: Qt polishes and lays out a widget that is told to
+// show for the first time, even inside a window that is not shown yet.
+void show_or_hide(QWidget &child, bool is_shown);
+
 // Checks `button`, or nothing when it is null, in an exclusive group, which by itself never lets its last one go.
 void check_only(QButtonGroup &group, QAbstractButton *button);
 

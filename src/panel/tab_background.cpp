@@ -162,6 +162,7 @@ void build_background_tab(Rows &rows, QVBoxLayout *page)
 	ElidedLabel *subtitle = nullptr;
 	const Card card = rows.addCard(
 		"tab.background", {.subtitle_key = "bg.presets", .subtitle_out = &subtitle, .reset = reset_background});
+	page->addWidget(card.frame);
 	rows.add_refresher([subtitle] { show_current_background(*subtitle); });
 
 	rows.addOptionRow<int>(card.body, "bg.effect", &set.bg_fill, fill_modes, 3, {}, complete_fill_mode);
@@ -176,7 +177,6 @@ void build_background_tab(Rows &rows, QVBoxLayout *page)
 	rows.addSliderRow(card.body, "bg.similarity", &set.chroma_similarity, false, has_key);
 	rows.addSliderRow(card.body, "bg.smoothness", &set.chroma_smoothness, false, has_key);
 	rows.addSliderRow(card.body, "bg.desaturation", &set.chroma_desaturation, false, has_key);
-	page->addWidget(card.frame);
 }
 
 } // namespace kalvio

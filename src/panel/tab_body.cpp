@@ -13,8 +13,8 @@ void build_body_tab(Rows &rows, QVBoxLayout *page)
 	const Card card = rows.addCard("tab.body", {.reset = [] {
 					       targeting().parameters.body.fill(0.0f);
 				       }});
-	add_reshape_sliders(rows, card.body, body_reshape_sliders, targeting().parameters.body, false);
 	page->addWidget(card.frame);
+	add_reshape_sliders(rows, card.body, body_reshape_sliders, targeting().parameters.body, false);
 }
 
 } // namespace kalvio

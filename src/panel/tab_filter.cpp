@@ -49,11 +49,11 @@ void build_filter_tab(Rows &rows, QVBoxLayout *page)
 {
 	ParameterSet &set = targeting().parameters;
 	const Card card = rows.addCard("tab.filter", {.reset = reset_filter});
+	page->addWidget(card.frame);
 	TileGroup tiles(rows, card.body, "fid");
 	tiles.add_grid(card.body, filter_tiles(), columns);
 	tiles.bind(&set.filter_id, store_filter);
 	rows.addSliderRow(card.body, "filter.intensity", &set.filter_intensity, false);
-	page->addWidget(card.frame);
 }
 
 } // namespace kalvio

@@ -191,6 +191,7 @@ void build_makeup_tab(Rows &rows, QVBoxLayout *page)
 {
 	ParameterSet &set = targeting().parameters;
 	const Card card = rows.addCard("tab.makeup", {.reset = reset_makeup});
+	page->addWidget(card.frame);
 	Item(rows, card.body, "makeup.lipstick")
 		.color<LipstickColor>(&set.lipstick_color, lipstick_colors, lipstick_swatches)
 		.strength(&set.lipstick);
@@ -220,7 +221,6 @@ void build_makeup_tab(Rows &rows, QVBoxLayout *page)
 	Item(rows, card.body, "makeup.pupil")
 		.color<PupilColor>(&set.pupil_color, pupil_colors, pupil_swatches, "makeup.pupilColor", pupil_columns)
 		.strength(&set.pupil);
-	page->addWidget(card.frame);
 }
 
 } // namespace kalvio

@@ -13,8 +13,8 @@ void build_reshape_tab(Rows &rows, QVBoxLayout *page)
 	const Card card = rows.addCard("tab.reshape", {.reset = [] {
 					       targeting().parameters.reshape.fill(0.0f);
 				       }});
-	add_reshape_sliders(rows, card.body, face_reshape_sliders, targeting().parameters.reshape, true);
 	page->addWidget(card.frame);
+	add_reshape_sliders(rows, card.body, face_reshape_sliders, targeting().parameters.reshape, true);
 }
 
 } // namespace kalvio

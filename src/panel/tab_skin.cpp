@@ -44,6 +44,7 @@ void build_skin_tab(Rows &rows, QVBoxLayout *page)
 {
 	ParameterSet &set = targeting().parameters;
 	const Card card = rows.addCard("tab.skin", {.reset = reset_skin});
+	page->addWidget(card.frame);
 	rows.addSwitchRow(card.body, "skin.skinOnly", &set.skin_only);
 	rows.addOptionRow<SmoothingStyle>(card.body, "skin.smoothingStyle", &set.smoothing_style, smoothing_styles, 3);
 	rows.addSliderRow(card.body, "skin.smoothing", &set.smoothing, false);
@@ -51,7 +52,6 @@ void build_skin_tab(Rows &rows, QVBoxLayout *page)
 	rows.addSliderRow(card.body, "skin.whitening", &set.whitening, false);
 	rows.addSliderRow(card.body, "skin.rosiness", &set.rosiness, false);
 	rows.addSliderRow(card.body, "skin.sharpening", &set.sharpening, false);
-	page->addWidget(card.frame);
 }
 
 } // namespace kalvio

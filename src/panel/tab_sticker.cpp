@@ -56,6 +56,7 @@ void build_sticker_tab(Rows &rows, QVBoxLayout *page)
 	const Card card = rows.addCard("tab.sticker", {.reset = [&set] {
 					       set.sticker_id.clear();
 				       }});
+	page->addWidget(card.frame);
 	TileGroup tiles(rows, card.body, "sid");
 	tiles.add_grid(card.body, {{"", "sticker.none"}}, columns);
 	for (size_t i = 0; i < std::size(groups); ++i) {
@@ -66,7 +67,6 @@ void build_sticker_tab(Rows &rows, QVBoxLayout *page)
 		tiles.add_grid(card.body, sticker_tiles()[i], columns);
 	}
 	tiles.bind(&set.sticker_id, [&set](const std::string &id) { set.sticker_id = id; });
-	page->addWidget(card.frame);
 }
 
 } // namespace kalvio
