@@ -23,7 +23,10 @@ void take_pictures()
 		return;
 	if (!check_frames_are_processed(30))
 		return;
-	check(QGuiApplication::primaryScreen()->grabWindow(0).save(output_file("window.png")), "window.png is taken");
+	const QRect window = main_window()->frameGeometry();
+	const QPixmap shown = QGuiApplication::primaryScreen()->grabWindow(0, window.x(), window.y(), window.width(),
+									   window.height());
+	check(shown.save(output_file("window.png")), "window.png is taken");
 	check(screenshot(source).save(output_file("after.png")), "after.png is taken");
 	const FrameCount count = frame_count();
 	obs_source_set_enabled(filter, false);
