@@ -108,15 +108,15 @@ obs_install_plugin() {
 	cp -r "$2" "$1/config/obs-studio/plugins/"
 }
 
-# obs_run HOST WORK SECONDS [--bind SOURCE TARGET]... [NAME=VALUE]...: runs OBS on a virtual screen with the variables
+# obs_run HOST WORK SECONDS [--bind SOURCE TARGET]... [--before SCRIPT FOLDER] [NAME=VALUE]...: runs OBS on a virtual screen with the variables
 # set, and kills it after SECONDS. The exit code is that of OBS; its output goes to WORK/out/obs.txt.
 obs_run() {
 	local host=$1 work=$2 seconds=$3
-	local -a binds=() variables=() environment=()
+	local -a options=() variables=() environment=()
 	shift 3
 	while (($#)); do
-		if [[ $1 == --bind ]]; then
-			binds+=("${@:1:3}")
+		if [[ $1 == --bind || $1 == --before ]]; then
+			options+=("${@:1:3}")
 			shift 3
 		else
 			variables+=("$1")
@@ -126,7 +126,7 @@ obs_run() {
 	obs_environment "$(obs_seen "$host" "$work")"
 	environment+=(LIBGL_ALWAYS_SOFTWARE=1 QT_QPA_PLATFORM=xcb)
 	# Only OBS gets the variables: among them may be a library to preload, which is no business of the X server's.
-	obs_start "$host" "$work" "$seconds" "${binds[@]}" -- env -i PATH=/usr/local/bin:/usr/bin:/bin "${environment[@]}" \
+	obs_start "$host" "$work" "$seconds" "${options[@]}" -- env -i PATH=/usr/local/bin:/usr/bin:/bin "${environment[@]}" \
 		"$(obs_lib_seen "$host")/on-virtual-screen" env "${variables[@]}" obs --multi --verbose \
 		</dev/null >"$work/out/obs.txt" 2>&1
 }
@@ -146,7 +146,7 @@ obs_open() {
 	obs_start "$host" "$work" 0 --display "$@" -- env "${environment[@]}" obs --multi --verbose >"$work/out/obs.txt" 2>&1
 }
 
-# obs_start HOST WORK SECONDS [--display] [--bind SOURCE TARGET]... -- COMMAND...: the command natively or in the sandbox,
+# obs_start HOST WORK SECONDS [OPTION]... -- COMMAND...: the command natively, or in the sandbox with sandbox_exec's options,
 # killed after SECONDS unless that is 0. The limit stays outside: with it dies the sandbox's first process, and with that
 # every other one inside.
 obs_start() {

@@ -3,20 +3,22 @@
 #
 # The probe module inside a run of OBS: it drives OBS and reports, one JSON object a line, in out/report.jsonl.
 
-# probe_install WORK BUILD: the probe beside the product, and the frame counter that is loaded in front of the engine.
+# probe_install WORK BUILD: the probe beside the product, and the libraries that are loaded in front of all others: the
+# frame counter stands before the engine, the clock before the system's.
 probe_install() {
 	obs_install_plugin "$1" "$2/tests/obs/probe/plugins/kalvio-probe"
 	mkdir -p "$1/probe"
-	cp "$2/tests/obs/probe/libkalvio-frame-counter.so" "$1/probe/"
+	cp "$2"/tests/obs/probe/libkalvio-{frame-counter,process-clock}.so "$1/probe/"
 }
 
-# probe_run HOST WORK CASE SECONDS [--bind SOURCE TARGET]... [NAME=VALUE]...: one run of OBS that ends by itself.
+# probe_run HOST WORK CASE SECONDS [OPTION]... [NAME=VALUE]...: one run of OBS that ends by itself, with the
+# options of obs_run.
 probe_run() {
 	local host=$1 work=$2 case=$3 seconds=$4 seen
 	shift 4
 	seen=$(obs_seen "$host" "$work")
 	obs_run "$host" "$work" "$seconds" "$@" KALVIO_PROBE_CASE="$case" KALVIO_PROBE_OUT="$seen/out" \
-		LD_PRELOAD="$seen/probe/libkalvio-frame-counter.so"
+		LD_PRELOAD="$seen/probe/libkalvio-frame-counter.so:$seen/probe/libkalvio-process-clock.so"
 }
 
 # probe_print_facts WORK: what the probe stated, as lines for people.

@@ -155,10 +155,12 @@ sandbox_abandon() {
 	sandbox_delete_folder "$growing"
 }
 
-# sandbox_exec HOST [--display] [--bind SOURCE TARGET]... -- COMMAND...: runs the command as root of the sandbox, with the
-# environment emptied. Each TARGET under /kalvio shows SOURCE, a file or folder of this machine, writable. --display
-# hands in the user's X server, graphics and cameras; without it the command has no network and no devices. When the
-# calling process dies, so does everything inside. Replaces the calling subshell.
+# sandbox_exec HOST [--display] [--bind SOURCE TARGET]... [--before SCRIPT FOLDER] -- COMMAND...: runs the command as root
+# of the sandbox, with the environment emptied. Each TARGET under /kalvio shows SOURCE, a file or folder of this machine,
+# writable. --display hands in the user's X server, graphics and cameras; without it the command has no network and no
+# devices. SCRIPT is called with the sandbox's root folder and FOLDER before the command starts: a program of this
+# machine with its files, but inside the sandbox's network and mounts; what it leaves running ends with the sandbox.
+# When the calling process dies, so does everything inside. Replaces the calling subshell.
 sandbox_exec() (
 	host=$1
 	shift

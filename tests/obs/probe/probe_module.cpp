@@ -8,6 +8,7 @@
 #include "report.h"
 
 #include <QApplication>
+#include <QDateTime>
 #include <QTimer>
 #include <cstdlib>
 #include <obs-frontend-api.h>
@@ -24,7 +25,8 @@ constexpr int exit_failed = 99;
 
 const ProbeCase *find_case(const QString &name)
 {
-	for (const auto table : {picture_cases, filter_cases, host_cases, dock_cases, failure_cases, sample_cases})
+	for (const auto table :
+	     {picture_cases, filter_cases, host_cases, dock_cases, failure_cases, update_cases, sample_cases})
 		for (const ProbeCase &entry : table())
 			if (name == entry.name)
 				return &entry;
@@ -56,7 +58,8 @@ void run_case()
 	report({{"finished", name}, {"failed", failed_checks()}});
 	if (failed_checks() > 0)
 		std::_Exit(exit_failed); // a clean close always ends with 0
-	main_window()->close();          // the way of File > Exit: save, unload, free
+	report({{"closing_ms", QDateTime::currentMSecsSinceEpoch()}});
+	main_window()->close(); // the way of File > Exit: save, unload, free
 }
 
 // Whatever waits for the user would wait for ever.
