@@ -9,12 +9,12 @@
 #include <chrono>
 #include <cstdio>
 #include <mutex>
+#include <string_view>
 #include <thread>
 
 // What the panel's poll pays for the update service five times a second while nothing is to be done, beside the price
-// of a lock on the same machine at the same moment. Medians of batches.
-//
-//     cmake --build --preset linux --target bench_update && build/linux/bench/bench_update
+// of a lock on the same machine at the same moment. Medians of batches. With --check the exit code is 1 when the step
+// costs more than two microseconds and more than twenty locks.
 
 // The service finds its folder by this function of the module's entry points; no folder is needed here.
 obs_module_t *obs_current_module(void)
@@ -53,7 +53,7 @@ double median_ns(const Work &work)
 
 } // namespace
 
-int main()
+int main(int argc, char **argv)
 {
 	kalvio::UpdateHooks hooks = kalvio::system_update_hooks();
 	hooks.fetch = answer;
@@ -79,7 +79,10 @@ int main()
 	std::printf("lock and unlock        %8.1f ns\n", lock_ns);
 	std::printf("poll's update step     %8.1f ns   limit %.0f ns\n", poll_ns, limit_ns);
 	std::printf("a frame's forced test  %8.1f ns\n", forced_ns);
-	if (shown == 0)
+	if (shown == 0) {
 		std::printf("nothing was measured\n");
-	return poll_ns <= limit_ns && shown > 0 ? 0 : 1;
+		return 1;
+	}
+	const bool is_check = argc > 1 && std::string_view(argv[1]) == "--check";
+	return is_check && poll_ns > limit_ns ? 1 : 0;
 }
