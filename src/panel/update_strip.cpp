@@ -45,6 +45,14 @@ void rename(QWidget &widget, const char *name)
 	widget.style()->polish(&widget);
 }
 
+// What the server wrote. A line has no room for more, and to measure a megabyte of it would hold the host up for
+// seconds.
+QString server_text(const std::string &text)
+{
+	constexpr qsizetype longest = 300;
+	return QString::fromStdString(text).left(longest);
+}
+
 } // namespace
 
 UpdateStrip::UpdateStrip(Rows &rows, std::function<void()> dismissed)
@@ -107,10 +115,10 @@ void UpdateStrip::refresh(const UpdateStatus &status)
 
 	QString title = translated(look.title_key);
 	if (!status.latest.empty())
-		title += u' ' + QString::fromStdString(status.latest);
+		title += u' ' + server_text(status.latest);
 	title_->set_full_text(title);
 
-	const QString notes = QString::fromStdString(status.notes).trimmed();
+	const QString notes = server_text(status.notes).trimmed();
 	notes_->set_full_text(notes.section(u'\n', 0, 0));
 	notes_->setToolTip(notes);
 	notes_->setVisible(!notes.isEmpty());
