@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Paints the sample portrait: make_portrait.py OUTPUT.png [WIDTH HEIGHT]
+"""Paints the sample portrait: make_portrait.py OUTPUT.png [WIDTH HEIGHT] [--cut-out]
 
 Nobody in particular: a face modelled as a height field, lit from the upper left, with what a retouch is about: pores,
 blemishes, freckles, shine, shadows under the eyes and an uneven tone. The same arguments give the same pixels. Needs
-python3-numpy.
+python3-numpy. With --cut-out there is no room behind her but alpha.
 
 Coordinates: u to the right and v down, the origin in the middle of the picture, v from -1 to 1.
 """
@@ -85,6 +85,7 @@ class Canvas:
         self.v = (y + 0.5 - height / 2) / (height / 2)
         self.pixel = 2.0 / height
         self.image = np.zeros((height, width, 3))
+        self.cover = np.zeros((height, width))
 
     def edge(self, field, softness=1.5):
         """1 where `field` is negative; the edge is `softness` pixels wide whatever the field's slope."""
@@ -94,6 +95,7 @@ class Canvas:
 
     def paint(self, colour, alpha):
         self.image += (colour - self.image) * alpha[..., None]
+        self.cover += (1.0 - self.cover) * alpha
 
     def tint(self, factor, alpha):
         """Multiplies by a colour: how a pigment or a shadow lies on what is below."""
@@ -123,6 +125,8 @@ class Canvas:
         cover = np.clip(0.5 - best / (1.5 * self.pixel), 0, 1) * alpha
         part = self.image[y0:y1, x0:x1]
         part += (colour - part) * cover[..., None]
+        below = self.cover[y0:y1, x0:x1]
+        below += (1.0 - below) * cover
 
 
 # --- The room ---------------------------------------------------------------------------------------------------------
@@ -358,6 +362,7 @@ def paint_face(c):
     c.tint([0.80, 0.66, 0.62], 0.55 * gauss(c.u, c.v, 0, 0.318, 0.060, 0.012))
     c.tint([0.62, 0.47, 0.42], 0.7 * smoothstep(-0.28, 0.0, field) * smoothstep(-0.05, 0.35, c.v + 0.3 * c.u))
     c.image[:] = base + (c.image - base) * inside[..., None]
+    c.cover += (1.0 - c.cover) * inside
     for side in (-1, 1):
         nostril = ((c.u - side * 0.033) / 0.0175) ** 2 + ((c.v - 0.1235 - side * 0.10 * (c.u - side * 0.033)) / 0.0075) ** 2 - 1
         c.paint(linear(62, 28, 22), 0.88 * c.edge(nostril, 5))
@@ -464,9 +469,10 @@ def paint_brow(c, u0, seed):
 # --- The picture ------------------------------------------------------------------------------------------------------
 
 
-def picture(width, height):
+def picture(width, height, cut_out):
     c = Canvas(width * OVERSAMPLING, height * OVERSAMPLING)
-    paint_room(c)
+    if not cut_out:
+        paint_room(c)
     paint_back_hair(c)
     paint_neck(c)
     paint_cloth(c)
@@ -476,28 +482,34 @@ def picture(width, height):
         paint_eye(c, u0, v0)
         paint_brow(c, u0, 121 + index)
     paint_front_hair(c)
-    small = c.image.reshape(height, OVERSAMPLING, width, OVERSAMPLING, 3).mean(axis=(1, 3))
-    return np.rint(255 * np.clip(small, 0, 1) ** (1 / 2.2)).astype(np.uint8)
+    layers = np.concatenate([c.image, c.cover[..., None]], axis=2)
+    small = layers.reshape(height, OVERSAMPLING, width, OVERSAMPLING, 4).mean(axis=(1, 3))
+    colour, alpha = small[..., :3], small[..., 3:]
+    if cut_out:  # over nothing the colours are multiplied by alpha
+        colour = colour / np.maximum(alpha, 1e-6)
+    encoded = np.rint(255 * np.clip(colour, 0, 1) ** (1 / 2.2)).astype(np.uint8)
+    return np.concatenate([encoded, np.rint(255 * alpha).astype(np.uint8)], axis=2) if cut_out else encoded
 
 
 def png(pixels):
     def chunk(kind, body):
         return struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body))
 
-    height, width, _ = pixels.shape
+    height, width, channels = pixels.shape
     # Filter type 4 is not needed: differences to the pixel on the left do well on a painting.
-    left = np.concatenate([np.zeros((height, 1, 3), np.uint8), pixels[:, :-1]], axis=1)
+    left = np.concatenate([np.zeros((height, 1, channels), np.uint8), pixels[:, :-1]], axis=1)
     rows = np.concatenate([np.full((height, 1), 1, np.uint8), (pixels - left).reshape(height, -1)], axis=1)
-    header = struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)
+    header = struct.pack(">IIBBBBB", width, height, 8, 2 if channels == 3 else 6, 0, 0, 0)
     return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(rows.tobytes(), 9)) + chunk(b"IEND", b"")
 
 
 def main():
-    if len(sys.argv) not in (2, 4):
+    arguments = [argument for argument in sys.argv[1:] if argument != "--cut-out"]
+    if len(arguments) not in (1, 3):
         sys.exit(__doc__)
-    width, height = (int(sys.argv[2]), int(sys.argv[3])) if len(sys.argv) == 4 else (1280, 720)
-    with open(sys.argv[1], "wb") as file:
-        file.write(png(picture(width, height)))
+    width, height = (int(arguments[1]), int(arguments[2])) if len(arguments) == 3 else (1280, 720)
+    with open(arguments[0], "wb") as file:
+        file.write(png(picture(width, height, len(arguments) < len(sys.argv) - 1)))
 
 
 if __name__ == "__main__":

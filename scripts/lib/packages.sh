@@ -13,6 +13,7 @@ declare -rA KALVIO_PACKAGES=(
 	[obs]="obs-studio"
 	[profile]="jq"
 	[sandbox]="mmdebstrap debian-archive-keyring util-linux"
+	[gallery]="python3-pil python3-numpy"
 	[userns]="uidmap"
 )
 

@@ -4,7 +4,6 @@
 #include "kalvio_engine.h"
 #include "kernels/kernels.h"
 #include "pool.h"
-#include "stages/skin_map.h"
 
 #include <algorithm>
 #include <cmath>
@@ -201,11 +200,11 @@ void RetouchField::build(const Frame &frame, const Settings &settings, Pool &poo
 		});
 	}
 	if (masked_) {
-		SkinModel model;
+		skin_model_.begin();
 		for (int y = 0; y < rows_; y += 2)
-			model.count(grid_row(means_, y), columns_);
-		model.adapt();
-		for_rows([&](int y, Slot &) { model.map(grid_row(means_, y), columns_, grid_row(skin_, y)); });
+			skin_model_.count(grid_row(means_, y), columns_, y, rows_);
+		skin_model_.adapt();
+		for_rows([&](int y, Slot &) { skin_model_.map(grid_row(means_, y), columns_, grid_row(skin_, y)); });
 		for_rows([&](int y, Slot &slot) {
 			constexpr float edge = skin_edge_deviation / 255.0F;
 			skin_lines(window_row(skin_, y, slot), columns_, edge * edge, grid_row(skin_line_, y));

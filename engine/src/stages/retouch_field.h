@@ -4,6 +4,7 @@
 #include "aligned.h"
 #include "pipeline.h"
 #include "settings.h"
+#include "stages/skin_map.h"
 
 #include <cstdint>
 #include <vector>
@@ -61,6 +62,7 @@ private:
 	Aligned<float> coefficients_; // {offset r, g, b, keep}
 	Aligned<float> skin_;         // {mask, luma, mask * luma, luma * luma}
 	Aligned<float> skin_line_;    // {slope, offset, 0, 0}
+	SkinModel skin_model_;
 	Aligned<int16_t> field_;
 	std::vector<Slot> slots_;
 };

@@ -11,26 +11,34 @@ namespace {
 // Cell means have 4 fraction bits.
 constexpr int steps = 255 * 16 + 1;
 constexpr float units_per_octave = 256;
-constexpr int units_per_bin = 8;
-// The corner of the bins, in units: log2(r/g) from -0.25, log2(b/g) from -1.5 octaves.
-constexpr int first_red = -64;
-constexpr int first_blue = -384;
+// The corner of the bins and their sizes, in units. The first axis is log2(r/g) + log2(b/g), the second log2(r/b), the
+// third log2 of the luma level.
+constexpr int first_sum = -108;
+constexpr int units_per_sum = 8;
+constexpr int first_difference = -77;
+constexpr int units_per_difference = 16;
+constexpr int first_luma = 4 * 256;
+constexpr int units_per_luma = 64;
 // Added to each channel, in levels: the ratios of almost black pixels mean nothing.
 constexpr float floor_level = 4;
 
-// Skin in octaves, along the axes sum = log2(r/g) + log2(b/g) (green against magenta) and
-// difference = log2(r/g) - log2(b/g) (cold against warm). Lights move it along the second far more than the first.
-constexpr float expected_sum = 0.08F;
-constexpr float expected_sum_deviation = 0.16F;
-constexpr float expected_difference_low = 0.40F;
+// Skin in octaves. Lights move it from cold to warm far more than from green to magenta.
+constexpr float expected_sum = 0.10F;
+constexpr float expected_sum_deviation = 0.14F;
+constexpr float expected_difference_low = 0.24F;
 constexpr float expected_difference_high = 1.20F;
-constexpr float expected_difference_deviation = 0.15F;
+constexpr float expected_difference_deviation = 0.10F;
 constexpr float found_sum_deviation = 0.13F;
-constexpr float found_difference_deviation = 0.22F;
+constexpr float found_difference_deviation = 0.24F;
+constexpr float found_luma_deviation = 0.5F;
+// Blemishes and flushed cheeks are skin, too: towards red both reach further.
+constexpr float redder = 1.6F;
+// Shadowed skin lies up to so many octaves below the peak, its highlights any number above.
+constexpr float shadow_from = 0.6F;
+constexpr float shadow_to = 1.25F;
 
-// Cells darker than the first are no skin, from the second on they may be.
-constexpr float dark_luma = 0.05F;
-constexpr float lit_luma = 0.14F;
+// How much more a colour of the frame's edges counts than one of the middle.
+constexpr float room_factor = 6.0F;
 
 struct LogTable {
 	std::array<int16_t, steps> values;
@@ -45,24 +53,10 @@ struct LogTable {
 	}
 };
 
-const LogTable &logarithms()
+const std::array<int16_t, steps> &logarithms()
 {
 	static const LogTable table;
-	return table;
-}
-
-struct ChromaPoint {
-	float sum;
-	float difference;
-};
-
-ChromaPoint centre_of_bin(int index, int bins)
-{
-	const float red = (static_cast<float>(first_red + (index % bins) * units_per_bin) + units_per_bin * 0.5F) /
-			  units_per_octave;
-	const float blue = (static_cast<float>(first_blue + (index / bins) * units_per_bin) + units_per_bin * 0.5F) /
-			   units_per_octave;
-	return {red + blue, red - blue};
+	return table.values;
 }
 
 float bell(float distance, float deviation)
@@ -72,90 +66,247 @@ float bell(float distance, float deviation)
 	return std::nearbyint(std::exp(-0.5F * scaled * scaled) * 65536.0F) / 65536.0F;
 }
 
-float expectation(ChromaPoint point)
-{
-	const float outside = std::max(
-		{expected_difference_low - point.difference, point.difference - expected_difference_high, 0.0F});
-	return bell(point.sum - expected_sum, expected_sum_deviation) * bell(outside, expected_difference_deviation);
-}
-
 float ramp(float value, float from, float to)
 {
 	const float position = std::clamp((value - from) / (to - from), 0.0F, 1.0F);
 	return position * position * (3 - 2 * position);
 }
 
-int step_of(float centred_level)
+float sum_bell(float distance, float deviation)
 {
-	return std::clamp(static_cast<int>(std::lrint((centred_level + 128.0F) * 16.0F)), 0, steps - 1);
+	return bell(distance, distance > 0 ? deviation * redder : deviation);
+}
+
+float expectation(float sum, float difference)
+{
+	const float outside =
+		std::max({expected_difference_low - difference, difference - expected_difference_high, 0.0F});
+	return sum_bell(sum - expected_sum, expected_sum_deviation) * bell(outside, expected_difference_deviation);
+}
+
+// The middle of a bin, in octaves.
+float centre(int first, int units, size_t index)
+{
+	return (static_cast<float>(first) + static_cast<float>(units) * (static_cast<float>(index) + 0.5F)) /
+	       units_per_octave;
+}
+
+float sum_at(size_t index)
+{
+	return centre(first_sum, units_per_sum, index);
+}
+
+float difference_at(size_t index)
+{
+	return centre(first_difference, units_per_difference, index);
+}
+
+float luma_at(size_t index)
+{
+	return centre(first_luma, units_per_luma, index);
+}
+
+// 1 at 0, falling to 0 at 1.
+float bump(float distance)
+{
+	const float inside = std::max(0.0F, 1 - distance * distance);
+	return inside * inside;
+}
+
+size_t step_of(float level)
+{
+	return static_cast<size_t>(std::clamp(static_cast<int>(level * 16.0F), 0, steps - 1));
 }
 
 float luma_of(const float *cell)
 {
-	const float level = 0.2126F * cell[0] + 0.7152F * cell[1] + 0.0722F * cell[2] + 128.0F;
-	return level / 255.0F;
+	return 0.2126F * cell[0] + 0.7152F * cell[1] + 0.0722F * cell[2] + 128.0F;
 }
 
 } // namespace
 
-SkinModel::SkinModel() = default;
-
-int SkinModel::bin_of(int red, int green, int blue)
+SkinModel::SkinModel()
 {
-	const auto &log = logarithms().values;
-	const int green_log = log[size_t(green)];
-	const int column = (log[size_t(red)] - green_log - first_red) / units_per_bin;
-	const int row = (log[size_t(blue)] - green_log - first_blue) / units_per_bin;
-	return std::clamp(row, 0, bins - 1) * bins + std::clamp(column, 0, bins - 1);
+	for (size_t sum = 0; sum < sums; ++sum) {
+		for (size_t difference = 0; difference < differences; ++difference)
+			expectation_[sum * differences + difference] =
+				expectation(sum_at(sum), difference_at(difference));
+	}
+	begin();
 }
 
-void SkinModel::count(const float *cells, int columns)
+void SkinModel::begin()
 {
+	person_.fill({});
+	room_.fill({});
+}
+
+SkinModel::Bin SkinModel::bin_of(const float *cell)
+{
+	const auto &log = logarithms();
+	const int red = log[step_of(cell[0] + 128.0F)];
+	const int green = log[step_of(cell[1] + 128.0F)];
+	const int blue = log[step_of(cell[2] + 128.0F)];
+	const int luma = log[step_of(luma_of(cell))];
+	const auto index = [](int units, int first, int units_per_bin, size_t bins) {
+		return static_cast<size_t>(std::clamp((units - first) / units_per_bin, 0, static_cast<int>(bins) - 1));
+	};
+	return {index(red + blue - 2 * green, first_sum, units_per_sum, sums) * differences +
+			index(red - blue, first_difference, units_per_difference, differences),
+		index(luma, first_luma, units_per_luma, lumas)};
+}
+
+void SkinModel::count(const float *cells, int columns, int y, int rows)
+{
+	const float down = (static_cast<float>(y) + 0.5F) / static_cast<float>(rows);
+	const float vertical = bump((down - 0.42F) / 0.5F);
+	const bool top = down < 0.1F;
+	const bool beside = down < 0.75F;
+	const float column_share = 1 / static_cast<float>(columns);
 	// Every second cell is enough for a histogram.
 	for (int column = 0; column < columns; column += 2) {
-		const float *cell = cells + size_t(column) * 4;
-		if (luma_of(cell) > lit_luma)
-			++counts_[size_t(bin_of(step_of(cell[0]), step_of(cell[1]), step_of(cell[2])))];
+		const float along = (static_cast<float>(column) + 0.5F) * column_share;
+		const Bin bin = bin_of(cells + size_t(column) * 4);
+		person_[bin.chroma][bin.luma] += bump((along - 0.5F) / 0.45F) * vertical + 0.03F;
+		if (top || (beside && (along < 0.1F || along > 0.9F)))
+			room_[bin.chroma][bin.luma] += 1;
 	}
+}
+
+// Binomial along each axis, so that noise and the edges of bins do not matter; then the whole becomes 1.
+void SkinModel::blur(Histogram &histogram)
+{
+	const auto mix = [](const LumaRow &below, const LumaRow &middle, const LumaRow &above, LumaRow &out) {
+		for (size_t luma = 0; luma < lumas; ++luma)
+			out[luma] = 0.5F * middle[luma] + 0.25F * (below[luma] + above[luma]);
+	};
+	const auto along_chroma = [&](size_t step, size_t count) {
+		scratch_ = histogram;
+		for (size_t chroma = 0; chroma < histogram.size(); ++chroma) {
+			const size_t place = chroma / step % count;
+			mix(scratch_[place > 0 ? chroma - step : chroma], scratch_[chroma],
+			    scratch_[place + 1 < count ? chroma + step : chroma], histogram[chroma]);
+		}
+	};
+	for (int round = 0; round < 2; ++round) {
+		along_chroma(differences, sums);
+		along_chroma(1, differences);
+	}
+	float total = 0;
+	for (LumaRow &row : histogram) {
+		for (int round = 0; round < 2; ++round) {
+			const LumaRow sharp = row;
+			for (size_t luma = 0; luma < lumas; ++luma)
+				row[luma] = 0.5F * sharp[luma] + 0.25F * (sharp[luma > 0 ? luma - 1 : 0] +
+									  sharp[luma + 1 < lumas ? luma + 1 : luma]);
+		}
+		for (const float value : row)
+			total += value;
+	}
+	const float scale = total > 0 ? 1 / total : 0.0F;
+	for (LumaRow &row : histogram) {
+		for (float &value : row)
+			value *= scale;
+	}
+}
+
+bool SkinModel::compare_with_room()
+{
+	float best = 0;
+	float best_weight = 0;
+	for (size_t chroma = 0; chroma < person_.size(); ++chroma) {
+		for (size_t luma = 0; luma < lumas; ++luma) {
+			const float person = person_[chroma][luma];
+			const float all = person + room_factor * room_[chroma][luma];
+			const float share = all > 0 ? person / all : 0.0F;
+			membership_[chroma][luma] = share;
+			const float weight = person * expectation_[chroma] * share * share * share;
+			best_weight += weight;
+			best += weight * share;
+		}
+	}
+	if (best_weight <= 0)
+		return false;
+	// Compared with the best there is: a face that reaches the edges is a face as long as nothing else looks more
+	// like one.
+	const float scale = best_weight / best;
+	for (size_t chroma = 0; chroma < person_.size(); ++chroma) {
+		for (size_t luma = 0; luma < lumas; ++luma) {
+			float &share = membership_[chroma][luma];
+			share = std::min(share * scale, 1.0F);
+			person_[chroma][luma] *= expectation_[chroma] * share * share;
+		}
+	}
+	return true;
+}
+
+// Mean shift from the middle of the bright parts.
+SkinModel::Peak SkinModel::find_peak() const
+{
+	Peak peak = {};
+	std::array<float, sums> near_sum;
+	std::array<float, differences> near_difference;
+	LumaRow near_luma;
+	near_sum.fill(1);
+	near_difference.fill(1);
+	for (size_t luma = 0; luma < lumas; ++luma) {
+		const float doubled = static_cast<float>(luma) / 4; // four bins an octave
+		near_luma[luma] = doubled * doubled * doubled;
+	}
+	constexpr int shifts = 5;
+	for (int shift = 0; shift < shifts; ++shift) {
+		Peak mean = {};
+		float total = 0;
+		for (size_t chroma = 0; chroma < person_.size(); ++chroma) {
+			const size_t sum = chroma / differences;
+			const size_t difference = chroma % differences;
+			float weight = 0;
+			float light = 0;
+			for (size_t luma = 0; luma < lumas; ++luma) {
+				const float part = person_[chroma][luma] * near_luma[luma];
+				weight += part;
+				light += part * luma_at(luma);
+			}
+			const float near = near_sum[sum] * near_difference[difference];
+			weight *= near;
+			total += weight;
+			mean.sum += weight * sum_at(sum);
+			mean.difference += weight * difference_at(difference);
+			mean.luma += light * near;
+		}
+		if (total <= 0)
+			break;
+		peak = {mean.sum / total, mean.difference / total, mean.luma / total};
+		for (size_t sum = 0; sum < sums; ++sum)
+			near_sum[sum] = bell(sum_at(sum) - peak.sum, found_sum_deviation);
+		for (size_t difference = 0; difference < differences; ++difference)
+			near_difference[difference] =
+				bell(difference_at(difference) - peak.difference, found_difference_deviation);
+		for (size_t luma = 0; luma < lumas; ++luma)
+			near_luma[luma] = bell(luma_at(luma) - peak.luma, found_luma_deviation);
+	}
+	return peak;
 }
 
 void SkinModel::adapt()
 {
-	std::array<float, bins * bins> weights;
-	float total = 0;
-	for (int index = 0; index < bins * bins; ++index) {
-		weights[size_t(index)] =
-			static_cast<float>(counts_[size_t(index)]) * expectation(centre_of_bin(index, bins));
-		total += weights[size_t(index)];
+	blur(person_);
+	blur(room_);
+	if (!compare_with_room()) {
+		membership_.fill({});
+		return;
 	}
-
-	// Mean shift from the expected middle to the picture's own peak.
-	ChromaPoint centre = {expected_sum, 0.5F * (expected_difference_low + expected_difference_high)};
-	constexpr int shifts = 6;
-	for (int shift = 0; shift < shifts && total > 0; ++shift) {
-		float weight_sum = 0;
-		ChromaPoint mean = {0, 0};
-		for (int index = 0; index < bins * bins; ++index) {
-			if (weights[size_t(index)] == 0)
-				continue;
-			const ChromaPoint point = centre_of_bin(index, bins);
-			const float weight = weights[size_t(index)] *
-					     bell(point.sum - centre.sum, found_sum_deviation) *
-					     bell(point.difference - centre.difference, found_difference_deviation);
-			weight_sum += weight;
-			mean.sum += weight * point.sum;
-			mean.difference += weight * point.difference;
-		}
-		if (weight_sum <= 0)
-			break;
-		centre = {mean.sum / weight_sum, mean.difference / weight_sum};
-	}
-
-	for (int index = 0; index < bins * bins; ++index) {
-		const ChromaPoint point = centre_of_bin(index, bins);
-		const float near = bell(point.sum - centre.sum, found_sum_deviation) *
-				   bell(point.difference - centre.difference, found_difference_deviation);
-		membership_[size_t(index)] = ramp(near * std::sqrt(expectation(point)), 0.10F, 0.40F);
+	const Peak peak = find_peak();
+	LumaRow lit;
+	for (size_t luma = 0; luma < lumas; ++luma)
+		lit[luma] = 1 - ramp(peak.luma - luma_at(luma), shadow_from, shadow_to);
+	for (size_t chroma = 0; chroma < membership_.size(); ++chroma) {
+		const float near =
+			sum_bell(sum_at(chroma / differences) - peak.sum, found_sum_deviation) *
+			bell(difference_at(chroma % differences) - peak.difference, found_difference_deviation);
+		const float likely = ramp(near * std::sqrt(expectation_[chroma]), 0.10F, 0.40F);
+		for (size_t luma = 0; luma < lumas; ++luma)
+			membership_[chroma][luma] = likely * lit[luma] * ramp(membership_[chroma][luma], 0.15F, 0.5F);
 	}
 }
 
@@ -163,9 +314,9 @@ void SkinModel::map(const float *cells, int columns, float *out) const
 {
 	for (int column = 0; column < columns; ++column) {
 		const float *cell = cells + size_t(column) * 4;
-		const int bin = bin_of(step_of(cell[0]), step_of(cell[1]), step_of(cell[2]));
-		const float luma = luma_of(cell);
-		const float skin = membership_[size_t(bin)] * ramp(luma, dark_luma, lit_luma);
+		const Bin bin = bin_of(cell);
+		const float luma = luma_of(cell) / 255.0F;
+		const float skin = membership_[bin.chroma][bin.luma];
 		float *result = out + size_t(column) * 4;
 		result[0] = skin;
 		result[1] = luma;

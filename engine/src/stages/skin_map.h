@@ -2,31 +2,60 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace kalvio::engine {
 
-// Where skin is, from colour alone. Works on the logarithms of r/g and b/g: brightness drops out, so that dark and
-// light skin lie close together, and a light's tint only shifts the picture's points. A broad expectation finds the
-// picture's own skin peak; the map is what lies around it.
+// Where skin is, from colour and from what lies where. Works on the logarithms of r/g, b/g and luma: light skin and
+// dark skin have nearly the same ratios, and a light's tint only shifts the picture's points. A broad expectation of
+// those ratios is narrowed down to this picture's own skin:
+//   - what fills the frame's edges is a room, not a person, be it a wall of the colour of skin;
+//   - of what is left around the middle, skin is the bright part: hair of the same hue is darker.
+// Both are ratios of counts, without thresholds, so that noise cannot make the map jump from frame to frame.
 class SkinModel {
 public:
 	SkinModel();
 
-	// Counts the colours of a row of cells {r, g, b less 128, ...}.
-	void count(const float *cells, int columns);
-	// Places the model on the counted colours. Without any that could be skin it stays at the expectation.
+	// Forgets the last picture.
+	void begin();
+	// Counts the colours of row `y` of `rows` rows of cells {r, g, b less 128, ...}.
+	void count(const float *cells, int columns, int y, int rows);
+	// Places the model on the counted colours. Without any that could be skin nothing is.
 	void adapt();
 	// For each cell {skin 0..1, luma 0..1, skin * luma, luma * luma}.
 	void map(const float *cells, int columns, float *out) const;
 
 private:
-	static constexpr int bins = 64;
+	// The three axes of the bins: green against magenta, cold against warm, dark against bright.
+	static constexpr size_t sums = 32;
+	static constexpr size_t differences = 32;
+	static constexpr size_t lumas = 16;
+	using LumaRow = std::array<float, lumas>;
+	using Histogram = std::array<LumaRow, sums * differences>;
 
-	static int bin_of(int red, int green, int blue);
+	// Where the most of something lies, in octaves along the three axes.
+	struct Peak {
+		float sum;
+		float difference;
+		float luma;
+	};
 
-	std::array<uint32_t, bins *bins> counts_ = {};
-	std::array<float, bins *bins> membership_ = {};
+	struct Bin {
+		size_t chroma;
+		size_t luma;
+	};
+	static Bin bin_of(const float *cell);
+	void blur(Histogram &histogram);
+	// Divides the counts of the middle by those of the room; false when nothing could be skin.
+	bool compare_with_room();
+	Peak find_peak() const;
+
+	Histogram person_;     // counts, weighted towards the middle of the frame; then of what could be skin
+	Histogram room_;       // counts along the upper edges
+	Histogram membership_; // how surely a colour is skin
+	Histogram scratch_;
+	std::array<float, sums * differences> expectation_; // of skin under any light
 };
 
 // From window means of such cells the line mask = slope * luma + offset that a guided filter fits in each window.

@@ -1,0 +1,249 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-2.0-or-later
+"""Draws the contact sheets of scripts/gallery: gallery.py PLUGIN_FOLDER OUTPUT_FOLDER PICTURE [CUT_OUT]
+
+PLUGIN_FOLDER is the plug-in as the build lays it out; the pictures go through its engine library by the C boundary that
+OBS's module uses. CUT_OUT is a person with alpha that is put in front of made key screens; without one the keys are
+tried on PICTURE itself. Needs python3-pil and python3-numpy.
+"""
+import ctypes
+import io
+import pathlib
+import sys
+import zipfile
+
+import numpy as np
+from PIL import Image, ImageDraw, ImageFont
+
+FILTERS = (
+    "initial_heart first_love vivid confession milk_tea mousse japanese dawn cookie lively pure fair snow plain natural "
+    "rose tender tender_2 extraordinary"
+).split()
+BACKGROUNDS = "office living bookshelf cafe outdoor city studio abstract".split()
+SMOOTHING_STYLES = (("texture", 1), ("natural", 0), ("smooth", 2))
+WHITENING_TONES = ("cold white", "pink white", "warm white", "wheat", "tan")
+KEYS = (("green", (40, 176, 70)), ("blue", (34, 72, 196)), ("red", (196, 32, 40)))
+SCREEN_STICKERS = ("butterfly", "petals")
+FONT = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf"
+
+
+class LogConfig(ctypes.Structure):
+    _fields_ = [(name, ctypes.c_int32) for name in ("console", "file", "level", "reserved")] + [("path", ctypes.c_char_p)]
+
+
+class EngineConfig(ctypes.Structure):
+    _fields_ = [
+        ("reserved0", ctypes.c_uint64),
+        ("reserved1", ctypes.c_uint64),
+        ("reserved_text", ctypes.c_char_p),
+        ("resource_path", ctypes.c_char_p),
+        ("application_id", ctypes.c_char_p),
+        ("reserved2", ctypes.c_uint64),
+    ]
+
+
+class Engine:
+    """The engine library, and one engine for each picture: no setting is left over from the one before."""
+
+    def __init__(self, plugin):
+        self.data = plugin / "data"
+        self.library = ctypes.CDLL(str(plugin / "bin/64bit/libkalvio.so"))
+        self.library.kl_engine_create.restype = ctypes.c_void_p
+        self.library.kl_set_log_config(ctypes.byref(LogConfig(1, 0, 1, 0, None)))
+
+    def apply(self, pixels, frames=1, **settings):
+        """The picture (rows, columns, 4) after the engine; a setting is the setter's name without "kl_set_"."""
+        text = str(self.data / "resource.kld").encode()
+        engine = ctypes.c_void_p(self.library.kl_engine_create(ctypes.byref(EngineConfig(0, 0, None, text, b"gallery", 0))))
+        if not engine:
+            sys.exit("the engine could not be created; its message stands above")
+        for name, value in settings.items():
+            if isinstance(value, pathlib.Path):
+                value = str(value).encode()
+            argument = ctypes.c_float(value) if isinstance(value, float) else value
+            if getattr(self.library, "kl_set_" + name)(engine, argument) != 0:
+                sys.exit(f"the engine refused {name}")
+        height, width, _ = pixels.shape
+        source = np.ascontiguousarray(pixels)
+        result = np.empty_like(source)
+        for _ in range(frames):
+            pointers = [array.ctypes.data_as(ctypes.c_void_p) for array in (source, result)]
+            if self.library.kl_process_rgba(engine, pointers[0], width, height, width * 4, pointers[1], 1, 0) != 0:
+                sys.exit("the engine refused the picture")
+        self.library.kl_engine_destroy(engine)
+        return result
+
+
+# --- Sheets -----------------------------------------------------------------------------------------------------------
+
+
+def over_checkers(pixels):
+    """Alpha made visible."""
+    y, x = np.mgrid[0 : pixels.shape[0], 0 : pixels.shape[1]]
+    checkers = np.where(((x // 16 + y // 16) % 2)[..., None] == 0, 205, 245)
+    alpha = pixels[..., 3:] / 255
+    return np.rint(pixels[..., :3] * alpha + checkers * (1 - alpha)).astype(np.uint8)
+
+
+def write_sheet(path, cells, columns, width):
+    """`cells` are pairs of a label and pixels; all become `width` pixels wide."""
+    height = round(width * cells[0][1].shape[0] / cells[0][1].shape[1])
+    margin, bar = 8, 26
+    rows = -(-len(cells) // columns)
+    sheet = Image.new("RGB", (margin + columns * (width + margin), margin + rows * (height + bar + margin)), (34, 34, 36))
+    draw, font = ImageDraw.Draw(sheet), ImageFont.truetype(FONT, 16)
+    for index, (label, pixels) in enumerate(cells):
+        picture = Image.fromarray(over_checkers(pixels))
+        if picture.size != (width, height):
+            picture = picture.resize((width, height), Image.LANCZOS if picture.width > width else Image.NEAREST)
+        left, top = margin + index % columns * (width + margin), margin + index // columns * (height + bar + margin)
+        sheet.paste(picture, (left, top))
+        draw.text((left + 2, top + height + 3), label, fill=(235, 235, 235), font=font)
+    sheet.save(path)
+    print(path)
+
+
+def crop(pixels, centre_x, centre_y, width, height):
+    """Around a point given in parts of the picture; moved inside where it would leave it."""
+    rows, columns = pixels.shape[:2]
+    width, height = min(width, columns), min(height, rows)
+    left = int(np.clip(centre_x * columns - width / 2, 0, columns - width))
+    top = int(np.clip(centre_y * rows - height / 2, 0, rows - height))
+    return pixels[top : top + height, left : left + width]
+
+
+def face(pixels):
+    return crop(pixels, 0.5, 0.46, pixels.shape[0] // 2, pixels.shape[0] * 3 // 4)
+
+
+def cheek(pixels):
+    return crop(pixels, 0.455, 0.52, pixels.shape[0] // 5, pixels.shape[0] // 5)
+
+
+def draw_filters(engine, picture, out):
+    for amount in (0.5, 1.0):
+        cells = [("none", picture)]
+        for name in FILTERS:
+            path = engine.data / "filters" / name / (name + ".kld")
+            cells.append((name, engine.apply(picture, filter=path, filter_intensity=amount)))
+        write_sheet(out / f"filters-{round(amount * 100)}.png", cells, 5, 384)
+
+
+def draw_retouch(engine, picture, out):
+    def row(label, settings):
+        done = [(f"{label} {round(amount * 100)}", engine.apply(picture, **settings(amount))) for amount in (0.3, 0.6, 1.0)]
+        return [("none", picture)] + done
+
+    styles = []
+    for name, style in SMOOTHING_STYLES:
+        styles += row("smoothing, " + name, lambda amount, style=style: {"smoothing": amount, "smoothing_style": style})
+    write_sheet(out / "smoothing.png", [(label, face(pixels)) for label, pixels in styles], 4, 360)
+    write_sheet(out / "smoothing-close.png", [(label, cheek(pixels)) for label, pixels in styles], 4, 432)
+
+    tones = []
+    for style, name in enumerate(WHITENING_TONES):
+        tones += row(name, lambda amount, style=style: {"whitening": amount, "whitening_style": style, "beauty_skin_only": True})
+    write_sheet(out / "whitening.png", [(label, face(pixels)) for label, pixels in tones], 4, 300)
+    whole = [("none", picture)]
+    for style, name in enumerate(WHITENING_TONES):
+        whole.append((name + " 100, whole frame", engine.apply(picture, whitening=1.0, whitening_style=style)))
+    write_sheet(out / "whitening-whole.png", whole, 3, 560)
+
+    rosy = row("rosiness", lambda amount: {"rosiness": amount, "beauty_skin_only": True})
+    sharp = row("sharpening", lambda amount: {"sharpening": amount})
+    write_sheet(out / "rosiness-sharpening.png", [(label, face(pixels)) for label, pixels in rosy + sharp], 4, 360)
+    write_sheet(out / "sharpening-close.png", [(label, cheek(pixels)) for label, pixels in sharp], 4, 432)
+
+
+def draw_look(engine, picture, out):
+    def look(amount, **more):
+        return engine.apply(picture, smoothing=0.7 * amount, smoothing_style=0, whitening=0.5 * amount, whitening_style=1,
+                            rosiness=0.3 * amount, sharpening=0.3 * amount, beauty_skin_only=True, **more)  # fmt: skip
+
+    # Where skin is found: a strong effect on skin alone, and what it changed.
+    changed = engine.apply(picture, whitening=1.0, whitening_style=4, beauty_skin_only=True)
+    full = engine.apply(picture, whitening=1.0, whitening_style=4).astype(np.int32)
+    there = np.abs(full - picture)[..., :3].sum(axis=2)
+    part = np.abs(changed.astype(np.int32) - picture)[..., :3].sum(axis=2) / np.maximum(there, 1)
+    skin = np.repeat(np.clip(255 * part, 0, 255).astype(np.uint8)[..., None], 4, axis=2)
+    skin[..., 3] = 255
+    path = engine.data / "filters/natural/natural.kld"
+    cells = [("none", picture), ("the skin that was found", skin), ("a light look", look(0.5)), ("a full look", look(1.0))]
+    cells += [("a full look, filter natural", look(1.0, filter=path)), ("tan on skin alone", changed)]
+    write_sheet(out / "look.png", cells, 2, 800)
+
+
+def in_front_of_screen(cut_out, color):
+    """The person before a screen whose light falls off towards the corners, in linear light."""
+    rows, columns = cut_out.shape[:2]
+    y, x = np.mgrid[0:rows, 0:columns]
+    light = 1.12 - 0.55 * np.hypot(x / columns - 0.45, y / rows - 0.4)
+    screen = (np.array(color) / 255) ** 2.2 * light[..., None]
+    alpha = cut_out[..., 3:] / 255
+    mixed = (cut_out[..., :3] / 255) ** 2.2 * alpha + screen * (1 - alpha)
+    noise = np.random.default_rng(1).normal(0, 1.5, mixed.shape)
+    pixels = np.full((rows, columns, 4), 255, np.uint8)
+    pixels[..., :3] = np.clip(np.rint(255 * mixed ** (1 / 2.2) + noise), 0, 255)
+    return pixels
+
+
+def draw_keys(engine, picture, cut_out, out):
+    cells, close = [], []
+    for number, (name, color) in enumerate(KEYS):
+        shot = picture if cut_out is None else in_front_of_screen(cut_out, color)
+        key = {"chroma_key": number, "chroma_key_similarity": 0.24 if name == "red" else 0.4}
+        key |= {"chroma_key_smoothness": 0.08, "chroma_key_desaturation": 1.0}
+        cut = engine.apply(shot, **key)
+        shown = [("camera", shot), (f"{name} key", cut)]
+        shown.append(("cafe", engine.apply(shot, virtual_background=engine.data / "backgrounds/cafe.jpg", **key)))
+        shown.append(("blur 60", engine.apply(shot, virtual_background_blur=0.6, **key)))
+        cells += shown
+        close += [(label, crop(pixels, 0.64, 0.4, 320, 240)) for label, pixels in shown]
+    write_sheet(out / "keys.png", cells, 4, 480)
+    write_sheet(out / "keys-close.png", close, 4, 480)
+
+    shot = picture if cut_out is None else in_front_of_screen(cut_out, KEYS[0][1])
+    key = {"chroma_key": 0, "chroma_key_similarity": 0.4, "chroma_key_smoothness": 0.08, "chroma_key_desaturation": 1.0}
+    cells = []
+    for path in [next((engine.data / "backgrounds").glob(name + ".*")) for name in BACKGROUNDS] + [engine.data / "background.jpg"]:
+        cells.append((path.stem, engine.apply(shot, virtual_background=path, **key)))
+    cells += [(f"blur {round(100 * amount)}", engine.apply(shot, virtual_background_blur=amount, **key)) for amount in (0.2, 0.5, 1.0)]
+    write_sheet(out / "backgrounds.png", cells, 3, 640)
+
+
+def draw_stickers(engine, picture, out):
+    cells = []
+    for name in SCREEN_STICKERS:
+        for frame in (1, 45, 90):
+            done = engine.apply(picture, frames=frame, sticker=engine.data / "stickers/screen" / (name + ".kld"))
+            cells.append((f"{name}, frame {frame}", done))
+    write_sheet(out / "stickers.png", cells, 3, 640)
+    # The others wait for a face: their drawings alone.
+    cells = []
+    for path in sorted((engine.data / "stickers").glob("*/*.kld")):
+        with zipfile.ZipFile(path) as bundle:
+            for name in sorted(entry for entry in bundle.namelist() if entry.endswith(".png")):
+                card = Image.new("RGBA", (320, 320), (226, 178, 152, 255))
+                sprite = Image.open(io.BytesIO(bundle.read(name))).convert("RGBA")
+                sprite.thumbnail((280, 280), Image.LANCZOS)
+                card.alpha_composite(sprite, ((320 - sprite.width) // 2, (320 - sprite.height) // 2))
+                cells.append((f"{path.stem}: {name}", np.asarray(card)))
+    write_sheet(out / "sticker-art.png", cells, 6, 320)
+
+
+def main():
+    if len(sys.argv) not in (4, 5):
+        sys.exit(__doc__)
+    engine, out = Engine(pathlib.Path(sys.argv[1]).resolve()), pathlib.Path(sys.argv[2])
+    picture = np.asarray(Image.open(sys.argv[3]).convert("RGBA"))
+    cut_out = np.asarray(Image.open(sys.argv[4]).convert("RGBA")) if len(sys.argv) == 5 else None
+    out.mkdir(parents=True, exist_ok=True)
+    draw_filters(engine, picture, out)
+    draw_retouch(engine, picture, out)
+    draw_look(engine, picture, out)
+    draw_keys(engine, picture, cut_out, out)
+    draw_stickers(engine, picture, out)
+
+
+if __name__ == "__main__":
+    main()
