@@ -3,9 +3,12 @@
 add_library(kalvio_options INTERFACE)
 target_compile_features(kalvio_options INTERFACE cxx_std_20 c_std_11)
 
+if(WIN32)
+  target_compile_definitions(kalvio_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN UNICODE _UNICODE)
+endif()
+
 if(MSVC)
   target_compile_options(kalvio_options INTERFACE /W4 /utf-8 /permissive- /Zc:__cplusplus)
-  target_compile_definitions(kalvio_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN UNICODE _UNICODE)
   if(KALVIO_WARNINGS_AS_ERRORS)
     target_compile_options(kalvio_options INTERFACE /WX)
   endif()

@@ -22,7 +22,9 @@
 
 /* This is C: NOLINTBEGIN(modernize-deprecated-headers,modernize-use-using) */
 
+#include <assert.h>
 #include <stdbool.h>
+#include <stddef.h>
 #include <stdint.h>
 
 #if defined(_WIN32)
@@ -78,6 +80,13 @@ typedef struct kl_engine_config {
 	const char *application_id; /* reverse-domain name of the host module, for the log; null reads as empty */
 	uint64_t reserved2;         /* 0 */
 } kl_engine_config;
+
+/* Caller and engine may come from different compilers, so both find the fields in the same places: on 64 bits. */
+static_assert(offsetof(kl_log_config, level) == 8 && offsetof(kl_log_config, path) == 16, "layout of kl_log_config");
+static_assert(sizeof(kl_log_config) == 24, "size of kl_log_config");
+static_assert(offsetof(kl_engine_config, resource_path) == 24 && offsetof(kl_engine_config, application_id) == 32,
+	      "layout of kl_engine_config");
+static_assert(sizeof(kl_engine_config) == 48, "size of kl_engine_config");
 
 /*
  * An event of the engine, for the host's log.

@@ -6,6 +6,7 @@
 #include <util/platform.h>
 #include <util/util.hpp>
 
+#include <cstdint>
 #include <sys/stat.h>
 
 namespace kalvio {
@@ -13,7 +14,7 @@ namespace kalvio {
 namespace {
 
 // Far above anything that was ever written.
-constexpr off_t largest_file_bytes = 1024 * 1024;
+constexpr std::int64_t largest_file_bytes = 1024 * 1024;
 
 // The host's reader takes the memory that a seek to the end asks for, which for a folder is all there is, and waits at
 // a pipe.

@@ -1,22 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
+#include "source_tree.h"
+
 #include <gtest/gtest.h>
-#include <iterator>
-#include <map>
 #include <ostream>
 #include <regex>
 #include <set>
-#include <string>
-#include <vector>
 
 // Which room may include which: there is one way through the house.
 namespace {
 
-namespace fs = std::filesystem;
-
-const fs::path root = KALVIO_TEST_SOURCE_ROOT;
+using namespace kalvio::test;
 
 struct Include {
 	std::string file; // relative to the root
@@ -28,23 +21,6 @@ struct Include {
 		return out << include.file << " includes " << include.name;
 	}
 };
-
-std::vector<fs::path> sources_in(const fs::path &folder)
-{
-	static const std::set<std::string> extensions = {".cpp", ".h", ".c", ".hpp"};
-	std::vector<fs::path> sources;
-	for (const auto &entry : fs::recursive_directory_iterator(folder)) {
-		if (entry.is_regular_file() && extensions.contains(entry.path().extension().string()))
-			sources.push_back(entry.path());
-	}
-	return sources;
-}
-
-std::string content_of(const fs::path &file)
-{
-	std::ifstream in(file);
-	return std::string(std::istreambuf_iterator<char>(in), {});
-}
 
 std::vector<Include> includes_in(const fs::path &folder)
 {
@@ -187,29 +163,6 @@ TEST(Rooms, TheEngineIsKnownByItsHeaderAlone)
 	std::vector<Include> wrong = includes_in(root / "src");
 	std::erase_if(wrong, [&](const Include &include) { return !fs::exists(engine_sources / include.name); });
 	EXPECT_EQ(wrong, None());
-}
-
-// --- What every source file has
-
-// The file's folder or name says for which system it is.
-TEST(Sources, AreNotSplitBySystemInside)
-{
-	static const std::regex condition(
-		R"((^|\n)[ \t]*#[ \t]*(if|ifdef|ifndef|elif)\b[^\n]*(_WIN32|__linux__|_MSC_VER|__APPLE__))");
-	for (const fs::path &file : sources_in(root / "src"))
-		EXPECT_FALSE(std::regex_search(content_of(file), condition)) << file;
-}
-
-TEST(Sources, BeginWithTheirLicence)
-{
-	for (const char *folder : {"src", "engine", "tests", "bench"}) {
-		for (const fs::path &file : sources_in(root / folder)) {
-			std::ifstream in(file);
-			std::string first;
-			std::getline(in, first);
-			EXPECT_NE(first.find("SPDX-License-Identifier: GPL-2.0-or-later"), std::string::npos) << file;
-		}
-	}
 }
 
 } // namespace
