@@ -37,5 +37,6 @@ inline constexpr double blur_deviation = 0.03 * 1080;
 std::vector<Peer> opencv_peers();
 std::vector<Peer> ffmpeg_peers(const std::string &cube_path);
 std::vector<Peer> vips_peers();
+std::vector<Peer> opencolorio_peers(const std::string &cube_path); // none where it is not installed
 
 } // namespace kalvio::bench

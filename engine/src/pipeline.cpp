@@ -58,10 +58,8 @@ struct FramePlan {
 	int sprite_count = 0;                       // of a screen sticker
 	std::array<PlacedSprite, max_moving_sprites> sprites;
 
-	bool is_neutral() const
-	{
-		return !retouch && sharpening == 0 && !keyed && lookup == nullptr && sprite_count == 0;
-	}
+	bool does_nothing_but_sharpen() const { return !retouch && !keyed && lookup == nullptr && sprite_count == 0; }
+	bool is_neutral() const { return does_nothing_but_sharpen() && sharpening == 0; }
 };
 
 // The colour filter, mixed with no change as the settings ask; null without one.
@@ -130,31 +128,12 @@ void resize(FrameMemory &memory, const Frame &frame, int slots)
 	}
 }
 
-// A scratch copy of the input row, continued at both ends with its last pixels.
-void load_row(const Frame &frame, int y, uint8_t *row)
-{
-	std::memcpy(row, frame.input_row(y), frame.row_bytes());
-	std::memcpy(row - bytes_per_pixel, row, bytes_per_pixel);
-	uint8_t *end = row + frame.row_bytes();
-	for (int pixel = 0; pixel < 4; ++pixel)
-		std::memcpy(end + pixel * bytes_per_pixel, end - bytes_per_pixel, bytes_per_pixel);
-}
-
-void continue_row(const Frame &frame, uint8_t *row)
-{
-	std::memcpy(row - bytes_per_pixel, row, bytes_per_pixel);
-	uint8_t *end = row + frame.row_bytes();
-	std::memcpy(end, end - bytes_per_pixel, bytes_per_pixel);
-}
-
 // Smoothing, whitening and rosiness.
 void retouch(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int y, int slot, uint8_t *row)
 {
-	load_row(frame, y, row);
-	if (plan.retouch) {
+	std::memcpy(row, frame.input_row(y), frame.row_bytes());
+	if (plan.retouch)
 		kernels::retouch_row(row, frame.width, memory.field.row(y, slot), plan.masked, plan.tone, y);
-		continue_row(frame, row);
-	}
 }
 
 // The key looks at the captured colours; what it leaves is despilled, cut out or laid over its background.
@@ -176,11 +155,24 @@ void replace_background(const FramePlan &plan, FrameMemory &memory, const Frame 
 	}
 }
 
+// From the captured rows straight to the output: copies on the way would take as long as the work.
+void sharpen_band(const FramePlan &plan, const Frame &frame, int first, int end)
+{
+	for (int y = first; y < end; ++y)
+		kernels::sharpen_row(frame.input_row(std::max(y - 1, 0)), frame.input_row(y),
+				     frame.input_row(std::min(y + 1, frame.height - 1)), frame.width, plan.sharpening,
+				     false, frame.output_row(y));
+}
+
 void process_band(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int band, int slot_number)
 {
 	FrameMemory::Slot &slot = memory.slots[size_t(slot_number)];
 	const int first = band * rows_per_band;
 	const int end = std::min(frame.height, first + rows_per_band);
+	if (plan.does_nothing_but_sharpen() && frame.width >= kernels::unpadded_pixels) {
+		sharpen_band(plan, frame, first, end);
+		return;
+	}
 	const auto ring_row = [&](int y) {
 		return slot.retouched[size_t((y + 3) % 3)];
 	};

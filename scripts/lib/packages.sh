@@ -11,6 +11,7 @@ declare -rA KALVIO_PACKAGES=(
 	[lint]="clang-format clang-tidy shellcheck jq"
 	[display]="xvfb xauth libgl1-mesa-dri"
 	[obs]="obs-studio"
+	[peers]="libopencv-dev libopencv-contrib-dev libavfilter-dev libvips-dev libopencolorio-dev"
 	[profile]="jq"
 	[sandbox]="mmdebstrap debian-archive-keyring util-linux"
 	[gallery]="python3-pil python3-numpy"

@@ -56,8 +56,10 @@ inline constexpr int masked_field_values = 32;
 void retouch_row(uint8_t *row, int width, const int16_t *field, bool masked, const ToneGains &tone, int y);
 
 // out = centre + strength * detail, where detail is taken against the 3 x 3 binomial mean and the result is held to the
-// neighbourhood's range and a little more, so that no halo appears. `strength` has 8 fraction bits, at most 4095. With
-// a mask the centre's alpha scales the strength. Alpha of `out` is that of the centre.
+// neighbourhood's range and a little more, so that no halo appears. Beyond both ends of a row stands its last pixel.
+// `strength` has 8 fraction bits, at most 4095. With a mask the centre's alpha scales the strength. Alpha of `out` is
+// that of the centre. Rows of at least `unpadded_pixels` need no padding.
+inline constexpr int unpadded_pixels = 16;
 void sharpen_row(const uint8_t *above, const uint8_t *centre, const uint8_t *below, int width, int strength,
 		 bool masked, uint8_t *out);
 

@@ -102,62 +102,6 @@ void retouch_row(uint8_t *row, int width, const int16_t *field, bool masked, con
 		retouch<false>(row, width, field, tone, y);
 }
 
-template <bool Masked>
-HWY_INLINE void sharpen(const uint8_t *HWY_RESTRICT above, const uint8_t *HWY_RESTRICT centre,
-			const uint8_t *HWY_RESTRICT below, int width, int strength, uint8_t *HWY_RESTRICT out)
-{
-	const hn::ScalableTag<int16_t> d;
-	using Wide = hn::Vec<decltype(d)>;
-	const hn::Rebind<uint8_t, decltype(d)> d8;
-	const hn::RepartitionToWide<hn::RebindToUnsigned<decltype(d)>> d32;
-	const int lanes = static_cast<int>(hn::Lanes(d));
-	const Wide amount = hn::Set(d, static_cast<int16_t>(strength << 3));
-	const Wide colour = hn::LoadDup128(d, colour_lanes);
-	// What is below 1.5 levels (4 fraction bits) is noise as often as it is detail.
-	const Wide core = hn::Set(d, 24);
-	const Wide overshoot = hn::Set(d, 3);
-
-	for (int byte = 0; byte < width * 4; byte += lanes) {
-		Wide low = hn::Set(d, 255);
-		Wide high = hn::Zero(d);
-		const auto column = [&](int offset) HWY_ATTR {
-			const Wide a = hn::PromoteTo(d, hn::LoadU(d8, above + byte + offset));
-			const Wide c = hn::PromoteTo(d, hn::LoadU(d8, centre + byte + offset));
-			const Wide b = hn::PromoteTo(d, hn::LoadU(d8, below + byte + offset));
-			low = hn::Min(low, hn::Min(a, hn::Min(b, c)));
-			high = hn::Max(high, hn::Max(a, hn::Max(b, c)));
-			return hn::Add(hn::Add(a, b), hn::Add(c, c));
-		};
-		const Wide middle = column(0);
-		const Wide sum = hn::Add(hn::Add(column(-4), column(4)), hn::Add(middle, middle));
-		const Wide value = hn::PromoteTo(d, hn::LoadU(d8, centre + byte));
-		Wide detail = hn::Sub(hn::ShiftLeft<4>(value), sum); // 4 fraction bits
-		detail = hn::Sub(detail, hn::Min(hn::Max(detail, hn::Neg(core)), core));
-
-		Wide factor = amount; // 11 fraction bits: with the 4 of the detail the 15 that the product drops
-		if (Masked) {
-			// Alpha of each pixel, 0..255: the high half of its second 32-bit word, to all four places.
-			const auto words = hn::ShiftRight<16>(hn::BitCast(d32, value));
-			const auto both = hn::Or(words, hn::ShiftLeft<16>(words));
-			const Wide alpha = hn::BitCast(d, hn::OddEven(both, hn::Shuffle2301(both)));
-			factor = hn::MulFixedPoint15(amount, hn::ShiftLeft<7>(alpha));
-		}
-		Wide result = hn::Add(value, hn::MulFixedPoint15(detail, factor));
-		result = hn::Min(hn::Max(result, hn::Sub(low, overshoot)), hn::Add(high, overshoot));
-		result = hn::IfVecThenElse(colour, result, value);
-		hn::StoreU(hn::DemoteTo(d8, result), d8, out + byte);
-	}
-}
-
-void sharpen_row(const uint8_t *above, const uint8_t *centre, const uint8_t *below, int width, int strength,
-		 bool masked, uint8_t *out)
-{
-	if (masked)
-		sharpen<true>(above, centre, below, width, strength, out);
-	else
-		sharpen<false>(above, centre, below, width, strength, out);
-}
-
 void copy_alpha(const uint8_t *HWY_RESTRICT from, int width, uint8_t *HWY_RESTRICT row)
 {
 	const hn::ScalableTag<uint32_t> d;
@@ -179,18 +123,11 @@ HWY_AFTER_NAMESPACE();
 namespace kalvio::engine::kernels {
 
 HWY_EXPORT(retouch_row);
-HWY_EXPORT(sharpen_row);
 HWY_EXPORT(copy_alpha);
 
 void retouch_row(uint8_t *row, int width, const int16_t *field, bool masked, const ToneGains &tone, int y)
 {
 	HWY_DYNAMIC_DISPATCH(retouch_row)(row, width, field, masked, tone, y);
-}
-
-void sharpen_row(const uint8_t *above, const uint8_t *centre, const uint8_t *below, int width, int strength,
-		 bool masked, uint8_t *out)
-{
-	HWY_DYNAMIC_DISPATCH(sharpen_row)(above, centre, below, width, strength, masked, out);
 }
 
 void copy_alpha(const uint8_t *from, int width, uint8_t *row)
