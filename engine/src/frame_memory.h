@@ -17,7 +17,7 @@ struct FrameMemory {
 		Aligned<uint8_t> bytes;
 		std::array<uint8_t *, 3> retouched = {}; // a ring: rows y - 1, y and y + 1
 		uint8_t *row = nullptr;                  // the row that the stages work on
-		uint8_t *input = nullptr;                // the same row as it was captured
+		std::array<uint8_t *, 3> captured = {};  // a ring of the same rows as they came
 		uint8_t *matte = nullptr;                // how far each of its pixels is foreground
 		uint8_t *background = nullptr;           // what comes behind it
 	};

@@ -116,16 +116,31 @@ void resize(FrameMemory &memory, const Frame &frame, int slots)
 	memory.slots.resize(std::max(memory.slots.size(), size_t(slots)));
 	const size_t row_bytes = (frame.row_bytes() + 2 * kernels::row_padding_bytes + 63) / 64 * 64;
 	for (FrameMemory::Slot &slot : memory.slots) {
-		uint8_t *bytes = slot.bytes.require(row_bytes * 7) + kernels::row_padding_bytes;
-		for (uint8_t *&row : slot.retouched) {
-			row = bytes;
-			bytes += row_bytes;
+		uint8_t *bytes = slot.bytes.require(row_bytes * 9) + kernels::row_padding_bytes;
+		for (std::array<uint8_t *, 3> *ring : {&slot.retouched, &slot.captured}) {
+			for (uint8_t *&row : *ring) {
+				row = bytes;
+				bytes += row_bytes;
+			}
 		}
 		slot.row = bytes;
-		slot.input = bytes + row_bytes;
-		slot.matte = bytes + 2 * row_bytes;
-		slot.background = bytes + 3 * row_bytes;
+		slot.matte = bytes + row_bytes;
+		slot.background = bytes + 2 * row_bytes;
 	}
+}
+
+// A scratch copy of the captured row, continued by a pixel at both ends.
+void load_row(const Frame &frame, int y, uint8_t *row)
+{
+	std::memcpy(row, frame.input_row(y), frame.row_bytes());
+	std::memcpy(row - bytes_per_pixel, row, bytes_per_pixel);
+	uint8_t *end = row + frame.row_bytes();
+	std::memcpy(end, end - bytes_per_pixel, bytes_per_pixel);
+}
+
+uint8_t *ring_row(const std::array<uint8_t *, 3> &ring, int y)
+{
+	return ring[size_t(y) % 3];
 }
 
 // Smoothing, whitening and rosiness.
@@ -140,7 +155,10 @@ void retouch(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int
 void replace_background(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int y, int slot_number)
 {
 	const FrameMemory::Slot &slot = memory.slots[size_t(slot_number)];
-	kernels::key_row(slot.input, frame.width, plan.key, slot.matte);
+	const uint8_t *captured = ring_row(slot.captured, y);
+	kernels::key_row_among(ring_row(slot.captured, std::max(y - 1, 0)), captured,
+			       ring_row(slot.captured, std::min(y + 1, frame.height - 1)), frame.width, plan.key,
+			       slot.matte);
 	if (plan.key.despill > 0)
 		kernels::despill_row(slot.row, frame.width, plan.key);
 	if (plan.picture != nullptr) {
@@ -148,7 +166,7 @@ void replace_background(const FramePlan &plan, FrameMemory &memory, const Frame 
 	} else if (plan.blur_deviation > 0) {
 		memory.blur.write_row(y, slot_number, frame.width, slot.background);
 		if (memory.blur.mix() < 256)
-			kernels::mix_row(slot.background, frame.width, slot.input, 256 - memory.blur.mix());
+			kernels::mix_row(slot.background, frame.width, captured, 256 - memory.blur.mix());
 		kernels::composite_row(slot.row, frame.width, slot.matte, slot.background);
 	} else {
 		kernels::cut_row(slot.row, frame.width, slot.matte);
@@ -173,29 +191,32 @@ void process_band(const FramePlan &plan, FrameMemory &memory, const Frame &frame
 		sharpen_band(plan, frame, first, end);
 		return;
 	}
-	const auto ring_row = [&](int y) {
-		return slot.retouched[size_t((y + 3) % 3)];
-	};
 
 	if (plan.sharpening > 0) {
 		for (int y = std::max(first - 1, 0); y <= first; ++y)
-			retouch(plan, memory, frame, y, slot_number, ring_row(y));
+			retouch(plan, memory, frame, y, slot_number, ring_row(slot.retouched, y));
+	}
+	if (plan.keyed) {
+		for (int y = std::max(first - 1, 0); y <= first; ++y)
+			load_row(frame, y, ring_row(slot.captured, y));
 	}
 	for (int y = first; y < end; ++y) {
 		uint8_t *row = slot.row;
 		if (plan.sharpening > 0) {
 			if (y + 1 < frame.height)
-				retouch(plan, memory, frame, y + 1, slot_number, ring_row(y + 1));
-			kernels::sharpen_row(ring_row(std::max(y - 1, 0)), ring_row(y),
-					     ring_row(std::min(y + 1, frame.height - 1)), frame.width, plan.sharpening,
-					     plan.masked, row);
+				retouch(plan, memory, frame, y + 1, slot_number, ring_row(slot.retouched, y + 1));
+			kernels::sharpen_row(ring_row(slot.retouched, std::max(y - 1, 0)), ring_row(slot.retouched, y),
+					     ring_row(slot.retouched, std::min(y + 1, frame.height - 1)), frame.width,
+					     plan.sharpening, plan.masked, row);
 		} else {
 			retouch(plan, memory, frame, y, slot_number, row);
 		}
-		if (plan.masked || plan.keyed)
-			std::memcpy(slot.input, frame.input_row(y), frame.row_bytes());
+		if (plan.keyed && y + 1 < frame.height)
+			load_row(frame, y + 1, ring_row(slot.captured, y + 1));
+		else if (plan.masked && !plan.keyed)
+			load_row(frame, y, ring_row(slot.captured, y));
 		if (plan.masked) // the skin mask travelled in the row's alpha
-			kernels::copy_alpha(slot.input, frame.width, row);
+			kernels::copy_alpha(ring_row(slot.captured, y), frame.width, row);
 		if (plan.keyed)
 			replace_background(plan, memory, frame, y, slot_number);
 		if (plan.lookup != nullptr)

@@ -114,6 +114,38 @@ TEST_F(Background, DespillTakesTheScreensColourOffThePerson)
 	EXPECT_EQ(at(processed(input), 200, 70), skin);
 }
 
+TEST_F(Background, RedSpillIsTakenWithoutTheRedOfAFace)
+{
+	const Pixel lips = {176, 92, 88, 255};
+	Picture input = before_screen(skin);
+	fill(input, 0, 20, lips);
+	fill(input, 20, 40, {190, 60, 50, 255}); // hair with the screen shining through
+	key(2, 0.1F, 0, 1);
+	const Picture output = processed(input);
+	EXPECT_EQ(at(output, 200, 70), skin);
+	EXPECT_EQ(at(output, 10, 70), lips);
+	EXPECT_EQ(at(output, 30, 70), (Pixel{120, 60, 50, 255}));
+}
+
+TEST_F(Background, NoiseLeavesNoSpecklesOnTheScreen)
+{
+	Picture input = noise_picture(256, 144, 3);
+	for (int y = 0; y < 144; ++y) {
+		for (int x = 0; x < 256; ++x) {
+			uint8_t *pixel = input.pixel(x, y);
+			for (size_t channel = 0; channel < 3; ++channel)
+				pixel[channel] = static_cast<uint8_t>(green_screen[channel] + pixel[channel] % 41 - 20);
+			pixel[3] = 255;
+		}
+	}
+	key(0, 0.36F, 0.05F);
+	const Picture output = processed(input);
+	int speckles = 0;
+	for (size_t index = 3; index < output.bytes.size(); index += 4)
+		speckles += output.bytes[index] > 16;
+	EXPECT_LT(speckles, 100); // twice as many and more without a look at the neighbours
+}
+
 TEST_F(Background, TheCutScalesTheAlphaThatIsThere)
 {
 	Picture input = before_screen(green_screen);

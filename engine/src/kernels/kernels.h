@@ -105,7 +105,12 @@ struct ColorKey {
 // The matte of a row: 4 equal bytes a pixel, 0 background to 255 foreground.
 void key_row(const uint8_t *row, int width, const ColorKey &key, uint8_t *matte);
 
-// Holds the key's channel down to the larger of the other two.
+// The same with less noise: each pixel's distance from the key colour gives way to that of the nine around it, by no
+// more than noise may be. The rows are read one pixel before and behind.
+void key_row_among(const uint8_t *above, const uint8_t *row, const uint8_t *below, int width, const ColorKey &key,
+		   uint8_t *matte);
+
+// Holds the key's channel down to the larger of the other two; red to twice that, as there is red in every face.
 void despill_row(uint8_t *row, int width, const ColorKey &key);
 
 // Alpha becomes alpha * matte.
