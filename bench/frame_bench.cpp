@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "comparison.h"
 #include "filter/filter_instance.h"
 #include "filter/filter_source.h"
 #include "kit/heap_probe.h"
@@ -13,8 +14,6 @@
 #include <benchmark/benchmark.h>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
-#include <functional>
 #include <memory>
 #include <obs.hpp>
 #include <string>
@@ -277,58 +276,6 @@ void register_benchmarks()
 
 // --- The figures
 
-double thread_seconds()
-{
-	timespec now = {};
-	clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-	return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
-double median(std::vector<double> values)
-{
-	const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-	std::nth_element(values.begin(), middle, values.end());
-	return *middle;
-}
-
-struct Comparison {
-	double left_seconds;
-	double right_seconds;
-
-	double ratio() const { return left_seconds / right_seconds; }
-};
-
-// The median time of one run of either side, out of `samples` samples of `runs` runs, taken in turns.
-Comparison compare(int samples, int runs, const std::function<void()> &left, const std::function<void()> &right)
-{
-	const auto sample = [runs](const std::function<void()> &side) {
-		const double start = thread_seconds();
-		for (int run = 0; run < runs; ++run)
-			side();
-		return (thread_seconds() - start) / runs;
-	};
-	std::vector<double> left_times;
-	std::vector<double> right_times;
-	for (int i = 0; i < samples; ++i) {
-		// Neither side is always the one that finds the other's data in the caches.
-		if (i % 2) {
-			right_times.push_back(sample(right));
-			left_times.push_back(sample(left));
-		} else {
-			left_times.push_back(sample(left));
-			right_times.push_back(sample(right));
-		}
-	}
-	return {median(left_times), median(right_times)};
-}
-
-bool report(const char *what, double value, double bar)
-{
-	const bool held = value <= bar;
-	std::printf("  %-56s %8.3f   bar %.2f %s\n", what, value, bar, held ? "held" : "MISSED");
-	return held;
-}
-
 // Where the system puts the pages of a buffer makes some copies faster than others for as long as the buffer lives.
 // Several rounds with buffers of their own even that out; the median round counts.
 Comparison compare_frames(const FrameSize &size)
@@ -398,14 +345,7 @@ bool report_parameters()
 
 int main(int argc, char **argv)
 {
-	bool check = false;
-	const auto is_check = [&check](const char *argument) {
-		const bool matches = std::strcmp(argument, "--check") == 0;
-		check |= matches;
-		return matches;
-	};
-	argc = static_cast<int>(std::remove_if(argv + 1, argv + argc, is_check) - argv);
-
+	const bool check = take_check_option(argc, argv);
 	base_set_log_handler([](int, const char *, va_list, void *) {}, nullptr);
 	register_benchmarks();
 	benchmark::Initialize(&argc, argv);

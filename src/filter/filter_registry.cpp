@@ -62,19 +62,18 @@ bool read_settings(obs_source_t *filter, obs_data_t *dest)
 	return true;
 }
 
-bool is_named(obs_source_t *source)
+// "" for what is null or has none.
+const char *name_of(obs_source_t *source)
 {
 	const char *name = source ? obs_source_get_name(source) : nullptr;
-	return name && *name;
+	return name ? name : "";
 }
 
 // Belongs to the host; good for as long as the registry is locked.
 const char *display_name(obs_source_t *filter)
 {
-	obs_source_t *parent = obs_filter_get_parent(filter);
-	if (is_named(parent))
-		return obs_source_get_name(parent);
-	return is_named(filter) ? obs_source_get_name(filter) : "";
+	const char *name = name_of(obs_filter_get_parent(filter));
+	return *name ? name : name_of(filter);
 }
 
 } // namespace
@@ -115,6 +114,15 @@ void list_registered_filters(std::vector<RegisteredFilter> &filters)
 		filters[index].id = list.filters[index].id;
 		filters[index].name = display_name(list.filters[index].source);
 	}
+}
+
+bool are_registered_filters(const std::vector<RegisteredFilter> &filters)
+{
+	Registry &list = registry();
+	const std::lock_guard lock(list.mutex);
+	return std::ranges::equal(list.filters, filters, [](const Entry &entry, const RegisteredFilter &known) {
+		return entry.id == known.id && known.name == display_name(entry.source);
+	});
 }
 
 void update_filter_at(int index, obs_data_t *settings)

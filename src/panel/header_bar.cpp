@@ -35,10 +35,10 @@ void set_caption(QPushButton &button, const char *key)
 
 } // namespace
 
-HeaderBar::HeaderBar(Rows &rows, HeaderActions actions)
-	: rows_(rows), actions_(std::move(actions)), live_toggle_(new CheckBox), selector_(new QComboBox),
-	  reset_button_(makeHeadIcon(glyph::reset, {}, false)),
-	  settings_button_(makeHeadIcon(glyph::settings, {}, true))
+HeaderBar::HeaderBar(Rows &rows, HeaderActions actions, QWidget *parent)
+	: QWidget(parent), rows_(rows), actions_(std::move(actions)), live_toggle_(new CheckBox(this)),
+	  selector_(new QComboBox(this)), reset_button_(makeHeadIcon(glyph::reset, {}, false, this)),
+	  settings_button_(makeHeadIcon(glyph::settings, {}, true, this))
 {
 	auto *layout = new QVBoxLayout(this);
 	layout->setContentsMargins(12, 8, 12, 8);
@@ -118,8 +118,11 @@ void HeaderBar::refresh_selector()
 	}
 	const bool drives_one = !ui_preferences().apply_global && !state.names.empty();
 	selector_->setCurrentIndex(drives_one ? std::max(selector_->findData(state.selected_index), 0) : 0);
-	selector_->setToolTip(QString::fromStdString(state.status_text));
-	selector_->setAccessibleDescription(selector_->toolTip());
+	const QString status = QString::fromStdString(state.status_text);
+	if (selector_->toolTip() != status) {
+		selector_->setToolTip(status);
+		selector_->setAccessibleDescription(status);
+	}
 }
 
 void HeaderBar::selector_changed(int item)

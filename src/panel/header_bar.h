@@ -22,7 +22,7 @@ struct HeaderActions {
 // The live toggle, the choice of the filter to drive, reset and settings.
 class HeaderBar : public QWidget {
 public:
-	HeaderBar(Rows &rows, HeaderActions actions);
+	HeaderBar(Rows &rows, HeaderActions actions, QWidget *parent);
 
 	// Gives the row its one height; called when the panel's style sheet reaches it.
 	void fit_height();

@@ -42,7 +42,7 @@ void open_link(const QString &link)
 
 } // namespace
 
-HintStrip::HintStrip() : text_(new QLabel)
+HintStrip::HintStrip(QWidget *parent) : QFrame(parent), text_(new QLabel(this))
 {
 	setObjectName(QStringLiteral("banner"));
 	setAttribute(Qt::WA_StyledBackground);

@@ -10,7 +10,7 @@ namespace kalvio {
 // Says why the pages cannot be used: there is no filter yet, or a required update pauses the effects.
 class HintStrip : public QFrame {
 public:
-	HintStrip();
+	explicit HintStrip(QWidget *parent);
 
 	void refresh(bool controls_usable, bool paused);
 

@@ -90,9 +90,9 @@ QIcon makeGlyphIcon(const char *glyph, int pixel_size, const QColor &color)
 	return {pixmap};
 }
 
-QPushButton *makeHeadIcon(const char *glyph, const QString &tool_tip, bool checkable)
+QPushButton *makeHeadIcon(const char *glyph, const QString &tool_tip, bool checkable, QWidget *parent)
 {
-	auto *button = new QPushButton;
+	auto *button = new QPushButton(parent);
 	button->setObjectName(QStringLiteral("headIcon"));
 	button->setCursor(Qt::PointingHandCursor);
 	button->setCheckable(checkable);
@@ -103,9 +103,9 @@ QPushButton *makeHeadIcon(const char *glyph, const QString &tool_tip, bool check
 	return button;
 }
 
-QPushButton *makeIconButton(const char *glyph, int glyph_pixel_size, int side)
+QPushButton *makeIconButton(const char *glyph, int glyph_pixel_size, int side, QWidget *parent)
 {
-	auto *button = new QPushButton;
+	auto *button = new QPushButton(parent);
 	button->setFixedSize(side, side);
 	button->setCursor(Qt::PointingHandCursor);
 	button->setStyleSheet(QStringLiteral("QPushButton { background:transparent; border:none; border-radius:8px; }"

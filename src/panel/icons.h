@@ -36,10 +36,10 @@ QString glyph_label_style(const QColor &color, int pixel_size);
 QIcon makeGlyphIcon(const char *glyph, int pixel_size, const QColor &color);
 
 // A button of the header; the style sheet of the panel gives its look.
-QPushButton *makeHeadIcon(const char *glyph, const QString &tool_tip, bool checkable);
+QPushButton *makeHeadIcon(const char *glyph, const QString &tool_tip, bool checkable, QWidget *parent = nullptr);
 
 // A bare square button of `side` pixels whose glyph is a label inside it.
-QPushButton *makeIconButton(const char *glyph, int glyph_pixel_size, int side);
+QPushButton *makeIconButton(const char *glyph, int glyph_pixel_size, int side, QWidget *parent = nullptr);
 
 // The picture at `path` scaled so that it covers `size`, its middle cut out. Null when there is none.
 QPixmap load_cover_picture(const QString &path, const QSize &size);

@@ -61,20 +61,23 @@ void KalvioPanel::buildUi()
 	layout->setContentsMargins(0, 0, 0, 0);
 	layout->setSpacing(0);
 
-	header_ = new HeaderBar(rows_, {[this] { refreshControls(); },
-					[this] {
-						show_settings(!settings_open_);
-					}});
+	header_ = new HeaderBar(rows_,
+				{[this] { refreshControls(); },
+				 [this] {
+					 show_settings(!settings_open_);
+				 }},
+				this);
 	layout->addWidget(header_);
 	header_->fit_height();
-	update_strip_ = new UpdateStrip(rows_, [this] { refreshControls(); });
+	update_strip_ = new UpdateStrip(
+		rows_, [this] { refreshControls(); }, this);
 	layout->addWidget(update_strip_);
 
-	// From the outside in: a widget that joins the styled tree with its children takes its style twice.
-	views_ = new QStackedWidget;
+	views_ = new QStackedWidget(this);
 	layout->addWidget(views_, 1);
 	build_main_view();
-	settings_page_ = new SettingsPage(rows_, [this] { show_settings(false); });
+	settings_page_ = new SettingsPage(
+		rows_, [this] { show_settings(false); }, views_);
 	views_->addWidget(settings_page_);
 	tab_bar_->fit_captions();
 
@@ -92,17 +95,18 @@ void KalvioPanel::buildUi()
 
 void KalvioPanel::build_main_view()
 {
-	auto *view = new QWidget;
+	auto *view = new QWidget(views_);
 	views_->addWidget(view);
 	main_layout_ = new QVBoxLayout(view);
 	main_layout_->setContentsMargins(0, 0, 0, 0);
 	main_layout_->setSpacing(0);
 
-	tab_bar_ = new TabBar(rows_, [this](int index) { choose_tab(index); });
+	tab_bar_ = new TabBar(
+		rows_, [this](int index) { choose_tab(index); }, view);
 	main_layout_->addWidget(tab_bar_);
-	hint_strip_ = new HintStrip;
+	hint_strip_ = new HintStrip(view);
 	main_layout_->addWidget(hint_strip_);
-	pages_ = new QStackedWidget;
+	pages_ = new QStackedWidget(view);
 	main_layout_->addWidget(pages_, 1);
 	for (const TabBuilder build_tab : tab_builders)
 		wrapPage(build_tab);
@@ -112,7 +116,7 @@ void KalvioPanel::build_main_view()
 
 void KalvioPanel::wrapPage(TabBuilder build_tab)
 {
-	const PageScroll page = make_page_scroll();
+	const PageScroll page = make_page_scroll(pages_);
 	pages_->addWidget(page.area);
 	build_tab(rows_, page.layout);
 	page.layout->addStretch(1);

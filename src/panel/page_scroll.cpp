@@ -6,12 +6,12 @@
 
 namespace kalvio {
 
-PageScroll make_page_scroll()
+PageScroll make_page_scroll(QWidget *parent)
 {
-	auto *content = new QWidget;
+	auto *area = new QScrollArea(parent);
+	auto *content = new QWidget(area->viewport());
 	auto *layout = new QVBoxLayout(content);
 	layout->setContentsMargins(0, 0, 0, 8);
-	auto *area = new QScrollArea;
 	area->setWidgetResizable(true);
 	area->setFrameShape(QFrame::NoFrame);
 	area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

@@ -13,6 +13,6 @@ struct PageScroll {
 	QVBoxLayout *layout; // of the content; the caller ends it with a stretch
 };
 
-PageScroll make_page_scroll();
+PageScroll make_page_scroll(QWidget *parent);
 
 } // namespace kalvio

@@ -27,7 +27,7 @@ QPixmap preset_picture(const BackgroundPreset &preset)
 
 } // namespace
 
-PresetTile::PresetTile(const QPixmap &picture, QWidget *parent) : SmoothButton(parent), caption_(new QLabel)
+PresetTile::PresetTile(const QPixmap &picture, QWidget *parent) : SmoothButton(parent), caption_(new QLabel(this))
 {
 	draw_text = false;
 	setCheckable(true);
@@ -41,7 +41,7 @@ PresetTile::PresetTile(const QPixmap &picture, QWidget *parent) : SmoothButton(p
 	auto *layout = new QVBoxLayout(this);
 	layout->setContentsMargins(4, 8, 4, 6);
 	layout->setSpacing(4);
-	auto *picture_label = new QLabel;
+	auto *picture_label = new QLabel(this);
 	picture_label->setPixmap(picture);
 	picture_label->setAlignment(Qt::AlignCenter);
 	picture_label->setAttribute(Qt::WA_TransparentForMouseEvents);
@@ -76,9 +76,9 @@ void PresetTile::color_caption()
 	caption_->setStyleSheet(QStringLiteral("color:%1; background:transparent; font-size:11px;").arg(color.name()));
 }
 
-PresetTile *make_preset_tile(Rows &rows, const BackgroundPreset &preset)
+PresetTile *make_preset_tile(Rows &rows, QWidget *parent, const BackgroundPreset &preset)
 {
-	auto *tile = new PresetTile(preset_picture(preset));
+	auto *tile = new PresetTile(preset_picture(preset), parent);
 	tile->setProperty(id_property, QString::fromLatin1(preset.id));
 	rows.add_translation([tile, key = preset.label_key] { tile->set_caption(translated(key)); });
 	return tile;

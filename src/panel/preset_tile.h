@@ -32,7 +32,7 @@ private:
 };
 
 // A tile for this preset with its picture, or a plain one when that cannot be loaded.
-PresetTile *make_preset_tile(Rows &rows, const BackgroundPreset &preset);
+PresetTile *make_preset_tile(Rows &rows, QWidget *parent, const BackgroundPreset &preset);
 
 // The preset that a tile stands for.
 std::string preset_id(const QObject &tile);

@@ -20,6 +20,7 @@
 #include <QStyle>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kalvio {
 namespace {
@@ -43,20 +44,26 @@ void show_as_swatch(SmoothButton &button, const Swatch &swatch)
 	button.border_width[1] = 2.0;
 }
 
+void show_value(SliderRowRecord &row, int value)
+{
+	if (std::exchange(row.shown_value, value) != value)
+		row.value_label->setText(QString::number(value));
+}
+
 } // namespace
 
-QFrame *make_card_frame()
+QFrame *make_card_frame(QWidget *parent)
 {
-	auto *frame = new QFrame;
+	auto *frame = new QFrame(parent);
 	frame->setObjectName(QStringLiteral("card"));
 	frame->setStyleSheet(
 		QStringLiteral("QFrame#card { background:#181a20; border:1px solid #262a35; border-radius:12px; }"));
 	return frame;
 }
 
-QWidget *make_divider()
+QWidget *make_divider(QWidget *parent)
 {
-	auto *divider = new QWidget;
+	auto *divider = new QWidget(parent);
 	divider->setFixedHeight(1);
 	divider->setAttribute(Qt::WA_StyledBackground);
 	divider->setStyleSheet(QStringLiteral("background:#262a35;"));
@@ -123,7 +130,7 @@ QLabel *Rows::addMutedLabel(QBoxLayout *layout, const char *key)
 
 QLabel *Rows::addLabel(QBoxLayout *layout, const char *key)
 {
-	auto *label = new QLabel;
+	auto *label = new QLabel(layout->parentWidget());
 	add_translation([label, key] { label->setText(translated(key)); });
 	layout->addWidget(label);
 	return label;
@@ -131,13 +138,13 @@ QLabel *Rows::addLabel(QBoxLayout *layout, const char *key)
 
 void Rows::addDivider(QBoxLayout *layout)
 {
-	layout->addWidget(make_divider());
+	layout->addWidget(make_divider(layout->parentWidget()));
 }
 
-Card Rows::addCard(const char *title_key, CardOptions options)
+Card Rows::addCard(QBoxLayout *layout, const char *title_key, CardOptions options)
 {
 	captions_ = std::make_shared<CaptionColumn>();
-	QFrame *frame = make_card_frame();
+	QFrame *frame = make_card_frame(layout->parentWidget());
 	auto *body = new QVBoxLayout(frame);
 	body->setContentsMargins(16, 11, 16, 11);
 	body->setSpacing(row_spacing);
@@ -150,7 +157,7 @@ Card Rows::addCard(const char *title_key, CardOptions options)
 	header->setAlignment(title, Qt::AlignVCenter);
 	header->addStretch(1);
 	if (options.subtitle_key && options.subtitle_out) {
-		auto *subtitle = new ElidedLabel;
+		auto *subtitle = new ElidedLabel(frame);
 		subtitle->setObjectName(QStringLiteral("muted"));
 		const char *key = options.subtitle_key;
 		add_translation([subtitle, key] { subtitle->set_full_text(translated(key)); });
@@ -158,7 +165,7 @@ Card Rows::addCard(const char *title_key, CardOptions options)
 		*options.subtitle_out = subtitle;
 	}
 	if (options.reset) {
-		QPushButton *button = makeIconButton(glyph::reset, 16, 22);
+		QPushButton *button = makeIconButton(glyph::reset, 16, 22, frame);
 		add_translation([button, title_key] {
 			button->setToolTip(translated("console.resetShort"));
 			button->setAccessibleName(button->toolTip() + QStringLiteral(": ") + translated(title_key));
@@ -178,7 +185,7 @@ Switch *Rows::addSwitchRow(QBoxLayout *layout, const char *key, bool *value)
 	layout->addLayout(row);
 	addMutedLabel(row, key);
 	row->addStretch(1);
-	auto *toggle = new Switch;
+	auto *toggle = new Switch(layout->parentWidget());
 	toggle->setFixedSize(33, 18);
 	toggle->setCursor(Qt::PointingHandCursor);
 	toggle->on_toggled = [this, value](bool checked) {
@@ -195,19 +202,19 @@ Switch *Rows::addSwitchRow(QBoxLayout *layout, const char *key, bool *value)
 void Rows::addSliderRow(QBoxLayout *layout, const char *key, float *value, bool is_bipolar,
 			std::function<bool()> is_visible)
 {
-	auto *row = new QWidget;
+	auto *row = new QWidget(layout->parentWidget());
 	layout->addWidget(row);
 	auto *row_layout = new QHBoxLayout(row);
 	row_layout->setContentsMargins(0, 2, 0, 2);
 	row_layout->setSpacing(row_spacing);
 
-	auto *caption = new CaptionLabel(captions_);
+	auto *caption = new CaptionLabel(captions_, row);
 	caption->setObjectName(QStringLiteral("muted"));
 	caption->setMinimumWidth(64);
 	add_translation([caption, key] { caption->setText(translated(key)); });
 	row_layout->addWidget(caption);
 
-	auto *slider = new QSlider(Qt::Horizontal);
+	auto *slider = new QSlider(Qt::Horizontal, row);
 	slider->setRange(is_bipolar ? -100 : 0, 100);
 	slider->setValue(slider_position(*value));
 	slider->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
@@ -217,23 +224,24 @@ void Rows::addSliderRow(QBoxLayout *layout, const char *key, float *value, bool 
 	add_translation([slider, key] { slider->setAccessibleName(translated(key)); });
 	row_layout->addWidget(slider, 1);
 
-	auto *value_label = new QLabel(QString::number(slider_position(*value)));
+	auto *value_label = new QLabel(QString::number(slider_position(*value)), row);
 	value_label->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
 	value_label->setMinimumWidth(36);
 	row_layout->addWidget(value_label);
 
-	slider_rows_.push_back({row, slider, caption, value_label, key, value, std::move(is_visible)});
+	slider_rows_.push_back(
+		{row, slider, caption, value_label, key, value, std::move(is_visible), slider_position(*value)});
 	const size_t index = slider_rows_.size() - 1;
 	QObject::connect(slider, &QSlider::valueChanged, slider,
 			 [this, index](int position) { slider_moved(slider_rows_[index], position); });
 }
 
-void Rows::slider_moved(const SliderRowRecord &row, int position)
+void Rows::slider_moved(SliderRowRecord &row, int position)
 {
 	if (syncing_)
 		return;
 	*row.value = static_cast<float>(position) / 100.0f;
-	row.value_label->setText(QString::number(position));
+	show_value(row, position);
 	push_change();
 }
 
@@ -242,6 +250,7 @@ void Rows::add_option_grid(QBoxLayout *layout, const char *key, OptionField fiel
 {
 	addMutedLabel(layout, key);
 	auto *grid = new QGridLayout;
+	layout->addLayout(grid);
 	grid->setHorizontalSpacing(row_spacing);
 	grid->setVerticalSpacing(row_spacing);
 	auto *group = new QButtonGroup(grid);
@@ -249,7 +258,7 @@ void Rows::add_option_grid(QBoxLayout *layout, const char *key, OptionField fiel
 
 	int i = 0;
 	for (const OptionButton &option : buttons) {
-		auto *button = new SmoothButton;
+		auto *button = new SmoothButton(grid->parentWidget());
 		button->setCheckable(true);
 		button->setCursor(Qt::PointingHandCursor);
 		button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
@@ -268,7 +277,6 @@ void Rows::add_option_grid(QBoxLayout *layout, const char *key, OptionField fiel
 	}
 	for (int column = 0; column < columns; ++column)
 		grid->setColumnStretch(column, 1);
-	layout->addLayout(grid);
 
 	add_refresher([group, read = field.read] { check_only(*group, group->button(read())); });
 	QObject::connect(group, &QButtonGroup::idClicked, group,
@@ -292,12 +300,12 @@ void Rows::retranslate()
 
 void Rows::refresh()
 {
-	for (const SliderRowRecord &row : slider_rows_) {
+	for (SliderRowRecord &row : slider_rows_) {
 		if (!row.slider->isSliderDown()) {
 			const int position = slider_position(*row.value);
 			const QSignalBlocker blocker(row.slider);
 			row.slider->setValue(position);
-			row.value_label->setText(QString::number(position));
+			show_value(row, position);
 		}
 		show_or_hide(*row.row, !row.is_visible || row.is_visible());
 	}

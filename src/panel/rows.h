@@ -30,6 +30,7 @@ struct SliderRowRecord {
 	const char *caption_key;
 	float *value;                     // of the parameters that the panel edits
 	std::function<bool()> is_visible; // empty: always
+	int shown_value;                  // what the value label says
 };
 
 // Left and right colour of a swatch.
@@ -53,7 +54,7 @@ struct CardOptions {
 };
 
 struct Card {
-	QFrame *frame; // the caller adds it to a layout
+	QFrame *frame;
 	QVBoxLayout *body;
 };
 
@@ -61,6 +62,9 @@ struct Card {
 // bound to one field of targeting().parameters: a change is stored there and pushed at once. Keys are keys of
 // translate() and have static storage. Layouts and widgets belong to the tree that they are put into, which must not
 // outlive this object.
+//
+// Widgets are made as children of the layout's widget, and take their own style sheets after that: one that joins the
+// panel's styled tree later, or with a sheet of its own, is styled several times over.
 class Rows {
 public:
 	// `refresh_panel` brings every control of the panel up to date.
@@ -73,7 +77,8 @@ public:
 	QLabel *addMutedLabel(QBoxLayout *layout, const char *key);
 	QLabel *addLabel(QBoxLayout *layout, const char *key);
 	void addDivider(QBoxLayout *layout);
-	Card addCard(const char *title_key, CardOptions options);
+	// The card belongs to the widget of `layout`, but the caller puts it there.
+	Card addCard(QBoxLayout *layout, const char *title_key, CardOptions options);
 	Switch *addSwitchRow(QBoxLayout *layout, const char *key, bool *value);
 	void addSliderRow(QBoxLayout *layout, const char *key, float *value, bool is_bipolar,
 			  std::function<bool()> is_visible = {});
@@ -121,7 +126,7 @@ private:
 	};
 	void add_option_grid(QBoxLayout *layout, const char *key, OptionField field,
 			     const std::vector<OptionButton> &buttons, int columns, std::span<const Swatch> swatches);
-	void slider_moved(const SliderRowRecord &row, int position);
+	void slider_moved(SliderRowRecord &row, int position);
 
 	std::function<void()> refresh_panel_;
 	std::shared_ptr<CaptionColumn> captions_; // of the sliders of the card that is being built
@@ -132,10 +137,10 @@ private:
 };
 
 // The frame of a card, empty.
-QFrame *make_card_frame();
+QFrame *make_card_frame(QWidget *parent);
 
 // A line across, one pixel high.
-QWidget *make_divider();
+QWidget *make_divider(QWidget *parent);
 
 // Where the slider of a strength stands: clamped to -1..1, times 100, rounded half away from zero.
 int slider_position(float value);

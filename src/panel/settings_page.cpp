@@ -33,7 +33,7 @@ constexpr Link links[] = {{"nav.website", open_web_site}, {"nav.guide", open_ins
 
 QLabel *add_centered_label(QVBoxLayout *layout, const char *style)
 {
-	auto *label = new QLabel;
+	auto *label = new QLabel(layout->parentWidget());
 	label->setAlignment(Qt::AlignCenter);
 	label->setWordWrap(true);
 	label->setStyleSheet(QLatin1String(style));
@@ -43,16 +43,18 @@ QLabel *add_centered_label(QVBoxLayout *layout, const char *style)
 
 void add_links(Rows &rows, QVBoxLayout *layout)
 {
+	layout->addSpacing(6);
 	auto *row = new QHBoxLayout;
+	layout->addLayout(row);
 	row->setSpacing(0);
 	row->addStretch(1);
 	for (const Link &link : links) {
 		if (&link != links) {
-			auto *separator = new QLabel(QStringLiteral("|"));
+			auto *separator = new QLabel(QStringLiteral("|"), row->parentWidget());
 			separator->setStyleSheet(QLatin1String(separator_style));
 			row->addWidget(separator);
 		}
-		auto *button = new QPushButton;
+		auto *button = new QPushButton(row->parentWidget());
 		button->setObjectName(QStringLiteral("link"));
 		button->setCursor(Qt::PointingHandCursor);
 		rows.add_translation([button, key = link.key] { button->setText(translated(key)); });
@@ -61,13 +63,11 @@ void add_links(Rows &rows, QVBoxLayout *layout)
 	}
 	row->addStretch(1);
 	layout->addSpacing(6);
-	layout->addLayout(row);
-	layout->addSpacing(6);
 }
 
 } // namespace
 
-SettingsPage::SettingsPage(Rows &rows, std::function<void()> go_back) : rows_(rows)
+SettingsPage::SettingsPage(Rows &rows, std::function<void()> go_back, QWidget *parent) : QWidget(parent), rows_(rows)
 {
 	auto *layout = new QVBoxLayout(this);
 	layout->setContentsMargins(0, 0, 0, 0);
@@ -75,7 +75,7 @@ SettingsPage::SettingsPage(Rows &rows, std::function<void()> go_back) : rows_(ro
 	add_back_row(layout, std::move(go_back));
 	add_choices(layout);
 
-	layout->addWidget(make_divider());
+	layout->addWidget(make_divider(this));
 	add_about(layout);
 }
 
@@ -84,7 +84,7 @@ void SettingsPage::add_back_row(QVBoxLayout *layout, std::function<void()> go_ba
 	auto *row = new QHBoxLayout;
 	row->setContentsMargins(12, 0, 12, 8);
 	layout->addLayout(row);
-	auto *button = new QPushButton;
+	auto *button = new QPushButton(this);
 	button->setObjectName(QStringLiteral("headBtn"));
 	button->setCheckable(false);
 	button->setCursor(Qt::PointingHandCursor);
@@ -98,15 +98,15 @@ void SettingsPage::add_back_row(QVBoxLayout *layout, std::function<void()> go_ba
 
 void SettingsPage::add_choices(QVBoxLayout *layout)
 {
-	PageScroll page = make_page_scroll();
+	PageScroll page = make_page_scroll(this);
 	layout->addWidget(page.area, 1);
 
-	QFrame *card = make_card_frame();
+	QFrame *card = make_card_frame(page.content);
 	auto *row = new QHBoxLayout(card);
 	row->setContentsMargins(16, 11, 16, 11);
 	rows_.addLabel(row, "settings.openOnStartup");
 	row->addStretch(1);
-	open_on_startup_ = new Switch;
+	open_on_startup_ = new Switch(card);
 	open_on_startup_->setFixedSize(33, 18);
 	open_on_startup_->setCursor(Qt::PointingHandCursor);
 	open_on_startup_->on_toggled = [this](bool checked) {
@@ -129,7 +129,7 @@ void SettingsPage::add_about(QVBoxLayout *layout)
 	layout->addLayout(about);
 
 	QLabel *section = add_centered_label(about, section_style);
-	auto *logo = new QLabel;
+	auto *logo = new QLabel(this);
 	logo->setAlignment(Qt::AlignCenter);
 	logo->setPixmap(load_logo(26));
 	about->addWidget(logo);

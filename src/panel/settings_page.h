@@ -15,7 +15,7 @@ class Switch;
 // The panel's own choices, and who made it.
 class SettingsPage : public QWidget {
 public:
-	SettingsPage(Rows &rows, std::function<void()> go_back);
+	SettingsPage(Rows &rows, std::function<void()> go_back, QWidget *parent);
 
 	void refresh();
 

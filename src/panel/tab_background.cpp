@@ -80,6 +80,12 @@ void reset_background()
 	set.chroma_desaturation = defaults.chroma_desaturation;
 }
 
+auto find_preset(const std::string &id)
+{
+	return std::ranges::find_if(background_presets,
+				    [&id](const BackgroundPreset &entry) { return id == entry.id; });
+}
+
 // The name of the background in use, in the card's header.
 void show_current_background(ElidedLabel &label)
 {
@@ -90,8 +96,7 @@ void show_current_background(ElidedLabel &label)
 		label.setToolTip(path);
 		return;
 	}
-	const auto preset = std::find_if(background_presets.begin(), background_presets.end(),
-					 [&set](const BackgroundPreset &entry) { return set.bg_preset == entry.id; });
+	const auto preset = find_preset(set.bg_preset);
 	label.set_full_text(translated(preset == background_presets.end() ? "bg.presets" : preset->label_key));
 	label.setToolTip({});
 }
@@ -100,29 +105,27 @@ void add_presets(Rows &rows, QBoxLayout *layout)
 {
 	rows.addLabel(layout, "bg.presets");
 	auto *grid = new QGridLayout;
+	layout->addLayout(grid);
 	grid->setHorizontalSpacing(8);
 	grid->setVerticalSpacing(8);
 	auto *group = new QButtonGroup(grid);
 	group->setExclusive(true);
 	int i = 0;
 	for (const BackgroundPreset &preset : background_presets) {
-		PresetTile *tile = make_preset_tile(rows, preset);
-		group->addButton(tile);
+		PresetTile *tile = make_preset_tile(rows, grid->parentWidget(), preset);
+		group->addButton(tile, i);
 		grid->addWidget(tile, i / preset_columns, i % preset_columns);
 		++i;
 	}
 	for (int column = 0; column < preset_columns; ++column)
 		grid->setColumnStretch(column, 1);
-	layout->addLayout(grid);
 
 	rows.add_refresher([group] {
 		const ParameterSet &set = targeting().parameters;
-		QAbstractButton *current = nullptr;
-		for (QAbstractButton *tile : group->buttons()) {
-			if (set.bg_image.empty() && preset_id(*tile) == set.bg_preset)
-				current = tile;
-		}
-		check_only(*group, current);
+		const auto preset = find_preset(set.bg_preset);
+		const bool is_shown = set.bg_image.empty() && preset != background_presets.end();
+		check_only(*group,
+			   is_shown ? group->button(static_cast<int>(preset - background_presets.begin())) : nullptr);
 	});
 	QObject::connect(group, &QButtonGroup::idClicked, group, [&rows, group] {
 		rows.store_choice([group] { store_preset(preset_id(*group->checkedButton())); });
@@ -131,7 +134,7 @@ void add_presets(Rows &rows, QBoxLayout *layout)
 
 QPushButton *add_quiet_button(Rows &rows, QBoxLayout *layout, const char *key)
 {
-	auto *button = new QPushButton;
+	auto *button = new QPushButton(layout->parentWidget());
 	button->setObjectName(QStringLiteral("quiet"));
 	button->setCursor(Qt::PointingHandCursor);
 	rows.add_translation([button, key] { button->setText(translated(key)); });
@@ -160,8 +163,9 @@ void build_background_tab(Rows &rows, QVBoxLayout *page)
 {
 	ParameterSet &set = targeting().parameters;
 	ElidedLabel *subtitle = nullptr;
-	const Card card = rows.addCard(
-		"tab.background", {.subtitle_key = "bg.presets", .subtitle_out = &subtitle, .reset = reset_background});
+	const Card card =
+		rows.addCard(page, "tab.background",
+			     {.subtitle_key = "bg.presets", .subtitle_out = &subtitle, .reset = reset_background});
 	page->addWidget(card.frame);
 	rows.add_refresher([subtitle] { show_current_background(*subtitle); });
 

@@ -41,7 +41,7 @@ QString caption_style(const QColor &color)
 
 QLabel *add_tab_label(QBoxLayout *layout, const QString &style)
 {
-	auto *label = new QLabel;
+	auto *label = new QLabel(layout->parentWidget());
 	label->setAlignment(Qt::AlignCenter);
 	label->setAttribute(Qt::WA_TransparentForMouseEvents);
 	label->setStyleSheet(style);
@@ -51,7 +51,7 @@ QLabel *add_tab_label(QBoxLayout *layout, const QString &style)
 
 } // namespace
 
-TabBar::TabBar(Rows &rows, std::function<void(int)> chosen)
+TabBar::TabBar(Rows &rows, std::function<void(int)> chosen, QWidget *parent) : QWidget(parent)
 {
 	setObjectName(QStringLiteral("tabBar"));
 	setAttribute(Qt::WA_StyledBackground);
@@ -63,7 +63,7 @@ TabBar::TabBar(Rows &rows, std::function<void(int)> chosen)
 	group->setExclusive(true);
 
 	for (const TabEntry &entry : tab_entries) {
-		auto *button = new SmoothButton;
+		auto *button = new SmoothButton(this);
 		button->draw_text = false;
 		button->border_width[0] = 0;
 		button->bg_normal = Qt::transparent;

@@ -16,7 +16,7 @@ class SmoothButton;
 class TabBar : public QWidget {
 public:
 	// `chosen` takes the number of a tab that the user clicked.
-	TabBar(Rows &rows, std::function<void(int)> chosen);
+	TabBar(Rows &rows, std::function<void(int)> chosen, QWidget *parent);
 
 	// Gives each tab the width of its caption; called when the panel's style sheet reaches the tabs.
 	void fit_captions();

@@ -10,7 +10,7 @@ namespace kalvio {
 
 void build_body_tab(Rows &rows, QVBoxLayout *page)
 {
-	const Card card = rows.addCard("tab.body", {.reset = [] {
+	const Card card = rows.addCard(page, "tab.body", {.reset = [] {
 					       targeting().parameters.body.fill(0.0f);
 				       }});
 	page->addWidget(card.frame);

@@ -48,7 +48,7 @@ void reset_filter()
 void build_filter_tab(Rows &rows, QVBoxLayout *page)
 {
 	ParameterSet &set = targeting().parameters;
-	const Card card = rows.addCard("tab.filter", {.reset = reset_filter});
+	const Card card = rows.addCard(page, "tab.filter", {.reset = reset_filter});
 	page->addWidget(card.frame);
 	TileGroup tiles(rows, card.body, "fid");
 	tiles.add_grid(card.body, filter_tiles(), columns);

@@ -190,7 +190,7 @@ void reset_makeup()
 void build_makeup_tab(Rows &rows, QVBoxLayout *page)
 {
 	ParameterSet &set = targeting().parameters;
-	const Card card = rows.addCard("tab.makeup", {.reset = reset_makeup});
+	const Card card = rows.addCard(page, "tab.makeup", {.reset = reset_makeup});
 	page->addWidget(card.frame);
 	Item(rows, card.body, "makeup.lipstick")
 		.color<LipstickColor>(&set.lipstick_color, lipstick_colors, lipstick_swatches)

@@ -10,7 +10,7 @@ namespace kalvio {
 
 void build_reshape_tab(Rows &rows, QVBoxLayout *page)
 {
-	const Card card = rows.addCard("tab.reshape", {.reset = [] {
+	const Card card = rows.addCard(page, "tab.reshape", {.reset = [] {
 					       targeting().parameters.reshape.fill(0.0f);
 				       }});
 	page->addWidget(card.frame);

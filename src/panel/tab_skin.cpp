@@ -43,7 +43,7 @@ void reset_skin()
 void build_skin_tab(Rows &rows, QVBoxLayout *page)
 {
 	ParameterSet &set = targeting().parameters;
-	const Card card = rows.addCard("tab.skin", {.reset = reset_skin});
+	const Card card = rows.addCard(page, "tab.skin", {.reset = reset_skin});
 	page->addWidget(card.frame);
 	rows.addSwitchRow(card.body, "skin.skinOnly", &set.skin_only);
 	rows.addOptionRow<SmoothingStyle>(card.body, "skin.smoothingStyle", &set.smoothing_style, smoothing_styles, 3);

@@ -53,7 +53,7 @@ const GroupedTiles &sticker_tiles()
 void build_sticker_tab(Rows &rows, QVBoxLayout *page)
 {
 	ParameterSet &set = targeting().parameters;
-	const Card card = rows.addCard("tab.sticker", {.reset = [&set] {
+	const Card card = rows.addCard(page, "tab.sticker", {.reset = [&set] {
 					       set.sticker_id.clear();
 				       }});
 	page->addWidget(card.frame);

@@ -90,23 +90,23 @@ bool follow_list(Targeting &state, const Filters &before)
 }
 
 // The first steps of a poll: list, names, and the values of a list that changed.
-void follow_registry()
+void follow_registry(Targeting &state)
 {
-	// Keeps its memory, so that a poll that finds nothing new allocates nothing.
-	static Filters &current = *new Filters;
-	list_registered_filters(current);
+	state.selected_index = clamp_index(state.selected_index, state.filters.size());
+	if (are_registered_filters(state.filters)) {
+		if (!state.values_loaded)
+			follow_list(state, state.filters);
+		return;
+	}
 
-	Targeting &state = targeting();
+	Filters current;
+	list_registered_filters(current);
 	const bool is_other_list = !have_same_ids(state.filters, current);
 	if (is_other_list)
 		settle_single_push();
-
-	const bool needs_names = state.filters != current;
 	std::swap(state.filters, current);
-	if (needs_names) {
-		state.names = unique_names(state.filters);
-		state.changed = true;
-	}
+	state.names = unique_names(state.filters);
+	state.changed = true;
 	state.selected_index = clamp_index(state.selected_index, state.filters.size());
 	if (is_other_list || !state.values_loaded)
 		follow_list(state, current);
@@ -115,7 +115,9 @@ void follow_registry()
 // False when the filters that the panel knew have all been replaced since the last poll.
 bool has_known_filter(const Targeting &state)
 {
-	static Filters &current = *new Filters;
+	if (are_registered_filters(state.filters))
+		return !state.filters.empty();
+	Filters current;
 	list_registered_filters(current);
 	return have_common_id(state.filters, current);
 }
@@ -128,11 +130,10 @@ bool is_same(const UpdateStatus &left, const UpdateStatus &right)
 	return fields(left) == fields(right);
 }
 
-void follow_update_service()
+void follow_update_service(Targeting &state)
 {
 	start_update_check_if_due();
 	UpdateStatus status = update_status();
-	Targeting &state = targeting();
 	if (is_same(status, state.update))
 		return;
 	state.update = std::move(status);
@@ -158,9 +159,9 @@ Targeting &targeting()
 void poll_targets()
 {
 	Targeting &state = targeting();
-	follow_registry();
+	follow_registry(state);
 	state.status_text = translate(state.filters.empty() ? "obs.noFilter" : "console.live");
-	follow_update_service();
+	follow_update_service(state);
 	save_preferences_if_dirty();
 	push_pending();
 }
@@ -179,9 +180,10 @@ void begin_loading_filters()
 
 void end_loading_filters()
 {
-	targeting().values_loaded = false;
-	follow_registry();
-	targeting().filters_loading = false;
+	Targeting &state = targeting();
+	state.filters_loading = false;
+	state.values_loaded = false;
+	follow_registry(state);
 }
 
 bool sync_from_filter(int index)

@@ -7,19 +7,25 @@
 #include <QButtonGroup>
 #include <QGridLayout>
 #include <QLabel>
+#include <algorithm>
 
 namespace kalvio {
 namespace {
 
 constexpr int tile_spacing = 8;
 
-QWidget *make_tile(Rows &rows, QButtonGroup &group, const char *id_property, const Tile &tile)
+struct TileCell {
+	QWidget *cell;
+	SmoothButton *button;
+};
+
+TileCell make_tile(Rows &rows, QWidget *parent, const char *id_property, const Tile &tile)
 {
-	auto *cell = new QWidget;
+	auto *cell = new QWidget(parent);
 	auto *layout = new QGridLayout(cell);
 	layout->setContentsMargins(0, 0, 0, 0);
 
-	auto *button = new SmoothButton;
+	auto *button = new SmoothButton(cell);
 	button->setCheckable(true);
 	button->setCursor(Qt::PointingHandCursor);
 	button->setStyleSheet(QStringLiteral("QPushButton { border:1px solid transparent; background:transparent; "
@@ -28,12 +34,11 @@ QWidget *make_tile(Rows &rows, QButtonGroup &group, const char *id_property, con
 	// The columns are equal, whatever their texts ask for.
 	button->setMinimumWidth(1);
 	button->setProperty(id_property, QString::fromStdString(tile.id));
-	group.addButton(button);
 	layout->addWidget(button, 0, 0);
 
 	QLabel *tag = nullptr;
 	if (tile.is_animated) {
-		tag = new QLabel;
+		tag = new QLabel(cell);
 		tag->setAttribute(Qt::WA_TransparentForMouseEvents);
 		tag->setContentsMargins(0, 0, 4, 0);
 		tag->setStyleSheet(QStringLiteral("color:#fbbf24; font-size:9px; background:transparent;"));
@@ -47,7 +52,7 @@ QWidget *make_tile(Rows &rows, QButtonGroup &group, const char *id_property, con
 			button->setAccessibleDescription(tag->text());
 		}
 	});
-	return cell;
+	return {cell, button};
 }
 
 } // namespace
@@ -61,27 +66,26 @@ TileGroup::TileGroup(Rows &rows, QBoxLayout *layout, const char *id_property)
 void TileGroup::add_grid(QBoxLayout *layout, const std::vector<Tile> &tiles, int columns)
 {
 	auto *grid = new QGridLayout;
+	layout->addLayout(grid);
 	grid->setHorizontalSpacing(tile_spacing);
 	grid->setVerticalSpacing(tile_spacing);
 	int i = 0;
 	for (const Tile &tile : tiles) {
-		grid->addWidget(make_tile(rows_, *group_, id_property_, tile), i / columns, i % columns);
+		const TileCell made = make_tile(rows_, grid->parentWidget(), id_property_, tile);
+		group_->addButton(made.button, static_cast<int>(ids_.size()));
+		ids_.push_back(tile.id);
+		grid->addWidget(made.cell, i / columns, i % columns);
 		++i;
 	}
 	for (int column = 0; column < columns; ++column)
 		grid->setColumnStretch(column, 1);
-	layout->addLayout(grid);
 }
 
 void TileGroup::bind(const std::string *id, std::function<void(const std::string &)> store)
 {
-	rows_.add_refresher([group = group_, property = id_property_, id] {
-		const QString wanted = QString::fromStdString(*id);
-		for (QAbstractButton *button : group->buttons()) {
-			if (button->property(property).toString() == wanted)
-				return check_only(*group, button);
-		}
-		check_only(*group, nullptr);
+	rows_.add_refresher([group = group_, ids = ids_, id] {
+		const auto tile = std::ranges::find(ids, *id);
+		check_only(*group, tile == ids.end() ? nullptr : group->button(static_cast<int>(tile - ids.begin())));
 	});
 	Rows *rows = &rows_;
 	QObject::connect(group_, &QButtonGroup::idClicked, group_,

@@ -28,13 +28,15 @@ public:
 	// A grid of `columns` equal columns.
 	void add_grid(QBoxLayout *layout, const std::vector<Tile> &tiles, int columns);
 
-	// Binds the group to `*id`: that tile is checked; `store` runs with the id of a tile that the user clicks.
+	// After the grids: binds the group to `*id`: that tile is checked; `store` runs with the id of a tile that the
+	// user clicks.
 	void bind(const std::string *id, std::function<void(const std::string &)> store);
 
 private:
 	Rows &rows_;
 	const char *id_property_;
 	QButtonGroup *group_;
+	std::vector<std::string> ids_; // by the tile's id in the group
 };
 
 } // namespace kalvio

@@ -73,8 +73,9 @@ const char *text_in_language(const TranslationRow &row, int language)
 
 const char *translate(const char *key)
 {
-	const auto found = row_index().find(key);
-	return found == row_index().end() ? key : text_in_language(*found->second, current_language);
+	const RowIndex &rows = row_index();
+	const auto found = rows.find(key);
+	return found == rows.end() ? key : text_in_language(*found->second, current_language);
 }
 
 void set_language(int language)

@@ -55,9 +55,10 @@ QString server_text(const std::string &text)
 
 } // namespace
 
-UpdateStrip::UpdateStrip(Rows &rows, std::function<void()> dismissed)
-	: layout_(new QVBoxLayout(this)), title_(new ElidedLabel), notes_(new ElidedLabel), download_(new QPushButton),
-	  close_(makeIconButton(glyph::close, 14, 18)), quit_hint_(new QLabel)
+UpdateStrip::UpdateStrip(Rows &rows, std::function<void()> dismissed, QWidget *parent)
+	: QWidget(parent), layout_(new QVBoxLayout(this)), title_(new ElidedLabel(this)), notes_(new ElidedLabel(this)),
+	  download_(new QPushButton(this)), close_(makeIconButton(glyph::close, 14, 18, this)),
+	  quit_hint_(new QLabel(this))
 {
 	setAttribute(Qt::WA_StyledBackground);
 	hide();

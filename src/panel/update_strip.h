@@ -20,7 +20,7 @@ class Rows;
 class UpdateStrip : public QWidget {
 public:
 	// `dismissed` runs after the user has closed the notice.
-	UpdateStrip(Rows &rows, std::function<void()> dismissed);
+	UpdateStrip(Rows &rows, std::function<void()> dismissed, QWidget *parent);
 
 	void refresh(const UpdateStatus &status);
 

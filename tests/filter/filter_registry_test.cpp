@@ -68,6 +68,21 @@ TEST_F(FilterRegistry, DoesNotListANullSource)
 	EXPECT_EQ(registered_filter_names().size(), 3u);
 }
 
+TEST_F(FilterRegistry, KnowsItsOwnListAgainUntilAnythingChanges)
+{
+	std::vector<RegisteredFilter> known;
+	list_registered_filters(known);
+	EXPECT_TRUE(are_registered_filters(known));
+	parents_[1].name = "B renamed";
+	EXPECT_FALSE(are_registered_filters(known));
+	list_registered_filters(known);
+	EXPECT_TRUE(are_registered_filters(known));
+	unregister_filter(filters_[2].handle());
+	EXPECT_FALSE(are_registered_filters(known));
+	register_filter(filters_[2].handle()); // another filter, though at the same place
+	EXPECT_FALSE(are_registered_filters(known));
+}
+
 TEST_F(FilterRegistry, HoldsNoReferences)
 {
 	EXPECT_EQ(call_journal().count("obs_source_get_ref"), 0u);

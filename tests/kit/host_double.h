@@ -107,7 +107,7 @@ public:
 	void set_finds_missing_files(bool enabled);
 
 	// No checks, no journal, no allocation: map hands out the surface's own memory, set_image copies once, drawing
-	// and staging do nothing. For benchmarks.
+	// and staging do nothing; sources are taken to be alive and are not counted. For benchmarks.
 	void set_cheap(bool cheap);
 
 	// Runs `frame` as the host's graphics thread does, inside the graphics context, and gives what it drew on the

@@ -216,6 +216,8 @@ obs_source_t *obs_filter_get_target(const obs_source_t *filter)
 
 obs_source_t *obs_filter_get_parent(const obs_source_t *filter)
 {
+	if (host_is_cheap())
+		return reinterpret_cast<const FakeSource *>(filter)->parent->handle();
 	host_call(__func__, name_of(filter));
 	FakeSource *fake = known_source(__func__, filter);
 	return fake && fake->parent ? fake->parent->handle() : nullptr;
@@ -241,6 +243,8 @@ uint32_t obs_source_get_base_height(obs_source_t *source)
 
 const char *obs_source_get_name(const obs_source_t *source)
 {
+	if (host_is_cheap())
+		return reinterpret_cast<const FakeSource *>(source)->name.c_str();
 	host_call(__func__, name_of(source));
 	const FakeSource *fake = known_source(__func__, source);
 	return fake && !fake->nameless ? fake->name.c_str() : nullptr;
@@ -255,6 +259,8 @@ obs_data_t *obs_source_get_settings(const obs_source_t *source)
 
 obs_source_t *obs_source_get_ref(obs_source_t *source)
 {
+	if (host_is_cheap())
+		return source;
 	host_call(__func__, name_of(source));
 	FakeSource *fake = known_source(__func__, source);
 	return fake && SourceAccess::add_reference(*fake) ? source : nullptr;
@@ -262,7 +268,7 @@ obs_source_t *obs_source_get_ref(obs_source_t *source)
 
 void obs_source_release(obs_source_t *source)
 {
-	if (!source)
+	if (!source || host_is_cheap())
 		return;
 	host_call(__func__, name_of(source));
 	FakeSource *fake = known_source(__func__, source);
@@ -291,6 +297,8 @@ void obs_weak_source_release(obs_weak_source_t *weak)
 
 void obs_source_update(obs_source_t *source, obs_data_t *settings)
 {
+	if (host_is_cheap())
+		return reinterpret_cast<FakeSource *>(source)->update(settings);
 	host_call(__func__, name_of(source));
 	FakeSource *fake = known_source(__func__, source);
 	if (fake && fake->references() <= 0)
