@@ -1,32 +1,24 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/ui_file.h"
 
+#include "platform/small_file.h"
+
+#include <cstdint>
 #include <obs-module.h>
 #include <util/bmem.h>
 #include <util/platform.h>
 #include <util/util.hpp>
-
-#include <cstdint>
-#include <sys/stat.h>
 
 namespace kalvio {
 
 namespace {
 
 // Far above anything that was ever written.
-constexpr std::int64_t largest_file_bytes = 1024 * 1024;
-
-// The host's reader takes the memory that a seek to the end asks for, which for a folder is all there is, and waits at
-// a pipe.
-bool is_readable_file(const char *path)
-{
-	struct stat info = {};
-	return os_stat(path, &info) == 0 && (info.st_mode & S_IFMT) == S_IFREG && info.st_size <= largest_file_bytes;
-}
+constexpr std::uintmax_t largest_file_bytes = 1024 * 1024;
 
 OBSDataAutoRelease read_object(const char *path)
 {
-	return is_readable_file(path) ? obs_data_create_from_json_file(path) : nullptr;
+	return is_small_file(path, largest_file_bytes) ? obs_data_create_from_json_file(path) : nullptr;
 }
 
 } // namespace

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "update/dismissal.h"
 
+#include "platform/small_file.h"
+
 #include <obs.hpp>
 #include <util/platform.h>
-
-#include <sys/stat.h>
 
 namespace kalvio {
 
@@ -14,20 +14,13 @@ constexpr const char *version_key = "version";
 constexpr const char *until_key = "until";
 
 // Far above any record that was ever written.
-constexpr std::int64_t largest_file_bytes = 65'536;
-
-// The host's reader allocates what a seek to the end reports, and for a folder that is all there is.
-bool is_small_file(const char *file)
-{
-	struct stat info = {};
-	return os_stat(file, &info) == 0 && (info.st_mode & S_IFMT) == S_IFREG && info.st_size <= largest_file_bytes;
-}
+constexpr std::uintmax_t largest_file_bytes = 65'536;
 
 } // namespace
 
 Dismissal load_dismissal(const std::string &file)
 {
-	if (!is_small_file(file.c_str()))
+	if (!is_small_file(file.c_str(), largest_file_bytes))
 		return {};
 	const OBSDataAutoRelease data = obs_data_create_from_json_file(file.c_str());
 	if (!data)
