@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/dock_host.h"
 
+#include "filter/callback_shim.h"
 #include "panel/dock_geometry.h"
 #include "panel/frontend_docks.h"
 #include "panel/kalvio_panel.h"
@@ -167,11 +168,11 @@ void poll()
 void start_polling()
 {
 	DockHost &state = host();
-	if (!state.poll_timer) {
-		state.poll_timer = new QTimer(state.panel);
-		QObject::connect(state.poll_timer, &QTimer::timeout, state.panel, poll);
-		state.poll_timer->start(poll_interval_ms);
-	}
+	if (state.poll_timer)
+		return;
+	state.poll_timer = new QTimer(state.panel);
+	QObject::connect(state.poll_timer, &QTimer::timeout, state.panel, Shim<poll>::call);
+	state.poll_timer->start(poll_interval_ms);
 	poll();
 }
 
@@ -183,22 +184,31 @@ void stop_polling()
 	state.poll_timer = nullptr;
 }
 
-void create_dock()
+// False without a panel in a dock, now and as long as the host refuses it.
+bool make_panel()
 {
 	DockHost &state = host();
-	if (!state.is_running || state.panel || !main_window())
-		return;
+	if (state.panel)
+		return true;
 	state.open_on_startup = load_ui_prefs(language_from_locale(obs_get_locale()));
 	load_dock_geometry(state.geometry);
 
 	auto panel = std::make_unique<KalvioPanel>();
 	if (!add_frontend_dock(dock_id, dock_title, panel.get())) {
 		blog(LOG_ERROR, "[Kalvio] failed to add Qt dock");
-		return;
+		return false;
 	}
 	blog(LOG_INFO, "[Kalvio] Qt dock added");
 	state.panel = panel.release();
 	state.registered = state.panel.data();
+	return true;
+}
+
+// Does what is still to be done: whatever failed is tried again with the next call.
+void create_dock()
+{
+	if (!host().is_running || !main_window() || !make_panel())
+		return;
 	hook_dock();
 	start_polling();
 }
@@ -207,8 +217,8 @@ void finish_loading()
 {
 	if (!host().is_running)
 		return;
-	restore_geometry();
-	end_loading_filters();
+	Shim<restore_geometry>::call();
+	Shim<end_loading_filters>::call();
 	is_frontend_ready = true;
 }
 
@@ -217,7 +227,7 @@ void remove_event_callback();
 void exit_frontend()
 {
 	DockHost &state = host();
-	save_geometry();
+	Shim<save_geometry>::call();
 	stop_polling();
 	state.panel = nullptr;
 	state.is_running = false;
@@ -228,9 +238,9 @@ void frontend_event(obs_frontend_event event, void *)
 {
 	switch (event) {
 	case OBS_FRONTEND_EVENT_FINISHED_LOADING:
-		create_dock();
+		Shim<create_dock>::call();
 		// In the next turn, when the host has restored its own state of the docks.
-		post_to_ui_thread(finish_loading);
+		post_to_ui_thread(Shim<finish_loading>::call);
 		break;
 	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING:
 		begin_loading_filters();
@@ -252,7 +262,7 @@ void frontend_event(obs_frontend_event event, void *)
 void remove_event_callback()
 {
 	if (std::exchange(host().has_callback, false))
-		obs_frontend_remove_event_callback(frontend_event, nullptr);
+		obs_frontend_remove_event_callback(Shim<frontend_event>::call, nullptr);
 }
 
 void add_tools_entry()
@@ -262,30 +272,16 @@ void add_tools_entry()
 		QObject::connect(action, &QAction::triggered, action, [] { show_dock(); });
 }
 
-} // namespace
-
-void show_dock()
+void show_and_raise()
 {
-	run_on_ui_thread([] {
-		create_dock();
-		if (QDockWidget *dock = find_dock_widget()) {
-			dock->show();
-			dock->raise();
-		}
-	});
+	create_dock();
+	if (QDockWidget *dock = find_dock_widget()) {
+		dock->show();
+		dock->raise();
+	}
 }
 
-void schedule_prop_center()
-{
-	post_to_ui_thread(install_prop_center);
-}
-
-bool frontend_ready() noexcept
-{
-	return is_frontend_ready;
-}
-
-void start_dock_host()
+void start()
 {
 	DockHost &state = host();
 	state = {};
@@ -294,13 +290,13 @@ void start_dock_host()
 		return;
 	state.is_running = true;
 	begin_loading_filters();
-	obs_frontend_add_event_callback(frontend_event, nullptr);
+	obs_frontend_add_event_callback(Shim<frontend_event>::call, nullptr);
 	state.has_callback = true;
-	create_dock();
+	Shim<create_dock>::call();
 	add_tools_entry();
 }
 
-void stop_dock_host()
+void stop()
 {
 	DockHost &state = host();
 	state.is_running = false;
@@ -310,6 +306,35 @@ void stop_dock_host()
 	if (state.registered)
 		remove_frontend_dock(dock_id);
 	state.panel = nullptr;
+}
+
+} // namespace
+
+// What the host's C code and its event loop call lets no exception out.
+
+void show_dock()
+{
+	run_on_ui_thread(Shim<show_and_raise>::call);
+}
+
+void schedule_prop_center()
+{
+	post_to_ui_thread(Shim<install_prop_center>::call);
+}
+
+bool frontend_ready() noexcept
+{
+	return is_frontend_ready;
+}
+
+void start_dock_host()
+{
+	Shim<start>::call();
+}
+
+void stop_dock_host()
+{
+	Shim<stop>::call();
 }
 
 } // namespace kalvio

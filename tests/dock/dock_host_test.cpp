@@ -246,6 +246,51 @@ TEST_F(DockTest, CollectionEventsBeforeTheHostHasLoadedDoNotEndTheLoading)
 	EXPECT_TRUE(targeting().filters_loading);
 }
 
+// Out of memory
+
+TEST_F(DockTest, EventThatFindsNoMemoryIsReportedAndTheNextPollDoesItsWork)
+{
+	start();
+	FakeSource filter("Camera");
+	obs_data_set_double(filter.settings, "smoothing", 0.25);
+	register_filter(filter.handle());
+	frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
+	host_double().throw_in("obs_source_get_name");
+	EXPECT_NO_THROW(frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED));
+	EXPECT_EQ(log.count({LOG_ERROR, "[Kalvio] unexpected error: std::bad_alloc"}), 1u);
+	fire(*poll_timer());
+	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+	unregister_filter(filter.handle());
+}
+
+TEST_F(DockTest, PollThatFindsNoMemoryIsReportedAndTheNextOneWorks)
+{
+	start();
+	FakeSource filter("Camera");
+	register_filter(filter.handle());
+	host_double().throw_in("obs_source_get_name");
+	EXPECT_NO_THROW(fire(*poll_timer()));
+	EXPECT_EQ(log.count({LOG_ERROR, "[Kalvio] unexpected error: std::bad_alloc"}), 1u);
+	fire(*poll_timer());
+	EXPECT_EQ(targeting().names, std::vector<std::string>{"Camera"});
+	unregister_filter(filter.handle());
+}
+
+TEST_F(DockTest, StartThatFindsNoMemoryStillEndsInADock)
+{
+	FakeSource filter("Camera");
+	register_filter(filter.handle());
+	host_double().throw_in("obs_source_get_name");
+	EXPECT_NO_THROW(start());
+	EXPECT_EQ(log.count({LOG_ERROR, "[Kalvio] unexpected error: std::bad_alloc"}), 1u);
+	EXPECT_EQ(frontend->tools_titles.size(), 1u);
+	EXPECT_TRUE(frontend_ready());
+	ASSERT_TRUE(poll_timer());
+	fire(*poll_timer());
+	EXPECT_EQ(targeting().names, std::vector<std::string>{"Camera"});
+	unregister_filter(filter.handle());
+}
+
 // The end
 
 TEST_F(DockTest, ExitStopsThePollsAndLeavesThePanelToTheHost)
