@@ -21,6 +21,9 @@ struct Frame {
 	const uint8_t *input_row(int y) const { return input + size_t(y) * size_t(stride_bytes); }
 	uint8_t *output_row(int y) const { return output + size_t(y) * size_t(stride_bytes); }
 	size_t row_bytes() const { return size_t(width) * bytes_per_pixel; }
+	// Kernels that work in whole vectors of up to 64 bytes stay within such a row; others go through scratch
+	// memory.
+	bool has_rows_of_whole_vectors() const { return row_bytes() % 64 == 0; }
 };
 
 // Writes the whole output according to the engine's settings and loaded effects.

@@ -301,17 +301,5 @@ TEST_F(Background, BlurIsAGaussian)
 	EXPECT_GT(blur_psnr(input, 4), 35);
 }
 
-TEST_F(Background, KeyAndBlurGiveTheSameBytesWithAnyNumberOfThreads)
-{
-	const Picture input = noise_picture(333, 217, 4);
-	key(0, 0.5F, 0.5F, 0.5F);
-	kl_set_virtual_background_blur(engine.get(), 0.7F);
-	const Picture expected = processed(input);
-	for (int threads = 1; threads < 5; ++threads) {
-		engine->pool = std::make_shared<Pool>(threads);
-		EXPECT_EQ(processed(input).bytes, expected.bytes) << threads;
-	}
-}
-
 } // namespace
 } // namespace kalvio::engine::testing

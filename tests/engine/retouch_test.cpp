@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "engine.h"
 #include "engine_fixture.h"
-
-#include <hwy/targets.h>
 
 #include <cmath>
 
@@ -219,63 +216,6 @@ TEST_F(Retouch, SettingsTakeEffectOnTheNextFrame)
 	EXPECT_NE(processed(input).bytes, input.bytes);
 	kl_set_whitening(engine.get(), 0);
 	EXPECT_EQ(processed(input).bytes, input.bytes);
-}
-
-// All retouch effects at once, on a picture whose sides are no multiple of anything.
-class SameBytes : public EngineTest {
-protected:
-	void SetUp() override { set_all(engine.get()); }
-	void TearDown() override { hwy::SetSupportedTargetsForTest(0); }
-
-	static void set_all(kl_engine *engine)
-	{
-		kl_set_beauty_skin_only(engine, true);
-		kl_set_smoothing(engine, 0.7F);
-		kl_set_smoothing_style(engine, 0);
-		kl_set_whitening(engine, 0.6F);
-		kl_set_rosiness(engine, 0.4F);
-		kl_set_sharpening(engine, 0.5F);
-	}
-
-	const Picture input = patches(333, 217, light_skin, {140, 100, 80}, 20);
-};
-
-TEST_F(SameBytes, OnEveryInstructionSet)
-{
-	const Picture expected = processed(input);
-	int tried = 0;
-	const int64_t supported = hwy::SupportedTargets();
-	for (int64_t target = 1; target <= HWY_SSE4; target <<= 1) {
-		if ((supported & target) == 0)
-			continue;
-		hwy::SetSupportedTargetsForTest(target);
-		hwy::GetChosenTarget().DeInit();
-		EXPECT_EQ(processed(input).bytes, expected.bytes) << hwy::TargetName(target);
-		++tried;
-	}
-	EXPECT_GE(tried, 1);
-}
-
-TEST_F(SameBytes, WithAnyNumberOfThreads)
-{
-	const Picture expected = processed(input);
-	for (int threads = 1; threads <= 5; ++threads) {
-		const EnginePointer other = create();
-		other->pool = std::make_shared<Pool>(threads);
-		set_all(other.get());
-		Picture output(input.width, input.height);
-		ASSERT_EQ(kl_process_rgba(other.get(), input.bytes.data(), input.width, input.height, input.stride,
-					  output.bytes.data(), 1, 0),
-			  KL_OK);
-		EXPECT_EQ(output.bytes, expected.bytes) << threads;
-	}
-}
-
-TEST_F(SameBytes, FrameAfterFrame)
-{
-	const Picture expected = processed(input);
-	processed(noise_picture(64, 64, 1));
-	EXPECT_EQ(processed(input).bytes, expected.bytes);
 }
 
 } // namespace

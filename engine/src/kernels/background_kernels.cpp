@@ -217,6 +217,18 @@ void composite_row(uint8_t *HWY_RESTRICT row, int width, const uint8_t *HWY_REST
 	}
 }
 
+void weigh_row(const uint8_t *row, int width, const uint8_t *matte, uint8_t *out)
+{
+	const Words d;
+	const int lanes = static_cast<int>(hn::Lanes(d));
+	const WordVector colour = hn::LoadDup128(d, colour_lanes);
+	for (int byte = 0; byte < width * 4; byte += lanes) {
+		const WordVector value = hn::IfVecThenElse(colour, load_words(row + byte), hn::Set(d, 255));
+		const WordVector weighted = blend(hn::Zero(d), value, load_words(matte + byte));
+		hn::StoreU(hn::DemoteTo(WordBytes(), weighted), WordBytes(), out + byte);
+	}
+}
+
 void mix_row(uint8_t *HWY_RESTRICT row, int width, const uint8_t *HWY_RESTRICT other, int weight)
 {
 	const Words d;
@@ -228,91 +240,6 @@ void mix_row(uint8_t *HWY_RESTRICT row, int width, const uint8_t *HWY_RESTRICT o
 		const WordVector step = hn::ShiftLeft<7>(hn::Sub(load_words(other + byte), value));
 		const WordVector change = hn::MulFixedPoint15(step, factor);
 		hn::StoreU(hn::DemoteTo(WordBytes(), hn::Add(value, change)), WordBytes(), row + byte);
-	}
-}
-
-using Cell = hn::FixedTag<float, 4>;
-
-void background_cells(const uint8_t *const rows[4], const uint8_t *const mattes[4], int cells, float *HWY_RESTRICT out)
-{
-	const Cell df;
-	const hn::FixedTag<int32_t, 4> d;
-	const hn::FixedTag<uint8_t, 16> d8;
-	const auto alpha = hn::BitCast(d8, hn::Set(hn::FixedTag<uint32_t, 4>(), 0xFF000000U));
-	const hn::FixedTag<uint16_t, 8> d16;
-	const hn::FixedTag<uint32_t, 4> d32;
-	const auto scale = hn::Set(df, 1.0F / (16.0F * 255.0F));
-	for (int cell = 0; cell < cells; ++cell) {
-		auto sum = hn::Zero(d32);
-		for (int row = 0; row < 4; ++row) {
-			// Alpha becomes 255 / 255 = 1: the fourth channel sums the weights, 255 times too large.
-			const auto pixels = hn::Or(hn::LoadU(d8, rows[row] + cell * 16), alpha);
-			const auto weights = hn::Not(hn::LoadU(d8, mattes[row] + cell * 16));
-			const auto low = hn::Mul(hn::PromoteTo(d16, hn::LowerHalf(pixels)),
-						 hn::PromoteTo(d16, hn::LowerHalf(weights)));
-			const hn::FixedTag<uint8_t, 8> half;
-			const auto high = hn::Mul(hn::PromoteTo(d16, hn::UpperHalf(half, pixels)),
-						  hn::PromoteTo(d16, hn::UpperHalf(half, weights)));
-			const hn::FixedTag<uint16_t, 4> quarter;
-			sum = hn::Add(sum, hn::Add(hn::PromoteTo(d32, hn::LowerHalf(quarter, low)),
-						   hn::PromoteTo(d32, hn::UpperHalf(quarter, low))));
-			sum = hn::Add(sum, hn::Add(hn::PromoteTo(d32, hn::LowerHalf(quarter, high)),
-						   hn::PromoteTo(d32, hn::UpperHalf(quarter, high))));
-		}
-		const auto value = hn::ConvertTo(df, hn::BitCast(d, sum));
-		hn::StoreU(hn::Mul(value, scale), df, out + cell * 4);
-	}
-}
-
-void convolve_cells(const float *HWY_RESTRICT padded, const float *HWY_RESTRICT weights, int taps, int cells,
-		    float *HWY_RESTRICT out)
-{
-	const hn::ScalableTag<float> d;
-	const int lanes = static_cast<int>(hn::Lanes(d));
-	for (int index = 0; index < cells * 4; index += lanes) {
-		auto sum = hn::Mul(hn::LoadU(d, padded + index), hn::Set(d, weights[0]));
-		for (int tap = 1; tap < taps; ++tap)
-			sum = hn::Add(sum, hn::Mul(hn::LoadU(d, padded + index + tap * 4), hn::Set(d, weights[tap])));
-		hn::StoreU(sum, d, out + index);
-	}
-}
-
-void convolve_rows(const float *const *rows, const float *HWY_RESTRICT weights, int taps, int floats,
-		   float *HWY_RESTRICT out)
-{
-	const hn::ScalableTag<float> d;
-	const int lanes = static_cast<int>(hn::Lanes(d));
-	for (int index = 0; index < floats; index += lanes) {
-		auto sum = hn::Mul(hn::LoadU(d, rows[0] + index), hn::Set(d, weights[0]));
-		for (int tap = 1; tap < taps; ++tap)
-			sum = hn::Add(sum, hn::Mul(hn::LoadU(d, rows[tap] + index), hn::Set(d, weights[tap])));
-		hn::StoreU(sum, d, out + index);
-	}
-}
-
-void enlarge_row(const int16_t *HWY_RESTRICT cells, int phases, const int16_t *HWY_RESTRICT left,
-		 const int16_t *HWY_RESTRICT right, int width, int y, uint8_t *HWY_RESTRICT row)
-{
-	const hn::CappedTag<int16_t, 16> d;
-	const hn::Rebind<uint8_t, decltype(d)> d8;
-	const int lanes = static_cast<int>(hn::Lanes(d));
-	const int groups = (width + 3) / 4;
-	for (int part = 0; part < 16; part += lanes) {
-		const auto rounding = hn::LoadU(d, dither_rows[y & 3] + part);
-		for (int group = 0, phase = 0, cell = 0; group < groups; ++group) {
-			const auto centre = hn::LoadDup128(d, cells + cell * 8);
-			const auto before = hn::Sub(hn::LoadDup128(d, cells + cell * 8 - 8), centre);
-			const auto behind = hn::Sub(hn::LoadDup128(d, cells + cell * 8 + 8), centre);
-			auto value =
-				hn::Add(centre, hn::MulFixedPoint15(before, hn::LoadU(d, left + phase * 16 + part)));
-			value = hn::Add(value, hn::MulFixedPoint15(behind, hn::LoadU(d, right + phase * 16 + part)));
-			value = hn::ShiftRight<6>(hn::Add(value, rounding));
-			hn::StoreU(hn::DemoteTo(d8, value), d8, row + group * 16 + part);
-			if (++phase == phases) {
-				phase = 0;
-				++cell;
-			}
-		}
 	}
 }
 
@@ -328,10 +255,7 @@ HWY_EXPORT(despill_row);
 HWY_EXPORT(cut_row);
 HWY_EXPORT(composite_row);
 HWY_EXPORT(mix_row);
-HWY_EXPORT(background_cells);
-HWY_EXPORT(convolve_cells);
-HWY_EXPORT(convolve_rows);
-HWY_EXPORT(enlarge_row);
+HWY_EXPORT(weigh_row);
 
 void key_row(const uint8_t *row, int width, const ColorKey &key, uint8_t *matte)
 {
@@ -364,25 +288,9 @@ void mix_row(uint8_t *row, int width, const uint8_t *other, int weight)
 	HWY_DYNAMIC_DISPATCH(mix_row)(row, width, other, weight);
 }
 
-void background_cells(const uint8_t *const rows[4], const uint8_t *const mattes[4], int cells, float *out)
+void weigh_row(const uint8_t *row, int width, const uint8_t *matte, uint8_t *out)
 {
-	HWY_DYNAMIC_DISPATCH(background_cells)(rows, mattes, cells, out);
-}
-
-void convolve_cells(const float *padded, const float *weights, int taps, int cells, float *out)
-{
-	HWY_DYNAMIC_DISPATCH(convolve_cells)(padded, weights, taps, cells, out);
-}
-
-void convolve_rows(const float *const *rows, const float *weights, int taps, int floats, float *out)
-{
-	HWY_DYNAMIC_DISPATCH(convolve_rows)(rows, weights, taps, floats, out);
-}
-
-void enlarge_row(const int16_t *cells, int phases, const int16_t *left, const int16_t *right, int width, int y,
-		 uint8_t *row)
-{
-	HWY_DYNAMIC_DISPATCH(enlarge_row)(cells, phases, left, right, width, y, row);
+	HWY_DYNAMIC_DISPATCH(weigh_row)(row, width, matte, out);
 }
 
 } // namespace kalvio::engine::kernels

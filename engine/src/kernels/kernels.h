@@ -122,18 +122,44 @@ void composite_row(uint8_t *row, int width, const uint8_t *matte, const uint8_t 
 // row = row + (other - row) * weight (8 fraction bits, 0..256); alpha is kept.
 void mix_row(uint8_t *row, int width, const uint8_t *other, int weight);
 
-// Like cell_means, of the background alone: sums of {r, g, b, 1} * (255 - matte) over 4 x 4 pixels, / (16 * 255).
-void background_cells(const uint8_t *const rows[4], const uint8_t *const mattes[4], int cells, float *out);
+// --- Background blur ----------------------------------------------------------------------------------------------
+//
+// Cells stand for blocks of block x block pixels, 4 to 128 a side. Pixels travel as pairs of channels, red and blue or
+// green and alpha: bytes become 16-bit values and bytes again without changing their order. A cell is {r, b, g, a}.
+
+// A row with the weight that the matte leaves to the background: out = {r, g, b, 255} * (255 - matte) / 255.
+void weigh_row(const uint8_t *row, int width, const uint8_t *matte, uint8_t *out);
+
+struct ChannelSums {
+	uint16_t *red_blue;
+	uint16_t *green_alpha;
+};
+
+// The sums of four rows, with `add` on top of what is there. At most 128 rows fit.
+void sum_rows(const uint8_t *const rows[4], int bytes, bool add, const ChannelSums &sums);
+
+// The sums of `block` rows become cells of four floats, the mean of each channel, 0..1; alpha is 1 if `opaque`.
+void cells_of_sums(const ChannelSums &sums, int block, int cells, bool opaque, float *out);
 
 // out = sum over the taps of padded[cell + tap] * weights[tap]; `padded` starts at the first tap of the first cell.
 void convolve_cells(const float *padded, const float *weights, int taps, int cells, float *out);
 // out[i] = sum over the rows of row[i] * weights[row].
 void convolve_rows(const float *const *rows, const float *weights, int taps, int floats, float *out);
 
-// Cells of 8 values (the channels of a pixel twice, 6 fraction bits), each `4 * phases` pixels wide, become pixels by
-// linear interpolation. For each phase, a group of four pixels in its cell, `left` and `right` hold 16 weights (15
-// fraction bits) of the neighbour cells. Read one cell before and behind. `y` picks the dither row.
-void enlarge_row(const int16_t *cells, int phases, const int16_t *left, const int16_t *right, int width, int y,
-		 uint8_t *row);
+// Cells with a weight in their fourth channel become colours with 6 fraction bits, opaque; black where all weights are
+// next to nothing.
+void fixed_cells(const float *weighted, int cells, int16_t *out);
+
+struct ChannelRows {
+	int16_t *red_blue;
+	int16_t *green_alpha;
+};
+
+// A row of `count` cells, read one cell before and behind, enlarged along the row by linear interpolation. `left` and
+// `right` hold for the pixels of a cell the weights of its neighbours, 15 fraction bits, each twice.
+void enlarge_cells(const int16_t *cells, int block, const int16_t *left, const int16_t *right, int count,
+		   const ChannelRows &out);
+// Pixels between two such rows, `weight` 0..32767 of the lower one. `y` picks the dither row.
+void blend_rows(const ChannelRows &above, const ChannelRows &below, int16_t weight, int width, int y, uint8_t *row);
 
 } // namespace kalvio::engine::kernels

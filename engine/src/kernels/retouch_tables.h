@@ -20,6 +20,14 @@ alignas(64) inline constexpr int16_t dither_rows[4][16] = {
 	{62, 62, 62, 32, 30, 30, 30, 32, 54, 54, 54, 32, 22, 22, 22, 32},
 };
 
+// The same for two channels of four pixels.
+alignas(16) inline constexpr int16_t pair_dither_rows[4][8] = {
+	{2, 2, 34, 34, 10, 10, 42, 42},
+	{50, 50, 18, 18, 58, 58, 26, 26},
+	{14, 14, 46, 46, 6, 6, 38, 38},
+	{62, 62, 30, 30, 54, 54, 22, 22},
+};
+
 alignas(16) inline constexpr int16_t luma_weights[8] = {6963, 23434, 2371, 0, 6963, 23434, 2371, 0}; // Rec. 709
 alignas(16) inline constexpr int16_t colour_lanes[8] = {-1, -1, -1, 0, -1, -1, -1, 0};
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "stages/background_blur.h"
 
-#include "kernels/kernels.h"
 #include "pool.h"
 
 #include <algorithm>
@@ -12,9 +11,8 @@ namespace kalvio::engine {
 
 namespace {
 
-constexpr int fine_block = 4;
-constexpr int max_block = 128;
-constexpr int rows_per_task = 4;
+constexpr int smallest_block = 4;
+constexpr int lines = 4; // picture rows that are summed at a time
 // In cells. Larger deviations go to a coarser grid: the cost of a pixel does not depend on the strength.
 constexpr float largest_grid_deviation = 4;
 // Variance that is there before any convolution: a box of one cell (1/12) and linear interpolation (1/6).
@@ -41,91 +39,83 @@ int gaussian(float variance, float *weights, int max_taps)
 
 } // namespace
 
-void BackgroundBlur::choose_scale(const Frame &frame, float deviation, int slots)
+void BackgroundBlur::choose_scale(const Frame &frame, float deviation)
 {
-	block_ = fine_block;
+	block_ = smallest_block;
 	while (block_ < max_block && deviation > largest_grid_deviation * static_cast<float>(block_))
 		block_ *= 2;
 	const float grid_deviation = deviation / static_cast<float>(block_);
 	taps_ = gaussian(grid_deviation * grid_deviation - variance_of_grid, weights_.data(), max_taps);
 	mix_ = static_cast<int>(std::lrint(std::min(grid_deviation / std::sqrt(variance_of_grid), 1.0F) * 256.0F));
-
-	fine_columns_ = (frame.width + fine_block - 1) / fine_block;
-	fine_rows_ = (frame.height + fine_block - 1) / fine_block;
 	columns_ = (frame.width + block_ - 1) / block_;
 	rows_ = (frame.height + block_ - 1) / block_;
-	row_floats_ = (fine_columns_ * 4 + kernels::grid_padding + 15) / 16 * 16;
-	row_values_ = (columns_ + 2) * 8 + kernels::grid_padding;
 
 	for (int pixel = 0; pixel < block_; ++pixel) {
 		const float place = (static_cast<float>(pixel) + 0.5F) / static_cast<float>(block_) - 0.5F;
 		const auto weight = static_cast<int16_t>(std::lrint(std::abs(place) * 32768.0F));
-		for (size_t channel = 0; channel < 4; ++channel) {
-			left_[size_t(pixel) * 4 + channel] = place < 0 ? weight : int16_t{0};
-			right_[size_t(pixel) * 4 + channel] = place < 0 ? int16_t{0} : weight;
+		for (size_t channel = 0; channel < 2; ++channel) {
+			left_[size_t(pixel) * 2 + channel] = place < 0 ? weight : int16_t{0};
+			right_[size_t(pixel) * 2 + channel] = place < 0 ? int16_t{0} : weight;
 		}
 	}
+}
 
-	fine_.require(size_t(row_floats_) * size_t(fine_rows_));
-	if (block_ > fine_block)
-		coarse_.require(size_t(row_floats_) * size_t(rows_));
+void BackgroundBlur::resize(const Frame &frame, int slots)
+{
+	row_floats_ = (columns_ * 4 + kernels::grid_padding + 15) / 16 * 16;
+	row_values_ = (columns_ + 2) * 4 + kernels::grid_padding;
+	means_.require(size_t(row_floats_) * size_t(rows_));
 	across_.require(size_t(row_floats_) * size_t(rows_));
 	cells_.require(size_t(row_values_) * size_t(rows_));
+
+	const size_t pair_values = size_t(columns_) * size_t(block_) * 2 + size_t(kernels::grid_padding);
 	slots_.resize(std::max(slots_.size(), size_t(slots)));
-	const size_t line_bytes = size_t(fine_columns_) * 16 + size_t(kernels::row_padding_bytes);
 	for (Slot &slot : slots_) {
-		slot.lines.require(line_bytes * 8);
+		slot.lines.require((frame.row_bytes() + size_t(kernels::row_padding_bytes)) * lines * 2);
+		slot.column_sums.require(pair_values * 2);
 		slot.sums.require(size_t(row_floats_) + max_taps * 4);
-		slot.row.require(size_t(row_values_));
+		int16_t *values = slot.enlarged_values.require(pair_values * 4);
+		for (EnlargedRow &row : slot.enlarged) {
+			row = {-1, {values, values + pair_values}};
+			values += 2 * pair_values;
+		}
 	}
 }
 
+// At the right and lower edge the last pixels stand for those beyond.
 void BackgroundBlur::measure_row(const Frame &frame, const kernels::ColorKey *key, int y, Slot &slot)
 {
-	const size_t line_bytes = size_t(fine_columns_) * 16 + size_t(kernels::row_padding_bytes);
-	const uint8_t *rows[4];
-	const uint8_t *mattes[4];
-	for (int line = 0; line < fine_block; ++line) {
-		uint8_t *row = slot.lines.data() + size_t(line) * line_bytes;
-		uint8_t *matte = row + 4 * line_bytes;
-		std::memcpy(row, frame.input_row(std::min(y * fine_block + line, frame.height - 1)), frame.row_bytes());
-		for (int x = frame.width; x < fine_columns_ * fine_block; ++x)
-			std::memcpy(row + size_t(x) * 4, row + size_t(frame.width - 1) * 4, 4);
-		if (key != nullptr)
-			kernels::key_row(row, fine_columns_ * fine_block, *key, matte);
-		else
-			std::memset(matte, 0, size_t(fine_columns_) * 16);
-		rows[line] = row;
-		mattes[line] = matte;
-	}
-	kernels::background_cells(rows, mattes, fine_columns_, row_of(fine_, y));
-}
-
-// Cells of 4 x 4 pixels to cells of block_ x block_. At the right and lower edge the last ones stand for those beyond.
-void BackgroundBlur::reduce_row(int y)
-{
-	const int factor = block_ / fine_block;
-	const float scale = 1.0F / static_cast<float>(factor * factor);
-	float *out = row_of(coarse_, y);
-	for (int column = 0; column < columns_; ++column, out += 4) {
-		float sum[4] = {0, 0, 0, 0};
-		for (int line = 0; line < factor; ++line) {
-			const float *row = row_of(fine_, std::min(y * factor + line, fine_rows_ - 1));
-			for (int step = 0; step < factor; ++step) {
-				const float *cell =
-					row + size_t(std::min(column * factor + step, fine_columns_ - 1)) * 4;
-				for (int channel = 0; channel < 4; ++channel)
-					sum[channel] += cell[channel];
+	const size_t line_bytes = frame.row_bytes() + size_t(kernels::row_padding_bytes);
+	uint16_t *values = slot.column_sums.data();
+	const kernels::ChannelSums sums = {values, values + size_t(columns_) * size_t(block_) * 2 +
+							   size_t(kernels::grid_padding)};
+	for (int first = 0; first < block_; first += lines) {
+		const uint8_t *rows[lines];
+		for (int line = 0; line < lines; ++line) {
+			uint8_t *scratch = slot.lines.data() + size_t(line) * line_bytes;
+			const uint8_t *row = frame.input_row(std::min(y * block_ + first + line, frame.height - 1));
+			if (!frame.has_rows_of_whole_vectors())
+				row = std::copy_n(row, frame.row_bytes(), scratch) - frame.row_bytes();
+			if (key != nullptr) {
+				uint8_t *matte = scratch + lines * line_bytes;
+				kernels::key_row(row, frame.width, *key, matte);
+				kernels::weigh_row(row, frame.width, matte, scratch);
+				row = scratch;
 			}
+			rows[line] = row;
 		}
-		for (int channel = 0; channel < 4; ++channel)
-			out[channel] = sum[channel] * scale;
+		kernels::sum_rows(rows, frame.width * 4, first > 0, sums);
 	}
+	for (uint16_t *channels : {sums.red_blue, sums.green_alpha}) {
+		for (int x = frame.width; x < columns_ * block_; ++x)
+			std::copy_n(channels + (frame.width - 1) * 2, 2, channels + x * 2);
+	}
+	kernels::cells_of_sums(sums, block_, columns_, key == nullptr, row_of(means_, y));
 }
 
 void BackgroundBlur::convolve_across(int y, Slot &slot)
 {
-	const float *source = row_of(block_ == fine_block ? fine_ : coarse_, y);
+	const float *source = row_of(means_, y);
 	const int radius = taps_ / 2;
 	float *padded = slot.sums.data();
 	float *first = padded + size_t(radius) * 4;
@@ -143,43 +133,36 @@ void BackgroundBlur::convolve_down(int y, Slot &slot)
 	const float *rows[max_taps];
 	for (int tap = 0; tap < taps_; ++tap)
 		rows[tap] = row_of(across_, std::clamp(y + tap - taps_ / 2, 0, rows_ - 1));
-	float *sums = slot.sums.data();
-	kernels::convolve_rows(rows, weights_.data(), taps_, columns_ * 4, sums);
+	kernels::convolve_rows(rows, weights_.data(), taps_, columns_ * 4, slot.sums.data());
 
-	int16_t *out = cells_.data() + size_t(y) * size_t(row_values_);
-	for (int column = 0; column < columns_; ++column) {
-		// The fourth channel counts background pixels, 255 for each.
-		constexpr float almost_none = 1.0F / 4096.0F;
-		const float *sum = sums + size_t(column) * 4;
-		const float scale = 64.0F * 255.0F / std::max(sum[3], almost_none);
-		int16_t *cell = out + size_t(column + 1) * 8;
-		for (int channel = 0; channel < 3; ++channel) {
-			const float value = std::min(sum[channel] * scale, 255.0F * 64.0F);
-			cell[channel] = cell[channel + 4] = static_cast<int16_t>(std::lrint(value));
-		}
-		cell[3] = cell[7] = 255 * 64;
-	}
-	std::memcpy(out, out + 8, 8 * sizeof(int16_t));
-	std::memcpy(out + size_t(columns_ + 1) * 8, out + size_t(columns_) * 8, 8 * sizeof(int16_t));
+	constexpr size_t cell_bytes = 4 * sizeof(int16_t);
+	int16_t *before = cells_.data() + size_t(y) * size_t(row_values_);
+	int16_t *behind = before + size_t(columns_ + 1) * 4;
+	kernels::fixed_cells(slot.sums.data(), columns_, before + 4);
+	std::memcpy(before, before + 4, cell_bytes);
+	std::memcpy(behind, behind - 4, cell_bytes);
 }
 
 void BackgroundBlur::build(const Frame &frame, const kernels::ColorKey *key, float deviation, Pool &pool)
 {
-	choose_scale(frame, deviation, pool.threads());
-	const auto for_rows = [&](int rows, auto &&work) {
-		pool.run((rows + rows_per_task - 1) / rows_per_task, [&](int task, int slot) {
-			const int end = std::min(rows, (task + 1) * rows_per_task);
-			for (int y = task * rows_per_task; y < end; ++y)
-				work(y, slots_[size_t(slot)]);
-		});
-	};
-	for_rows(fine_rows_, [&](int y, Slot &slot) { measure_row(frame, key, y, slot); });
-	for_rows(rows_, [&](int y, Slot &slot) {
-		if (block_ > fine_block)
-			reduce_row(y);
-		convolve_across(y, slot);
+	choose_scale(frame, deviation);
+	resize(frame, pool.threads());
+	pool.run(rows_, [&](int y, int slot) {
+		measure_row(frame, key, y, slots_[size_t(slot)]);
+		convolve_across(y, slots_[size_t(slot)]);
 	});
-	for_rows(rows_, [&](int y, Slot &slot) { convolve_down(y, slot); });
+	pool.run(rows_, [&](int y, int slot) { convolve_down(y, slots_[size_t(slot)]); });
+}
+
+const kernels::ChannelRows &BackgroundBlur::enlarged_row(int y, Slot &slot)
+{
+	EnlargedRow &row = slot.enlarged[size_t(y % 2)];
+	if (row.cell_row != y) {
+		const int16_t *cells = cells_.data() + size_t(y) * size_t(row_values_) + 4;
+		kernels::enlarge_cells(cells, block_, left_.data(), right_.data(), columns_, row.values);
+		row.cell_row = y;
+	}
+	return row.values;
 }
 
 void BackgroundBlur::write_row(int y, int slot, int width, uint8_t *row)
@@ -187,11 +170,9 @@ void BackgroundBlur::write_row(int y, int slot, int width, uint8_t *row)
 	const float place = (static_cast<float>(y) + 0.5F) / static_cast<float>(block_) - 0.5F;
 	const int upper = static_cast<int>(std::floor(place));
 	const auto weight = static_cast<int16_t>(std::lrint((place - static_cast<float>(upper)) * 32767.0F));
-	const int16_t *above = cells_.data() + size_t(std::max(upper, 0)) * size_t(row_values_);
-	const int16_t *below = cells_.data() + size_t(std::min(upper + 1, rows_ - 1)) * size_t(row_values_);
-	int16_t *values = slots_[size_t(slot)].row.data();
-	kernels::lerp_rows(above, below, weight, (columns_ + 2) * 8, values);
-	kernels::enlarge_row(values + 8, block_ / 4, left_.data(), right_.data(), width, y, row);
+	const kernels::ChannelRows &above = enlarged_row(std::max(upper, 0), slots_[size_t(slot)]);
+	const kernels::ChannelRows &below = enlarged_row(std::min(upper + 1, rows_ - 1), slots_[size_t(slot)]);
+	kernels::blend_rows(above, below, weight, width, y, row);
 }
 
 } // namespace kalvio::engine

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "aligned.h"
+#include "kernels/kernels.h"
 #include "pipeline.h"
 
 #include <array>
@@ -11,9 +12,6 @@
 namespace kalvio::engine {
 
 class Pool;
-namespace kernels {
-struct ColorKey;
-}
 
 // A Gaussian blur of what the matte calls background. Averaged over blocks of pixels, convolved there, and enlarged by
 // linear interpolation; what averaging and interpolation blur is taken off the convolution. The foreground has no
@@ -32,28 +30,32 @@ public:
 	void write_row(int y, int slot, int width, uint8_t *row);
 	int mix() const { return mix_; }
 
-	size_t bytes() const { return fine_.bytes() + coarse_.bytes() + across_.bytes() + cells_.bytes(); }
-
 private:
 	static constexpr int max_taps = 33;
-	static constexpr int max_phases = 32;
+	static constexpr int max_block = 128;
 
+	// A row of cells enlarged along the row, kept while further picture rows lie next to it.
+	struct EnlargedRow {
+		int cell_row = -1;
+		kernels::ChannelRows values = {};
+	};
 	struct Slot {
-		Aligned<uint8_t> lines; // four picture rows and their mattes, continued to whole cells
+		Aligned<uint8_t> lines; // four picture rows and their mattes
+		Aligned<uint16_t> column_sums;
 		Aligned<float> sums;
-		Aligned<int16_t> row;
+		Aligned<int16_t> enlarged_values;
+		std::array<EnlargedRow, 2> enlarged; // even and odd rows of cells
 	};
 
-	void choose_scale(const Frame &frame, float deviation, int slots);
+	void choose_scale(const Frame &frame, float deviation);
+	void resize(const Frame &frame, int slots);
 	void measure_row(const Frame &frame, const kernels::ColorKey *key, int y, Slot &slot);
-	void reduce_row(int y);
 	void convolve_across(int y, Slot &slot);
 	void convolve_down(int y, Slot &slot);
 	float *row_of(Aligned<float> &grid, int y) { return grid.data() + size_t(y) * size_t(row_floats_); }
+	const kernels::ChannelRows &enlarged_row(int y, Slot &slot);
 
 	int block_ = 4; // pixels on a cell's side
-	int fine_columns_ = 0;
-	int fine_rows_ = 0;
 	int columns_ = 0;
 	int rows_ = 0;
 	int row_floats_ = 0;
@@ -61,12 +63,11 @@ private:
 	int taps_ = 1;
 	int mix_ = 256;
 	std::array<float, max_taps> weights_ = {};
-	alignas(64) std::array<int16_t, max_phases * 16> left_ = {};
-	alignas(64) std::array<int16_t, max_phases * 16> right_ = {};
-	Aligned<float> fine_;   // cells of 4 x 4 pixels {r, g, b, 1} * background
-	Aligned<float> coarse_; // cells of block_ x block_ pixels
-	Aligned<float> across_; // convolved along the rows
-	Aligned<int16_t> cells_;
+	alignas(64) std::array<int16_t, max_block * 2> left_ = {};
+	alignas(64) std::array<int16_t, max_block * 2> right_ = {};
+	Aligned<float> means_;   // {r, b, g, 1} * background
+	Aligned<float> across_;  // convolved along the rows
+	Aligned<int16_t> cells_; // convolved down as well, and one more at both ends of each row
 	std::vector<Slot> slots_;
 };
 
