@@ -26,7 +26,7 @@ constexpr Lab tones[skin_tone_count] = {
 // What a camera leaves of warm and of cold light when its white balance is half right.
 constexpr Light lights[skin_light_count] = {{1.20, 1.0, 0.72}, {1, 1, 1}, {0.86, 1.0, 1.26}};
 
-constexpr std::array<std::array<int, 3>, skin_background_count> backgrounds = {{
+constexpr std::array<std::array<int, 3>, skin_background_count + 3> backgrounds = {{
 	{222, 205, 180}, // beige wall
 	{205, 170, 128}, // light wood
 	{140, 92, 60},   // dark wood
@@ -34,6 +34,9 @@ constexpr std::array<std::array<int, 3>, skin_background_count> backgrounds = {{
 	{128, 128, 130}, // grey wall
 	{86, 128, 92},   // green wall
 	{150, 76, 58},   // bricks
+	{40, 176, 70},
+	{34, 72, 196},
+	{196, 32, 40},
 }};
 
 constexpr std::array<std::array<int, 3>, 4> hair_colours = {{{166, 130, 84}, {92, 58, 36}, {52, 36, 28}, {26, 22, 21}}};

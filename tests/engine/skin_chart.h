@@ -14,6 +14,9 @@ inline constexpr int skin_tone_count = 10;
 inline constexpr int skin_light_count = 3;
 inline constexpr int skin_background_count = 7;
 
+// Behind these come a green, a blue and a red screen, which no person is looked for in front of.
+inline constexpr int screen_backgrounds = skin_background_count;
+
 extern const std::array<const char *, skin_light_count> skin_light_names;
 extern const std::array<const char *, skin_background_count> skin_background_names;
 

@@ -151,9 +151,11 @@ SkinModel::Bin SkinModel::bin_of(const float *cell)
 	const auto index = [](int units, int first, int units_per_bin, size_t bins) {
 		return static_cast<size_t>(std::clamp((units - first) / units_per_bin, 0, static_cast<int>(bins) - 1));
 	};
+	const size_t light = index(luma, first_luma, units_per_luma, lumas);
+	const float place = static_cast<float>(luma - first_luma) / units_per_luma;
 	return {index(red + blue - 2 * green, first_sum, units_per_sum, sums) * differences +
 			index(red - blue, first_difference, units_per_difference, differences),
-		index(luma, first_luma, units_per_luma, lumas)};
+		light, std::clamp(place - static_cast<float>(light) - 0.5F, -0.5F, 0.5F)};
 }
 
 void SkinModel::count(const float *cells, int columns, int y, int rows)
@@ -316,7 +318,11 @@ void SkinModel::map(const float *cells, int columns, float *out) const
 		const float *cell = cells + size_t(column) * 4;
 		const Bin bin = bin_of(cell);
 		const float luma = luma_of(cell) / 255.0F;
-		const float skin = membership_[bin.chroma][bin.luma];
+		// Between two luma bins: a shadow that grows slowly must not end the skin at a line.
+		const LumaRow &row = membership_[bin.chroma];
+		const size_t next =
+			bin.beyond < 0 ? std::max(bin.luma, size_t{1}) - 1 : std::min(bin.luma + 1, lumas - 1);
+		const float skin = row[bin.luma] + std::abs(bin.beyond) * (row[next] - row[bin.luma]);
 		float *result = out + size_t(column) * 4;
 		result[0] = skin;
 		result[1] = luma;

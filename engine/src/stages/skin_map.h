@@ -44,6 +44,7 @@ private:
 	struct Bin {
 		size_t chroma;
 		size_t luma;
+		float beyond; // the middle of the luma bin, in bins, -0.5..0.5
 	};
 	static Bin bin_of(const float *cell);
 	void blur(Histogram &histogram);
