@@ -55,6 +55,7 @@ DockHost &host()
 }
 
 std::atomic<bool> is_frontend_ready = false;
+std::atomic<bool> is_collection_changing = false;
 
 QMainWindow *main_window()
 {
@@ -243,9 +244,11 @@ void frontend_event(obs_frontend_event event, void *)
 		post_to_ui_thread(Shim<finish_loading>::call);
 		break;
 	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING:
+		is_collection_changing = true;
 		begin_loading_filters();
 		break;
 	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED:
+		is_collection_changing = false;
 		// The first one comes while the host starts, which ends later.
 		if (is_frontend_ready)
 			end_loading_filters();
@@ -286,6 +289,7 @@ void start()
 	DockHost &state = host();
 	state = {};
 	is_frontend_ready = false;
+	is_collection_changing = false;
 	if (!has_user_interface())
 		return;
 	state.is_running = true;
@@ -324,7 +328,7 @@ void schedule_prop_center()
 
 bool frontend_ready() noexcept
 {
-	return is_frontend_ready;
+	return is_frontend_ready && !is_collection_changing;
 }
 
 void start_dock_host()

@@ -12,7 +12,8 @@ void show_dock();
 // built its widgets. Any thread, also without a user interface.
 void schedule_prop_center();
 
-// True once the front end has finished loading, and from then on. Any thread.
+// True once the front end has finished loading, except while it loads another scene collection: a filter that comes
+// then was added by the user. Any thread.
 bool frontend_ready() noexcept;
 
 // The two ends of the dock's life, called by the module's entry points on the user-interface thread.

@@ -139,6 +139,15 @@ TEST_F(DockTest, FrontendIsReadyOneTurnAfterItHasLoaded)
 	EXPECT_TRUE(frontend_ready());
 }
 
+TEST_F(DockTest, FrontendIsNotReadyWhileItLoadsAnotherCollection)
+{
+	start();
+	frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING);
+	EXPECT_FALSE(frontend_ready());
+	frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
+	EXPECT_TRUE(frontend_ready());
+}
+
 TEST_F(DockTest, FrontendIsReadyWithoutADock)
 {
 	frontend->refuses_docks = true;

@@ -90,6 +90,43 @@ void dock_is_there_at_first_start()
 	check(widget->grab().save(output_file("dock.png")), "a picture of the dock is kept");
 }
 
+void added_filter_shows_it(QDockWidget &widget)
+{
+	const OBSSourceAutoRelease source = scene_source();
+	const OBSSourceAutoRelease filter = add_filter(source, "One more");
+	check(wait_until([&] { return widget.isVisible(); }, 3000), "a filter that is added shows the dock");
+}
+
+// With another dock in the same place, whose tab is on top.
+void behind_another_dock_it_is_raised(QDockWidget &widget)
+{
+	auto *const other = main_window()->findChild<QDockWidget *>("controlsDock");
+	if (!check(other, "OBS has the dock of its controls"))
+		return;
+	widget.setFloating(false);
+	main_window()->tabifyDockWidget(&widget, other);
+	other->raise();
+	check(wait_until([&] { return widget.visibleRegion().isEmpty(); }, 3000), "another dock covers the panel");
+	const OBSSourceAutoRelease source = scene_source();
+	const OBSSourceAutoRelease filter = add_filter(source, "And one more");
+	check(wait_until([&] { return !widget.visibleRegion().isEmpty(); }, 3000), "a filter that is added raises it");
+}
+
+void other_collections_leave_it_hidden(QDockWidget &widget)
+{
+	char *const name = obs_frontend_get_current_scene_collection();
+	const QByteArray first = name;
+	bfree(name);
+	check(obs_frontend_add_scene_collection("Empty"), "a second collection is made");
+	widget.hide();
+	obs_frontend_set_current_scene_collection(first.constData());
+	let_polls_pass();
+	const OBSSourceAutoRelease source = scene_source();
+	const OBSSourceAutoRelease filter = kalvio_filter_of(source);
+	check(filter, "the first collection is back with its filter");
+	check(!widget.isVisible(), "a collection that is loaded leaves the dock hidden");
+}
+
 void dock_stays_hidden_when_unwanted()
 {
 	QDockWidget *const widget = placed_dock();
@@ -107,9 +144,9 @@ void dock_stays_hidden_when_unwanted()
 	(*entry)->trigger();
 	check(widget->isVisible(), "the entry shows the dock");
 	widget->hide();
-	const OBSSourceAutoRelease source = scene_source();
-	const OBSSourceAutoRelease filter = add_filter(source, "One more");
-	check(wait_until([&] { return widget->isVisible(); }, 3000), "a filter that is added shows the dock");
+	added_filter_shows_it(*widget);
+	behind_another_dock_it_is_raised(*widget);
+	other_collections_leave_it_hidden(*widget);
 }
 
 void locked_docks_stay_locked()
@@ -182,10 +219,37 @@ void dock_is_below_and_goes_up()
 	let_polls_pass();
 }
 
-void dock_is_at_the_top()
+void dock_is_at_the_top_floats_and_docks()
 {
-	if (QDockWidget *const widget = placed_dock())
-		check_stands(*widget, "top");
+	QDockWidget *const widget = placed_dock();
+	if (!widget)
+		return;
+	check_stands(*widget, "top");
+	widget->setFloating(true);
+	widget->setGeometry(floating_place);
+	let_polls_pass();
+	widget->setFloating(false);
+	main_window()->addDockWidget(Qt::RightDockWidgetArea, widget);
+	main_window()->resizeDocks({widget}, {docked_width}, Qt::Horizontal);
+	let_polls_pass();
+	check_stands(*widget, "right");
+}
+
+// Where it floated last is kept for the next time.
+void dock_is_right_after_floating()
+{
+	QDockWidget *const widget = placed_dock();
+	if (!widget)
+		return;
+	check_stands(*widget, "right");
+	check(std::abs(widget->width() - docked_width) <= 2, "it is as wide as before",
+	      QString::number(widget->width()));
+	char *const path = obs_module_get_config_path(obs_get_module("obs-kalvio"), "ui.json");
+	const OBSDataAutoRelease saved = obs_data_create_from_json_file(path);
+	bfree(path);
+	const QPoint place(int(obs_data_get_int(saved, "dock_x")), int(obs_data_get_int(saved, "dock_y")));
+	check(place == floating_place.topLeft(), "where it floated is still known",
+	      QString("%1,%2").arg(place.x()).arg(place.y()));
 }
 
 // Properties
@@ -230,8 +294,11 @@ void check_centred(const QString &when)
 	check(std::abs(distance.y()) <= 16, "hint and button stand in the middle up and down " + when, seen);
 }
 
+// In the language that OBS was started in.
 void properties_are_centred()
 {
+	check(QByteArray(obs_get_locale()) == setting("KALVIO_PROBE_LANGUAGE").toUtf8(), "OBS speaks this language",
+	      obs_get_locale());
 	const OBSSourceAutoRelease source = scene_source();
 	obs_frontend_open_source_filters(source);
 	wait_until([] { return centred_form() != nullptr; }, 5000);
@@ -242,7 +309,7 @@ void properties_are_centred()
 		return;
 	for (const QSize size : {QSize(1200, 900), QSize(820, 620)}) {
 		dialog->resize(size);
-		let_polls_pass();
+		wait_until([] { return false; }, 200);
 		check_centred(QString("at a width of %1").arg(size.width()));
 	}
 	check(dialog->findChildren<QObject *>("kl_prop_center").size() == 1, "one object does it");
@@ -325,7 +392,8 @@ constexpr ProbeCase cases[] = {
 	{"DockIsLeftAndFloats", dock_is_left_and_floats},
 	{"DockFloatsAndGoesBelow", dock_floats_and_goes_below},
 	{"DockIsBelowAndGoesUp", dock_is_below_and_goes_up},
-	{"DockIsAtTheTop", dock_is_at_the_top},
+	{"DockIsAtTheTopFloatsAndDocks", dock_is_at_the_top_floats_and_docks},
+	{"DockIsRightAfterFloating", dock_is_right_after_floating},
 	{"PropertiesAreCentred", properties_are_centred},
 	{"SwitchedCollectionsKeepTheirValues", switched_collections_keep_their_values},
 };
