@@ -13,6 +13,7 @@ namespace kalvio {
 namespace {
 
 constexpr int tile_spacing = 8;
+constexpr int tag_height = 10;
 
 struct TileCell {
 	QWidget *cell;
@@ -41,6 +42,8 @@ TileCell make_tile(Rows &rows, QWidget *parent, const char *id_property, const T
 		tag = new QLabel(cell);
 		tag->setAttribute(Qt::WA_TransparentForMouseEvents);
 		tag->setContentsMargins(0, 0, 4, 0);
+		// As low as its letters, so that it ends above those of the tile.
+		tag->setFixedHeight(tag_height);
 		tag->setStyleSheet(QStringLiteral("color:#fbbf24; font-size:9px; background:transparent;"));
 		layout->addWidget(tag, 0, 0, Qt::AlignTop | Qt::AlignRight);
 	}
@@ -77,6 +80,10 @@ void TileGroup::add_grid(QBoxLayout *layout, const std::vector<Tile> &tiles, int
 		grid->addWidget(made.cell, i / columns, i % columns);
 		++i;
 	}
+	// A column without anything in it would leave its share to the others, and tiles of two grids would not line
+	// up.
+	for (; i < columns; ++i)
+		grid->addWidget(new QWidget(grid->parentWidget()), 0, i);
 	for (int column = 0; column < columns; ++column)
 		grid->setColumnStretch(column, 1);
 }

@@ -29,7 +29,7 @@ bool is_cut(const QLabel &label)
 	return label.textFormat() != Qt::RichText && !label.wordWrap() && label.sizeHint().width() > label.width();
 }
 
-// The whole text of a control that shows only a part of it; else empty.
+// The whole text of a control that shows only a part of it, or shows it faintly; else empty.
 QString cut_text(const QWidget &widget)
 {
 	if (const auto *label = qobject_cast<const ElidedLabel *>(&widget))
@@ -39,6 +39,9 @@ QString cut_text(const QWidget &widget)
 	if (const auto *selector = qobject_cast<const QComboBox *>(&widget))
 		return is_cut(*selector) ? selector->currentText() : QString();
 	if (const auto *button = qobject_cast<const SmoothButton *>(&widget)) {
+		// On some colours of a swatch its name is hard to read.
+		if (button->gradient_fill)
+			return button->text();
 		if (button->draw_text)
 			return button->painted_text() != button->text() ? button->text() : QString();
 		for (const auto *label : button->findChildren<QLabel *>()) {

@@ -300,6 +300,16 @@ TEST_F(AccessTest, ATextThatIsCutHasATip)
 	EXPECT_TRUE(hover(*button).contains(QStringLiteral("&lt;i&gt;A very long&lt;/i&gt; name")));
 }
 
+TEST_F(AccessTest, ASwatchTellsTheNameOfItsColor)
+{
+	world.show_page(MakeupPage);
+	auto *swatch = find_named<SmoothButton>(world.panel(), QStringLiteral("Pupil color: Glow"));
+	QToolTip::hideText();
+	QHelpEvent event(QEvent::ToolTip, QPoint(3, 3), swatch->mapToGlobal(QPoint(3, 3)));
+	QApplication::sendEvent(swatch, &event);
+	EXPECT_TRUE(QToolTip::text().contains(QStringLiteral("Glow")));
+}
+
 TEST_F(AccessTest, TipsAreInTheLookOfTheHost)
 {
 	auto *live = world.panel().findChild<CheckBox *>();

@@ -60,10 +60,15 @@ void fill_data_folder(const ScratchFolder &folder)
 	copy_built_file(folder, "logo-dark.png");
 }
 
+bool is_built_data_used = false;
+
 } // namespace
 
 const std::string &data_folder()
 {
+	static const std::string built = KALVIO_BUILT_DATA_DIR;
+	if (is_built_data_used)
+		return built;
 	// Never destroyed by the process itself: what it holds is looked up to its end.
 	static const ScratchFolder folder;
 	static const std::string path = [] {
@@ -71,6 +76,11 @@ const std::string &data_folder()
 		return folder.path().string();
 	}();
 	return path;
+}
+
+void use_built_data()
+{
+	is_built_data_used = true;
 }
 
 PanelWorld::PanelWorld()

@@ -67,6 +67,9 @@ inline constexpr const char *missing_sticker = "fox";
 inline constexpr const char *missing_picture = "abstract"; // a preset without a picture that can be read
 const std::string &data_folder();
 
+// The data that the build made, in place of that folder. Before the first world.
+void use_built_data();
+
 // Lets the widgets do what they have put off: layout, painting, deletion.
 void settle();
 

@@ -10,6 +10,7 @@
 #include <QPainter>
 #include <QPalette>
 #include <QPushButton>
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 
@@ -126,23 +127,26 @@ Pictures draw(const State &state, int language, int width)
 	return pictures;
 }
 
+// Side by side, each picture where there is most room above it.
 void write_sheet(const QString &path, const QList<QImage> &pictures)
 {
 	constexpr int gap = 12;
-	int width = gap;
-	int height = 0;
+	constexpr qsizetype columns = 6;
+	const int step = pictures.front().width() + gap;
+	QList<int> heights(columns, gap);
+	QList<QPoint> places;
 	for (const QImage &picture : pictures) {
-		width += picture.width() + gap;
-		height = std::max(height, picture.height());
+		const auto shortest = std::ranges::min_element(heights);
+		places.append({gap + static_cast<int>(shortest - heights.begin()) * step, *shortest});
+		*shortest += picture.height() + gap;
 	}
-	QImage sheet(width, height + 2 * gap, QImage::Format_RGB32);
+	QImage sheet(gap + static_cast<int>(columns) * step, *std::ranges::max_element(heights), QImage::Format_RGB32);
 	sheet.fill(QColor(0x3a, 0x40, 0x4c));
 	QPainter painter(&sheet);
-	int x = gap;
-	for (QImage picture : pictures) {
+	for (qsizetype i = 0; i < pictures.size(); ++i) {
+		QImage picture = pictures.at(i);
 		picture.setDevicePixelRatio(1);
-		painter.drawImage(x, gap, picture);
-		x += picture.width() + gap;
+		painter.drawImage(places.at(i), picture);
 	}
 	sheet.save(path);
 }
@@ -181,6 +185,7 @@ int main(int argc, char **argv)
 	if (!QDir().mkpath(folder) || width < 340)
 		return 2;
 	const LogCapture quiet;
+	use_built_data();
 
 	for (int language = 0; language < language_count; ++language) {
 		QList<QImage> whole;
