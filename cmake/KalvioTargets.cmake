@@ -24,9 +24,16 @@ else()
     list(TRANSFORM kalvio_flags REPLACE "^${flag}$" "$<$<COMPILE_LANGUAGE:CXX>:${flag}>")
   endforeach()
   set_target_properties(kalvio_options PROPERTIES INTERFACE_COMPILE_OPTIONS "${kalvio_flags}")
+  # Each extension of the GNU compilers by its own name: MSVC knows none of them.
+  target_compile_options(kalvio_options INTERFACE $<$<C_COMPILER_ID:Clang>:-Wgnu>)
   if(KALVIO_WARNINGS_AS_ERRORS)
     target_compile_options(kalvio_options INTERFACE -Werror)
   endif()
+endif()
+
+if(MINGW)
+  # The compiler's own libraries go into each file: nothing has to be found beside it.
+  target_link_options(kalvio_options INTERFACE -static)
 endif()
 
 if(KALVIO_SANITIZE)

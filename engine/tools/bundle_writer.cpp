@@ -45,8 +45,8 @@ void write_bundle(const std::filesystem::path &output, std::vector<BundleFile> f
 	std::sort(files.begin(), files.end(),
 		  [](const BundleFile &left, const BundleFile &right) { return left.name < right.name; });
 	int error = 0;
-	const std::string path = output.string();
-	zip_t *archive = zip_open(path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, &error);
+	const std::u8string path = output.u8string();
+	zip_t *archive = zip_open(reinterpret_cast<const char *>(path.c_str()), ZIP_CREATE | ZIP_TRUNCATE, &error);
 	if (archive == nullptr)
 		throw std::runtime_error("cannot be written");
 	std::unique_ptr<zip_t, decltype(&zip_discard)> owner(archive, zip_discard);

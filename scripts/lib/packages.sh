@@ -7,6 +7,7 @@ declare -rA KALVIO_PACKAGES=(
 	[build]="cmake ninja-build g++ pkg-config libobs-dev qt6-base-dev libcurl4-openssl-dev libzip-dev libhwy-dev nlohmann-json3-dev libjpeg-dev libpng-dev libgtest-dev libgmock-dev libbenchmark-dev libx11-dev fonts-material-design-icons-iconfont python3"
 	[fonts]="fonts-dejavu-core fonts-noto-cjk"
 	[tests]="openssl"
+	[windows]="g++-mingw-w64-x86-64-posix libz-mingw-w64-dev nasm dpkg-dev debian-archive-keyring googletest nlohmann-json3-dev wine wine64 libgnutls30"
 	[sanitizers]="clang libclang-rt-dev"
 	[lint]="clang-format clang-tidy shellcheck jq"
 	[display]="xvfb xauth libgl1-mesa-dri"

@@ -23,10 +23,21 @@ ScratchFolder::~ScratchFolder()
 	std::filesystem::remove_all(folder_, ignored);
 }
 
+std::filesystem::path ScratchFolder::place(const std::string &name) const
+{
+	return folder_ / std::u8string(name.begin(), name.end());
+}
+
+std::string ScratchFolder::path(const std::string &name) const
+{
+	const std::u8string path = place(name).u8string();
+	return {path.begin(), path.end()};
+}
+
 std::string ScratchFolder::write(const std::string &name, const std::string &content) const
 {
-	std::filesystem::create_directories((folder_ / name).parent_path());
-	std::ofstream(folder_ / name, std::ios::binary) << content;
+	std::filesystem::create_directories(place(name).parent_path());
+	std::ofstream(place(name), std::ios::binary) << content;
 	return path(name);
 }
 
@@ -41,8 +52,8 @@ std::string ScratchFolder::write_bundle(const std::string &name, const std::stri
 	const std::string manifest =
 		"{\"kind\":\"" + kind + "\",\"format_version\":" + std::to_string(version) + ",\"name\":\"test\"}";
 	files.push_back({"manifest.json", Bytes(manifest.begin(), manifest.end())});
-	std::filesystem::create_directories((folder_ / name).parent_path());
-	engine::write_bundle(path(name), std::move(files));
+	std::filesystem::create_directories(place(name).parent_path());
+	engine::write_bundle(place(name), std::move(files));
 	return path(name);
 }
 

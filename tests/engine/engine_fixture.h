@@ -22,7 +22,8 @@ public:
 	ScratchFolder(const ScratchFolder &) = delete;
 	ScratchFolder &operator=(const ScratchFolder &) = delete;
 
-	std::string path(const std::string &name) const { return (folder_ / name).string(); }
+	// Names and paths are UTF-8, as the engine takes them.
+	std::string path(const std::string &name) const;
 	std::string write(const std::string &name, const std::string &content) const;
 	std::string write(const std::string &name, const Bytes &content) const;
 	// A bundle with a manifest of this kind and version and the further files.
@@ -30,6 +31,8 @@ public:
 				 std::vector<BundleFile> files = {}) const;
 
 private:
+	std::filesystem::path place(const std::string &name) const;
+
 	std::filesystem::path folder_;
 };
 

@@ -1,32 +1,26 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "kit/scratch.h"
 
+#include "kit/scratch_system.h"
+
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
 
 namespace kalvio::test {
+
 namespace {
 
-void set_environment(const std::string &name, const std::optional<std::string> &value)
+std::string to_utf8(const std::filesystem::path &path)
 {
-	if (value)
-		setenv(name.c_str(), value->c_str(), 1);
-	else
-		unsetenv(name.c_str());
+	const std::u8string text = path.u8string();
+	return {text.begin(), text.end()};
 }
 
 } // namespace
 
-ScratchFolder::ScratchFolder()
-{
-	// Not temp_directory_path(): the tests change TMPDIR.
-	std::string name = "/tmp/kalvio-test-XXXXXX";
-	if (!mkdtemp(name.data()))
-		throw std::system_error(errno, std::generic_category(), name);
-	path_ = name;
-}
+ScratchFolder::ScratchFolder() : path_(make_scratch_folder()) {}
 
 ScratchFolder::~ScratchFolder()
 {
@@ -36,18 +30,18 @@ ScratchFolder::~ScratchFolder()
 
 std::string ScratchFolder::file(std::string_view relative_path) const
 {
-	return (path_ / relative_path).string();
+	return to_utf8(path_ / std::u8string(relative_path.begin(), relative_path.end()));
 }
 
 std::string ScratchFolder::write(std::string_view relative_path, std::string_view content) const
 {
-	const std::filesystem::path target = path_ / relative_path;
+	const std::filesystem::path target = path_ / std::u8string(relative_path.begin(), relative_path.end());
 	std::filesystem::create_directories(target.parent_path());
 	std::ofstream out(target, std::ios::binary);
 	out << content;
 	if (!out.flush())
-		throw std::runtime_error("cannot write " + target.string());
-	return target.string();
+		throw std::runtime_error("cannot write " + to_utf8(target));
+	return to_utf8(target);
 }
 
 ScopedEnvironment::ScopedEnvironment(const char *name, const std::optional<std::string> &value) : name_(name)
