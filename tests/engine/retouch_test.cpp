@@ -86,6 +86,25 @@ TEST_F(Retouch, SmoothingKeepsAnEdge)
 	EXPECT_GT(step, 0.85 * (178 - 60));
 }
 
+TEST_F(Retouch, SmoothingKeepsTheStrandsOfDarkHair)
+{
+	// Strands of a few pixels' width, by no more levels than a lit cheek is uneven.
+	Picture input(256, 192);
+	for (int y = 0; y < 192; ++y) {
+		for (int x = 0; x < 256; ++x) {
+			const double strand = 11 * std::sin(x / 3.0);
+			const auto channel = [strand](double level) {
+				return static_cast<uint8_t>(level + strand * level / 55);
+			};
+			const uint8_t pixel[4] = {channel(82), channel(55), channel(36), 255};
+			std::copy_n(pixel, 4, input.pixel(x, y));
+		}
+	}
+	kl_set_smoothing(engine.get(), 1);
+	kl_set_smoothing_style(engine.get(), 2);
+	EXPECT_GT(deviation_of(processed(input), 1, 32, 224), 0.3 * deviation_of(input, 1, 32, 224));
+}
+
 TEST_F(Retouch, SmoothingKeepsTheMean)
 {
 	const Picture input = patches(256, 192, light_skin, light_skin, 10);

@@ -87,13 +87,19 @@ void keep_and_offset(const float *HWY_RESTRICT means, int cells, float epsilon, 
 {
 	const Cell d;
 	const auto one = hn::Set(d, 1.0F);
-	const auto squared_epsilon = hn::Set(d, epsilon * epsilon);
+	const auto least = hn::Set(d, 0.25F);
+	const auto middle = hn::Set(d, 128.0F);
 	for (int cell = 0; cell < cells; ++cell) {
 		const auto window = hn::LoadU(d, means + cell * 4);
 		const auto mean = hn::IfThenElseZero(colour_lanes(), window);
 		const auto variance = hn::Max(hn::Sub(hn::Broadcast<3>(window), squares_of(mean)), hn::Zero(d));
+		// Contrast is seen, and made by light, in proportion to brightness: the strands of dark hair vary by
+		// fewer levels than the blemishes of a lit cheek.
+		const auto brightness = hn::Mul(hn::Add(hn::Broadcast<1>(window), middle), hn::Set(d, 1.0F / 140.0F));
+		const auto factor = hn::Min(hn::Max(brightness, least), one);
+		const auto scaled_epsilon = hn::Mul(hn::Mul(factor, factor), hn::Set(d, epsilon));
 		const auto squared = hn::Mul(variance, variance);
-		const auto keep = hn::Div(squared, hn::Add(squared, squared_epsilon));
+		const auto keep = hn::Div(squared, hn::Add(squared, hn::Mul(scaled_epsilon, scaled_epsilon)));
 		const auto offset = hn::Mul(mean, hn::Sub(one, keep));
 		hn::StoreU(hn::IfThenElse(colour_lanes(), offset, keep), d, out + cell * 4);
 	}

@@ -29,7 +29,8 @@ void box_cells(const float *padded, int radius, int cells, float scale, float *o
 
 // From window means {r, g, b, squares}, the keep factor and offset of a self-guided filter whose guide is all three
 // channels: keep = V^2 / (V^2 + epsilon^2), offset = (1 - keep) * mean. Out: {offset r, g, b, keep}. The squares make
-// the step from smoothed to kept steeper than the plain ratio, which still softens a strong edge by a tenth.
+// the step from smoothed to kept steeper than the plain ratio, which still softens a strong edge by a tenth. Below a
+// green of 140 epsilon shrinks with the square of brightness.
 void keep_and_offset(const float *means, int cells, float epsilon, float *out);
 
 // One row between two rows of 16-bit values, `weight` 0..32767 of the lower one.

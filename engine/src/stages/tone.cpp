@@ -23,7 +23,7 @@ constexpr Tone whitening_tones[] = {
 	{0.105F, 0.075F, 0.015F, -0.05F}, {-0.060F, -0.100F, -0.145F, -0.05F},
 };
 
-constexpr Tone rosy_tone = {0.060F, -0.055F, -0.020F, -0.04F};
+constexpr Tone rosy_tone = {0.050F, -0.036F, -0.008F, -0.03F};
 
 int16_t to_fixed(float value)
 {
