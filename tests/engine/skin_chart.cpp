@@ -53,6 +53,21 @@ double to_encoded(double linear)
 	return linear <= 0.0031308 ? linear * 12.92 : 1.055 * std::pow(linear, 1 / 2.4) - 0.055;
 }
 
+// The level of a linear value; from a table, as a chart takes fifty million of them.
+double level_of(double linear)
+{
+	constexpr size_t steps = 4096;
+	static const std::vector<double> table = [] {
+		std::vector<double> levels;
+		for (size_t step = 0; step <= steps + 1; ++step)
+			levels.push_back(255 * to_encoded(static_cast<double>(step) / steps));
+		return levels;
+	}();
+	const double place = std::clamp(linear, 0.0, 1.0) * steps;
+	const auto step = static_cast<size_t>(place);
+	return table[step] + (place - static_cast<double>(step)) * (table[step + 1] - table[step]);
+}
+
 Light linear_of(const std::array<int, 3> &color)
 {
 	return {to_linear(color[0] / 255.0), to_linear(color[1] / 255.0), to_linear(color[2] / 255.0)};
@@ -121,7 +136,9 @@ Sample sample_at(const Person &person, double u, double v)
 		return {person.hair, 0.8 * lit, Region::Other};
 	if (ellipse(side, v, 0.13, -0.14, 0.065, 0.034) < 0) {
 		const bool iris = std::hypot(side - 0.13, v + 0.14) < 0.03;
-		return {iris ? linear_of({48, 34, 28}) : linear_of({226, 222, 218}), lit, Region::Other};
+		static const Light brown = linear_of({48, 34, 28});
+		static const Light white = linear_of({226, 222, 218});
+		return {iris ? brown : white, lit, Region::Other};
 	}
 	if (ellipse(u, v, 0, 0.18, 0.12, 0.045) < 0) {
 		for (size_t channel = 0; channel < 3; ++channel)
@@ -188,8 +205,7 @@ SkinScene make_skin_scene(int tone, int light, int background, const Pose &pose)
 			uint8_t *pixel = scene.picture.pixel(x, y);
 			for (size_t channel = 0; channel < 3; ++channel) {
 				const double linear = sample.color[channel] * sample.shade * lights[light][channel];
-				const double level = 255 * to_encoded(std::clamp(linear, 0.0, 1.0)) +
-						     (noise.pixel(x, y)[channel] - 127.5) / 30;
+				const double level = level_of(linear) + (noise.pixel(x, y)[channel] - 127.5) / 30;
 				pixel[channel] = static_cast<uint8_t>(std::lround(std::clamp(level, 0.0, 255.0)));
 			}
 			pixel[3] = 255;
