@@ -175,6 +175,52 @@ TEST_F(AccessTest, KeyboardFocusIsVisible)
 	EXPECT_EQ(world.panel().grab().toImage(), before);
 }
 
+// Header, notices, pages and settings: whatever Tab stops at is seen to have the focus.
+TEST_F(AccessTest, EveryTabStopShowsTheRing)
+{
+	set_update_status({.soft = true, .latest = "1.0.13", .notes = "Softer skin"});
+	world.poll();
+	targeting().parameters.bg_fill = 1;
+	targeting().parameters.chroma = 1;
+	const auto check_stops = [this](const QString &where) {
+		int seen = 0;
+		for (QWidget *stop : tab_stops()) {
+			stop->setFocus(Qt::TabFocusReason);
+			settle();
+			const QImage picture = world.panel().grab().toImage();
+			const QPoint left = stop->mapTo(&world.panel(), QPoint(-2, stop->height() / 2));
+			EXPECT_EQ(picture.pixelColor(left), QColor(0x60, 0xa5, 0xfa))
+				<< where.toStdString() << ": " << stop->metaObject()->className() << " "
+				<< stop->accessibleName().toStdString();
+			++seen;
+		}
+		return seen;
+	};
+	world.panel().refreshControls();
+	for (int page = SkinPage; page <= BackgroundPage; ++page) {
+		world.show_page(page);
+		EXPECT_GT(check_stops(QString::number(page)), 8);
+	}
+	click(*find_named<QPushButton>(world.panel(), QStringLiteral("Settings")));
+	settle();
+	// Four of the header, two of the notice, and back, the switch, two links.
+	EXPECT_EQ(check_stops(QStringLiteral("settings")), 10);
+}
+
+TEST_F(AccessTest, LinksOfTheHintAreReachedByKeys)
+{
+	world.remove_all_filters();
+	world.poll();
+	settle();
+	auto *hint = world.panel().findChild<QWidget *>(QStringLiteral("banner"))->findChild<QLabel *>();
+	ASSERT_TRUE(hint->isVisible());
+	hint->setFocus(Qt::TabFocusReason);
+	QTest::keyClick(hint, Qt::Key_Tab);
+	EXPECT_EQ(QApplication::focusWidget(), hint);
+	QTest::keyClick(hint, Qt::Key_Return);
+	EXPECT_EQ(call_journal().count("open_url"), 1u);
+}
+
 TEST_F(AccessTest, FocusByMouseShowsNoRing)
 {
 	auto *slider = find_named<QSlider>(world.panel(), QStringLiteral("Smooth"));

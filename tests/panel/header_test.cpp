@@ -4,6 +4,7 @@
 #include "panel/controls/check_box.h"
 #include "panel/controls/switch.h"
 
+#include <QAbstractItemView>
 #include <QComboBox>
 #include <QPushButton>
 
@@ -101,6 +102,41 @@ TEST_F(HeaderTest, SelectorCopesWithAnyName)
 	EXPECT_EQ(selector().itemText(4), QStringLiteral("\u05e9\u05dc\u05d5\u05dd"));
 	EXPECT_LE(selector().itemText(5).size(), 200);
 	EXPECT_EQ(world.panel().width(), 340);
+}
+
+TEST_F(HeaderTest, FiltersMayComeAndGoWhileTheListIsOpen)
+{
+	FakeSource &first = world.add_filter("First");
+	world.add_filter("Second");
+	world.open_panel();
+	selector().showPopup();
+	settle();
+	world.remove_filter(first);
+	world.poll();
+	settle();
+	EXPECT_EQ(entries(), (QStringList{"All sources", "Second"}));
+	selector().showPopup();
+	settle();
+	world.add_filter("Third");
+	world.remove_all_filters();
+	world.poll();
+	selector().hidePopup();
+	settle();
+	EXPECT_EQ(entries(), QStringList{"No filter yet"});
+	EXPECT_TRUE(host_double().misuse().empty());
+}
+
+TEST_F(HeaderTest, AnOpenListStaysOpenWhileNothingChanges)
+{
+	world.add_filter("Camera");
+	world.open_panel();
+	selector().showPopup();
+	settle();
+	world.poll();
+	world.panel().refreshControls();
+	settle();
+	EXPECT_TRUE(selector().view()->isVisible());
+	selector().hidePopup();
 }
 
 TEST_F(HeaderTest, ANamelessSourceIsUntitled)

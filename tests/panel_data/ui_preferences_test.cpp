@@ -185,6 +185,18 @@ TEST_F(UiPreferencesTest, SaveWithoutAPlaceForTheFolderIsSilent)
 	EXPECT_TRUE(std::filesystem::is_regular_file(folder_.file("plugin_config")));
 }
 
+TEST_F(UiPreferencesTest, SaveToAReadOnlyFileIsSilentAndKeepsTheChoices)
+{
+	std::filesystem::create_directories(folder_.file("plugin_config"));
+	std::filesystem::create_symlink("/proc/version", path()); // which not even root may write
+	EXPECT_TRUE(load_ui_prefs(LanguageEnglish));
+	ui_preferences().apply_global = true;
+	log_.clear();
+	save_ui_prefs();
+	EXPECT_TRUE(ui_preferences().apply_global);
+	EXPECT_TRUE(log_.product_lines().empty());
+}
+
 TEST_F(UiPreferencesTest, SaveOnAFullDiskIsSilentAndKeepsTheChoices)
 {
 	std::filesystem::create_directories(folder_.file("plugin_config"));

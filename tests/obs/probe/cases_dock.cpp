@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDockWidget>
+#include <QFile>
 #include <QLabel>
 #include <QMenu>
 #include <QScrollArea>
@@ -24,7 +25,8 @@ namespace {
 
 constexpr QRect floating_place(200, 120, 420, 640);
 constexpr int docked_width = 460;
-constexpr int polls_ms = 700; // a few of the panel's polls
+constexpr const char *docked_again_file = "docked_again.txt"; // from one start to the next
+constexpr int polls_ms = 700;                                 // a few of the panel's polls
 
 void let_polls_pass()
 {
@@ -230,9 +232,14 @@ void dock_is_at_the_top_floats_and_docks()
 	let_polls_pass();
 	widget->setFloating(false);
 	main_window()->addDockWidget(Qt::RightDockWidgetArea, widget);
+	let_polls_pass();
 	main_window()->resizeDocks({widget}, {docked_width}, Qt::Horizontal);
 	let_polls_pass();
 	check_stands(*widget, "right");
+	// OBS's own docks leave it what they do not need.
+	QFile note(output_file(docked_again_file));
+	check(note.open(QIODevice::WriteOnly) && note.write(QByteArray::number(widget->width())) > 0,
+	      "its width is noted", QString::number(widget->width()));
 }
 
 // Where it floated last is kept for the next time.
@@ -242,8 +249,9 @@ void dock_is_right_after_floating()
 	if (!widget)
 		return;
 	check_stands(*widget, "right");
-	check(std::abs(widget->width() - docked_width) <= 2, "it is as wide as before",
-	      QString::number(widget->width()));
+	QFile note(output_file(docked_again_file));
+	const int width = note.open(QIODevice::ReadOnly) ? note.readAll().toInt() : 0;
+	check(std::abs(widget->width() - width) <= 2, "it is as wide as before", QString::number(widget->width()));
 	char *const path = obs_module_get_config_path(obs_get_module("obs-kalvio"), "ui.json");
 	const OBSDataAutoRelease saved = obs_data_create_from_json_file(path);
 	bfree(path);
