@@ -55,6 +55,12 @@ protected:
 		qApp->notify(&widget, &event);
 	}
 
+	// At a point in the panel's own measure, whatever the scale.
+	static QColor color_at(const QImage &picture, const QPoint &point)
+	{
+		return picture.pixelColor((QPointF(point) * picture.devicePixelRatio()).toPoint());
+	}
+
 	FakeSource *filter;
 };
 
@@ -168,8 +174,8 @@ TEST_F(AccessTest, KeyboardFocusIsVisible)
 	settle();
 	const QImage after = world.panel().grab().toImage();
 	const QPoint above = toggle->mapTo(&world.panel(), QPoint(toggle->width() / 2, -2));
-	EXPECT_NE(before.pixelColor(above), after.pixelColor(above));
-	EXPECT_EQ(after.pixelColor(above), QColor(0x60, 0xa5, 0xfa));
+	EXPECT_NE(color_at(before, above), color_at(after, above));
+	EXPECT_EQ(color_at(after, above), QColor(0x60, 0xa5, 0xfa));
 	toggle->clearFocus();
 	settle();
 	EXPECT_EQ(world.panel().grab().toImage(), before);
@@ -189,7 +195,7 @@ TEST_F(AccessTest, EveryTabStopShowsTheRing)
 			settle();
 			const QImage picture = world.panel().grab().toImage();
 			const QPoint left = stop->mapTo(&world.panel(), QPoint(-2, stop->height() / 2));
-			EXPECT_EQ(picture.pixelColor(left), QColor(0x60, 0xa5, 0xfa))
+			EXPECT_EQ(color_at(picture, left), QColor(0x60, 0xa5, 0xfa))
 				<< where.toStdString() << ": " << stop->metaObject()->className() << " "
 				<< stop->accessibleName().toStdString();
 			++seen;
@@ -228,7 +234,7 @@ TEST_F(AccessTest, FocusByMouseShowsNoRing)
 	EXPECT_EQ(QApplication::focusWidget(), slider);
 	const QImage picture = world.panel().grab().toImage();
 	const QPoint above = slider->mapTo(&world.panel(), QPoint(slider->width() / 2, -2));
-	EXPECT_NE(picture.pixelColor(above), QColor(0x60, 0xa5, 0xfa));
+	EXPECT_NE(color_at(picture, above), QColor(0x60, 0xa5, 0xfa));
 }
 
 TEST_F(AccessTest, FocusedControlsAreScrolledIntoSight)
