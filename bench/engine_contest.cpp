@@ -80,23 +80,23 @@ std::vector<double> gaussian_green(const Frame &frame)
 	const auto width = size_t(frame.width);
 	const auto height = size_t(frame.height);
 	const auto inside = [](int place, size_t size) {
-		return size_t(std::clamp(place, 0, int(size) - 1));
+		return static_cast<size_t>(std::clamp(place, 0, static_cast<int>(size) - 1));
 	};
 	std::vector<double> across(width * height);
 	for (size_t y = 0; y < height; ++y) {
 		for (size_t x = 0; x < width; ++x) {
 			double sum = 0;
 			for (int tap = -radius; tap <= radius; ++tap)
-				sum += weights[size_t(tap + radius)] *
-				       frame.pixels[(y * width + inside(int(x) + tap, width)) * 4 + 1];
+				sum += weights[static_cast<size_t>(tap + radius)] *
+				       frame.pixels[(y * width + inside(static_cast<int>(x) + tap, width)) * 4 + 1];
 			across[y * width + x] = sum / total;
 		}
 	}
 	std::vector<double> result(width * height);
 	for (size_t y = 0; y < height; ++y) {
 		for (int tap = -radius; tap <= radius; ++tap) {
-			const double weight = weights[size_t(tap + radius)] / total;
-			const double *row = across.data() + inside(int(y) + tap, height) * width;
+			const double weight = weights[static_cast<size_t>(tap + radius)] / total;
+			const double *row = across.data() + inside(static_cast<int>(y) + tap, height) * width;
 			for (size_t x = 0; x < width; ++x)
 				result[y * width + x] += weight * row[x];
 		}

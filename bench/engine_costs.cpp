@@ -73,6 +73,7 @@ void measure_sizes(const std::string &data_folder, Report &report)
 
 	report.table({"whole look, one thread", "ms", "ns a pixel", "bar", ""});
 	std::vector<double> costs;
+	costs.reserve(frames.size());
 	for (size_t index = 0; index < frames.size(); ++index) {
 		const Frame &frame = frames[index];
 		const double pixel = times[index] * 1e6 / (double(frame.width) * frame.height);
@@ -91,6 +92,8 @@ void measure_engines(const std::string &data_folder, Report &report)
 	std::vector<std::unique_ptr<Subject>> subjects;
 	std::vector<std::function<void()>> runs;
 	const int counts[] = {1, 2, 4};
+	subjects.reserve(4);
+	runs.reserve(std::size(counts));
 	for (int engine = 0; engine < 4; ++engine)
 		subjects.push_back(std::make_unique<Subject>(data_folder, frame, 0, whole_look(data_folder)));
 	for (const int count : counts) {
@@ -125,6 +128,7 @@ void measure_memory(const std::string &data_folder, Report &report)
 	// In a process of its own: what this one has freed would be taken again unseen.
 	const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
 	const std::string command = "'" + self + "' --engine-memory '" + data_folder + "'";
+	// NOLINTNEXTLINE(cert-env33-c): the command is this program itself
 	const std::unique_ptr<FILE, int (*)(FILE *)> child(popen(command.c_str(), "r"), pclose);
 	double bytes = 0;
 	if (!child || std::fscanf(child.get(), "%lf", &bytes) != 1)

@@ -13,7 +13,7 @@ namespace {
 using Filter = std::function<void(const cv::Mat &input, cv::Mat &output)>;
 
 // OpenCV's filters take three channels: the conversion is not counted.
-Peer opencv_peer(Work work, const std::string &name, Filter filter)
+Peer opencv_peer(Work work, const std::string &name, const Filter &filter)
 {
 	return {work, "OpenCV " + name, [filter](const Frame &frame, int threads) -> Peer::Prepared {
 			cv::setNumThreads(threads);

@@ -13,7 +13,7 @@ namespace kalvio::bench {
 Frame make_frame(int width, int height)
 {
 	Frame frame = {width, height, std::vector<uint8_t>(size_t(width) * size_t(height) * 4)};
-	std::minstd_rand random(1);
+	std::minstd_rand random(1); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same noise in every run
 	for (int y = 0; y < height; ++y) {
 		for (int x = 0; x < width; ++x) {
 			const double u = (x + 0.5) / width;

@@ -58,6 +58,7 @@ std::vector<double> times_in_turns(const std::vector<std::function<void()>> &run
 		}
 	}
 	std::vector<double> medians;
+	medians.reserve(times.size());
 	for (std::vector<double> &list : times)
 		medians.push_back(median(std::move(list)));
 	return medians;

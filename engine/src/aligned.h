@@ -35,7 +35,6 @@ public:
 
 	Number *data() { return numbers_.get(); }
 	const Number *data() const { return numbers_.get(); }
-	size_t bytes() const { return capacity_ * sizeof(Number); }
 
 private:
 	hwy::AlignedFreeUniquePtr<Number[]> numbers_;

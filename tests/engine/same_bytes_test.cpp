@@ -6,6 +6,7 @@
 #include <hwy/targets.h>
 
 #include <array>
+#include <ostream>
 
 namespace kalvio::engine::testing {
 namespace {
@@ -16,6 +17,12 @@ struct Effect {
 	const char *name;
 	void (*set)(kl_engine *engine, const std::string &background);
 };
+
+// NOLINTNEXTLINE(readability-identifier-naming): the name that GoogleTest looks for
+void PrintTo(const Effect &effect, std::ostream *stream)
+{
+	*stream << effect.name;
+}
 
 void set_key(kl_engine *engine)
 {

@@ -184,5 +184,33 @@ TEST_F(Session, EnginesComeAndGoOnManyThreads_WhileOthersProcess)
 	EXPECT_EQ(failures, 0);
 }
 
+TEST_F(Session, TwoThreadsOnOneHandleAreServedOrRefused)
+{
+	const Picture input = noise_picture(97, 61, 1);
+	std::atomic<int> wrong = 0;
+	std::atomic<int> served = 0;
+	const auto work = [&](int thread) {
+		Picture output(97, 61);
+		for (int round = 0; round < 60; ++round) {
+			const int32_t statuses[] = {
+				kl_set_smoothing(engine.get(), 0.1F * static_cast<float>(round % 10)),
+				thread == 0 ? kl_set_filter(engine.get(), KALVIO_DATA_DIR "/filters/vivid/vivid.kld")
+					    : kl_clear_filter(engine.get()),
+				kl_process_rgba(engine.get(), input.bytes.data(), 97, 61, input.stride,
+						output.bytes.data(), 1, 0),
+			};
+			for (const int32_t status : statuses) {
+				wrong += status != KL_OK && status != KL_ERROR_BUSY;
+				served += status == KL_OK;
+			}
+		}
+	};
+	std::thread other(work, 1);
+	work(0);
+	other.join();
+	EXPECT_EQ(wrong, 0);
+	EXPECT_GT(served, 0);
+}
+
 } // namespace
 } // namespace kalvio::engine::testing

@@ -24,8 +24,8 @@ public:
 	// With a null key everything is background. `deviation` in pixels.
 	void build(const Frame &frame, const kernels::ColorKey *key, float deviation, Pool &pool);
 
-	// One row of the blurred background, opaque or not as it comes: only colours count. With `mix` below 256 the
-	// blur is weaker than the coarsest grid can express, and is to be mixed with the captured row in this
+	// One row of the blurred background, opaque, into a scratch row or one of whole vectors. With `mix` below 256
+	// the blur is weaker than the finest grid can express, and is to be mixed with the captured row in this
 	// proportion.
 	void write_row(int y, int slot, int width, uint8_t *row);
 	int mix() const { return mix_; }

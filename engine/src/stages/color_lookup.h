@@ -30,7 +30,6 @@ public:
 	void clear() { cells_.release(); }
 
 	const int16_t *cells() const { return cells_.data(); }
-	size_t bytes() const { return cells_.bytes(); }
 
 private:
 	Aligned<int16_t> cells_;

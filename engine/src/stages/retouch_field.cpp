@@ -235,9 +235,4 @@ const int16_t *RetouchField::row(int y, int slot)
 	return out + cell_values_;
 }
 
-size_t RetouchField::bytes() const
-{
-	return means_.bytes() + coefficients_.bytes() + skin_.bytes() + skin_line_.bytes() + field_.bytes();
-}
-
 } // namespace kalvio::engine

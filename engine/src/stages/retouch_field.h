@@ -26,12 +26,9 @@ public:
 
 	void build(const Frame &frame, const Settings &settings, Pool &pool);
 
-	bool masked() const { return masked_; }
 	// The field brought to the height of pixel row `y`; valid until the slot's next call. Points at the first cell,
 	// readable one cell before and behind the row.
 	const int16_t *row(int y, int slot);
-
-	size_t bytes() const;
 
 private:
 	struct Slot {
