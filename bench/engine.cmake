@@ -7,8 +7,8 @@ find_package(PkgConfig QUIET)
 if(PkgConfig_FOUND)
   pkg_check_modules(avfilter QUIET IMPORTED_TARGET libavfilter libavutil)
   pkg_check_modules(vips QUIET IMPORTED_TARGET vips)
+  pkg_check_modules(opencolorio QUIET IMPORTED_TARGET OpenColorIO>=2) # not packaged everywhere
 endif()
-find_package(OpenColorIO 2 QUIET) # not packaged everywhere
 if(NOT OpenCV_FOUND OR NOT avfilter_FOUND OR NOT vips_FOUND)
   message(STATUS "bench_engine is left out: it needs libopencv-contrib-dev, libavfilter-dev and libvips-dev")
   return()
@@ -37,9 +37,9 @@ target_link_libraries(
           opencv_imgproc
           opencv_ximgproc
 )
-if(OpenColorIO_FOUND)
+if(opencolorio_FOUND)
   target_sources(bench_engine PRIVATE engine_peers_opencolorio.cpp)
-  target_link_libraries(bench_engine PRIVATE OpenColorIO::OpenColorIO)
+  target_link_libraries(bench_engine PRIVATE PkgConfig::opencolorio)
 else()
   target_sources(bench_engine PRIVATE engine_peers_no_opencolorio.cpp)
 endif()
