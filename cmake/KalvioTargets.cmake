@@ -31,8 +31,9 @@ else()
   endif()
 endif()
 
-if(MINGW)
-  # The compiler's own libraries go into each file: nothing has to be found beside it.
+if(MINGW AND NOT KALVIO_BUILD_MODULE)
+  # The compiler's own libraries go into each file: nothing has to be found beside it. The module has to share them
+  # with Qt.
   target_link_options(kalvio_options INTERFACE -static)
 endif()
 

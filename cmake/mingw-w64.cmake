@@ -7,14 +7,20 @@ set(CMAKE_C_COMPILER ${triple}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${triple}-g++-posix)
 set(CMAKE_RC_COMPILER ${triple}-windres)
 
-# Libraries and headers of this machine are for this machine. The second folder has what Debian does not build for
-# Windows; scripts/test --windows fills it.
-if(DEFINED ENV{KALVIO_MINGW_PREFIX})
-  set(prefix "$ENV{KALVIO_MINGW_PREFIX}")
+# Libraries and headers of this machine are for this machine. The other folders have what Debian does not build for
+# Windows; scripts/test --windows fills them, except that of Qt (see docs/windows.md).
+if(DEFINED ENV{KALVIO_CACHE})
+  set(cache "$ENV{KALVIO_CACHE}")
+elseif(DEFINED ENV{XDG_CACHE_HOME})
+  set(cache "$ENV{XDG_CACHE_HOME}/kalvio")
 else()
-  set(prefix "$ENV{HOME}/.cache/kalvio/mingw")
+  set(cache "$ENV{HOME}/.cache/kalvio")
 endif()
-set(CMAKE_FIND_ROOT_PATH /usr/${triple} "${prefix}")
+set(libraries "${cache}/mingw")
+if(DEFINED ENV{KALVIO_MINGW_PREFIX})
+  set(libraries "$ENV{KALVIO_MINGW_PREFIX}") # while they are made
+endif()
+set(CMAKE_FIND_ROOT_PATH /usr/${triple} "${libraries}" "${cache}/mingw-host" "${cache}/qt-mingw")
 set(ZLIB_USE_STATIC_LIBS ON)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

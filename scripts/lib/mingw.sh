@@ -19,13 +19,15 @@ mingw_ready() {
 	[[ -f $stamp && $(<"$stamp") == "$(mingw_stamp)" ]]
 }
 
-# mingw_fetch FOLDER: the source packages, unpacked. The lists and archives are the folder's own, not the system's.
-mingw_fetch() (
-	local folder=$1 mirror
+# mingw_apt FOLDER TYPE SUITE ARGUMENT...: apt-get for packages of the suite (deb or deb-src), in the folder and with
+# lists and archives of the folder's own, not the system's.
+mingw_apt() (
+	local folder=$1 type=$2 suite=$3 mirror
+	shift 3
 	mirror=$(sandbox_mirror)
 	mkdir -p "$folder/lists/partial" "$folder/cache/archives/partial"
-	printf 'deb-src [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] %s %s main\n' \
-		"${mirror:-http://deb.debian.org/debian}" "$MINGW_SUITE" >"$folder/sources.list"
+	printf '%s [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] %s %s main\n' "$type" \
+		"${mirror:-http://deb.debian.org/debian}" "$suite" >"$folder/sources.list"
 	cat >"$folder/apt.conf" <<-END
 		Dir::Etc::sourcelist "$folder/sources.list";
 		Dir::Etc::sourceparts "-";
@@ -36,7 +38,7 @@ mingw_fetch() (
 		APT::Sandbox::User "root";
 	END
 	export APT_CONFIG=$folder/apt.conf
-	cd "$folder" && apt-get -q update && apt-get -q source --only-source "${MINGW_SOURCES[@]}"
+	cd "$folder" && apt-get -q update && apt-get -q "$@"
 )
 
 # mingw_build NAME SOURCE PREFIX [CMAKE ARGUMENT]...
@@ -82,7 +84,10 @@ mingw_ensure() {
 	log=$KALVIO_ROOT/build/mingw.log
 	say "building libraries for Windows in $final (6 MB of sources to fetch; log: build/mingw.log)"
 	rm -rf -- "$growing" "$final"
-	if ! { mingw_fetch "$growing/sources" && mingw_build_all "$growing" && mingw_copy_json "$growing"; } >"$log" 2>&1; then
+	if ! {
+		mingw_apt "$growing/sources" deb-src "$MINGW_SUITE" source --only-source "${MINGW_SOURCES[@]}" &&
+		mingw_build_all "$growing" && mingw_copy_json "$growing"
+	} >"$log" 2>&1; then
 		log_tail "$log"
 		die "A library could not be built for Windows; see above and build/mingw.log."
 	fi
@@ -92,3 +97,66 @@ mingw_ensure() {
 	exec 9>&-
 	say "libraries for Windows: done in $((SECONDS - start)) s"
 }
+
+# The host to link the module with: headers and names of OBS 30 from Debian 13's packages.
+
+readonly MINGW_HOST_SUITE=trixie
+readonly MINGW_HOST_PACKAGES=(libobs-dev libobs0t64)
+
+mingw_host_folder() { printf '%s/mingw-host' "$KALVIO_CACHE"; }
+
+# mingw_import_library NAME LIBRARY FOLDER PACKAGE: an import library for NAME.dll with the functions of a Linux library, and the
+# CMake package PACKAGE. That a function is in Linux's library does not say that it is in the one of Windows.
+mingw_import_library() {
+	local name=$1 library=$2 folder=$3 package=$4
+	mkdir -p "$folder/lib/cmake/$package"
+	{
+		printf 'LIBRARY %s.dll\nEXPORTS\n' "$name"
+		nm --dynamic --defined-only --format=posix "$library" |
+			awk '$2 == "T" && $1 !~ /^(_init|_fini|_Z)/ { sub(/@.*/, "", $1); print "  " $1 }'
+	} >"$folder/lib/$name.def"
+	x86_64-w64-mingw32-dlltool -d "$folder/lib/$name.def" -D "$name.dll" -l "$folder/lib/lib$name.dll.a"
+	cat >"$folder/lib/cmake/$package/${package}Config.cmake" <<-END
+		if(NOT TARGET OBS::$package)
+		  get_filename_component(folder "\${CMAKE_CURRENT_LIST_DIR}/../../.." ABSOLUTE)
+		  add_library(OBS::$package SHARED IMPORTED)
+		  set_target_properties(
+		    OBS::$package PROPERTIES IMPORTED_IMPLIB "\${folder}/lib/lib$name.dll.a"
+		                             INTERFACE_INCLUDE_DIRECTORIES "\${folder}/include/obs"
+		  )
+		endif()
+	END
+}
+
+mingw_host_make() {
+	local folder=$1 root=$1/download/root package
+	mingw_apt "$folder/download" deb "$MINGW_HOST_SUITE" download "${MINGW_HOST_PACKAGES[@]}" &&
+		for package in "$folder"/download/*.deb; do
+			dpkg -x "$package" "$root" || return 1
+		done &&
+		mkdir -p "$folder/include" && cp -r "$root/usr/include/obs" "$folder/include/" &&
+		mingw_import_library obs "$(find "$root" -name libobs.so.0)" "$folder" libobs &&
+		mingw_import_library obs-frontend-api "$(find "$root" -name libobs-frontend-api.so.0)" "$folder" obs-frontend-api
+}
+
+mingw_host_ensure() {
+	local final growing log
+	final=$(mingw_host_folder)
+	growing=$final.incomplete
+	log=$KALVIO_ROOT/build/mingw-host.log
+	[[ ! -d $final ]] || return 0
+	mkdir -p "$KALVIO_CACHE" "$KALVIO_ROOT/build"
+	exec 9>"$KALVIO_CACHE/mingw.lock"
+	flock 9
+	[[ ! -d $final ]] || return 0
+	rm -rf -- "$growing"
+	if ! mingw_host_make "$growing" >"$log" 2>&1; then
+		log_tail "$log"
+		die "The names of OBS could not be made for Windows; see above and build/mingw-host.log."
+	fi
+	rm -rf -- "$growing/download"
+	mv -T "$growing" "$final"
+	exec 9>&-
+}
+
+mingw_has_qt() { [[ -f $KALVIO_CACHE/qt-mingw/lib/cmake/Qt6/Qt6Config.cmake ]]; }
