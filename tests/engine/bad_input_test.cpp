@@ -156,7 +156,10 @@ TEST_F(BadInput, NoLoaderTakesAFolder)
 
 TEST_F(BadInput, NoLoaderTakesALinkThatLeadsNowhereOrToItself)
 {
-	std::filesystem::create_symlink(scratch.path("absent"), scratch.path("dangling"));
+	std::error_code error;
+	std::filesystem::create_symlink(scratch.path("absent"), scratch.path("dangling"), error);
+	if (error)
+		GTEST_SKIP() << "no links can be made here: " << error.message(); // Windows
 	expect_refused(scratch.path("dangling"), KL_ERROR_FILE);
 	std::filesystem::create_symlink(scratch.path("loop"), scratch.path("loop"));
 	expect_refused(scratch.path("loop"), KL_ERROR_FILE);
