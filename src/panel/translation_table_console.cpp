@@ -73,7 +73,7 @@ constexpr TranslationRow rows[] = {
 
 	{"update.softTitle",
 	 {"Update available", "有可用更新", "有可用的更新", "更新があります", "새 업데이트", "Atualização disponível",
-	  "Actualización disponible", "Update verfügbar"}},
+	  "Nueva versión", "Update verfügbar"}},
 	{"update.forceTitle",
 	 {"Update required", "需要更新", "需要更新", "更新が必要です", "업데이트 필요", "Atualização necessária",
 	  "Actualización necesaria", "Update erforderlich"}},
