@@ -49,9 +49,15 @@ std::string module_folder()
 std::string temporary_folder()
 {
 	// The result ends in a separator. A length of the capacity or more is the length that would have been needed.
-	char buffer[path_capacity] = {};
-	const DWORD length = GetTempPathA(path_capacity, buffer);
-	return length != 0 && length < path_capacity ? std::string(buffer, length) : std::string();
+	char narrow[path_capacity] = {};
+	DWORD length = GetTempPathA(path_capacity, narrow);
+	if (length == 0 || length >= path_capacity)
+		return {};
+
+	// That has "?" or a look-alike for each character outside the user's code page, and names no folder then.
+	wchar_t buffer[path_capacity] = {};
+	length = GetTempPathW(path_capacity, buffer);
+	return length < path_capacity ? to_utf8(buffer, static_cast<int>(length)) : std::string();
 }
 
 bool open_url(const std::string &url)

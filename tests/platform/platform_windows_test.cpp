@@ -19,6 +19,28 @@ std::string utf8(const std::filesystem::path &path)
 	return {text.begin(), text.end()};
 }
 
+// The C library's copy of the environment has lost what the code page lacks.
+std::wstring environment_variable(const wchar_t *name)
+{
+	std::array<wchar_t, 4096> value = {};
+	return {value.data(), GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size()))};
+}
+
+// The folder for temporary files, another one for as long as it lives. Windows looks at this variable first.
+class ScopedTemporaryFolder {
+public:
+	explicit ScopedTemporaryFolder(const std::filesystem::path &folder)
+	{
+		SetEnvironmentVariableW(L"TMP", folder.c_str());
+	}
+	~ScopedTemporaryFolder() { SetEnvironmentVariableW(L"TMP", previous_.empty() ? nullptr : previous_.c_str()); }
+	ScopedTemporaryFolder(const ScopedTemporaryFolder &) = delete;
+	ScopedTemporaryFolder &operator=(const ScopedTemporaryFolder &) = delete;
+
+private:
+	const std::wstring previous_ = environment_variable(L"TMP");
+};
+
 // The folder of a copy of the probe that is loaded from there.
 std::string folder_told_by_a_module_in(const std::filesystem::path &folder)
 {
@@ -47,7 +69,8 @@ TEST(ModuleFolder, IsWhereTheModuleFileLiesWithoutATrailingSeparator)
 TEST(ModuleFolder, MayHaveAnyCharacters)
 {
 	const ScratchFolder scratch;
-	for (const char8_t *name : {u8"Плагіни", u8"プラグイン 配置", u8"a b'c d", u8"été"})
+	for (const char8_t *name :
+	     {u8"Плагіни", u8"プラグイン 配置", u8"a b'c d", u8"été", u8"Programme (Ü)\\日本 plugins"})
 		EXPECT_EQ(folder_told_by_a_module_in(scratch.path() / name), utf8(scratch.path() / name));
 }
 
@@ -68,13 +91,32 @@ TEST(ModuleFolder, IsThatOfTheCallerNotOfTheProgram)
 TEST(TemporaryFolder, IsTheOneOfTheEnvironmentWithATrailingSeparator)
 {
 	const ScratchFolder scratch;
-	const ScopedEnvironment tmp("TMP", utf8(scratch.path()));
+	const ScopedTemporaryFolder temporary(scratch.path());
 	EXPECT_EQ(kalvio::temporary_folder(), utf8(scratch.path()) + "\\");
+}
+
+// Of the first name the code page of western Europe has a part, of the second a look-alike: a plain L.
+TEST(TemporaryFolder, MayBeOfAnyUser)
+{
+	for (const char8_t *user : {u8"Jürgen 太郎", u8"Łukasz"}) {
+		const ScratchFolder scratch;
+		const std::filesystem::path folder = scratch.path() / user;
+		std::filesystem::create_directory(folder);
+		const ScopedTemporaryFolder temporary(folder);
+		EXPECT_EQ(kalvio::temporary_folder(), utf8(folder) + "\\");
+	}
+}
+
+TEST(TemporaryFolder, IsThatOfTheUserWhomTheTestRunsAs)
+{
+	const std::string folder = kalvio::temporary_folder();
+	EXPECT_EQ(folder, utf8(std::filesystem::temp_directory_path()));
+	EXPECT_NE(folder.find(utf8(environment_variable(L"KALVIO_WINE_USER"))), std::string::npos) << folder;
 }
 
 TEST(TemporaryFolder, IsUnknown_WhenItsPathIsTooLong)
 {
-	const ScopedEnvironment tmp("TMP", R"(C:\)" + std::string(300, 'x'));
+	const ScopedTemporaryFolder temporary(LR"(C:\)" + std::wstring(300, L'x'));
 	EXPECT_EQ(kalvio::temporary_folder(), "");
 }
 
