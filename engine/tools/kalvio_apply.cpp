@@ -2,6 +2,8 @@
 
 // kalvio-apply RESOURCES INPUT OUTPUT [NAME=VALUE...]: puts one picture through an engine, for example
 //   kalvio-apply build/linux/plugins/obs-kalvio/data/resource.kld in.jpg out.png smoothing=0.6 whitening=0.3
+// log=FILE keeps the engine's log there instead of showing it.
+#include "arguments.h"
 #include "image.h"
 #include "image_writer.h"
 #include "kalvio_engine.h"
@@ -55,6 +57,18 @@ constexpr FileSetting files[] = {
 	{"background", kl_set_virtual_background},
 };
 
+// "NAME=VALUE" as the two; the value is empty when there is none.
+struct Setting {
+	explicit Setting(const std::string &argument)
+		: name(argument.substr(0, argument.find('='))),
+		  value(argument.substr(std::min(name.size() + 1, argument.size())))
+	{
+	}
+
+	std::string name;
+	std::string value;
+};
+
 int32_t apply(kl_engine *engine, const std::string &name, const char *value)
 {
 	for (const NumberSetting &setting : numbers) {
@@ -84,33 +98,39 @@ double process(kl_engine *engine, const Image &input, Image &output)
 	return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
 
-int run(int argc, char **argv)
+int run(const std::vector<std::string> &arguments)
 {
-	const kl_log_config log = {1, 0, 1, 0, nullptr};
+	std::vector<Setting> settings;
+	std::string log_path;
+	int frames = 1;
+	for (size_t index = 4; index < arguments.size(); ++index) {
+		Setting setting(arguments[index]);
+		if (setting.name == "frames")
+			frames = std::atoi(setting.value.c_str());
+		else if (setting.name == "log")
+			log_path = std::move(setting.value);
+		else
+			settings.push_back(std::move(setting));
+	}
+	const kl_log_config log =
+		log_path.empty() ? kl_log_config{1, 0, 1, 0, nullptr} : kl_log_config{0, 1, 2, 0, log_path.c_str()};
 	kl_set_log_config(&log);
-	const kl_engine_config config = {0, 0, nullptr, argv[1], "kalvio-apply", 0};
+	const kl_engine_config config = {0, 0, nullptr, arguments.at(1).c_str(), "kalvio-apply", 0};
 	const std::unique_ptr<kl_engine, void (*)(kl_engine *)> engine(kl_engine_create(&config), kl_engine_destroy);
 	Image input;
-	if (!engine || !load_image(argv[2], input))
+	if (!engine || !load_image(arguments.at(2).c_str(), input))
 		throw std::runtime_error("the resources or the picture cannot be read");
 
-	int frames = 1;
-	for (int index = 4; index < argc; ++index) {
-		const std::string argument = argv[index];
-		const size_t equals = argument.find('=');
-		const std::string name = argument.substr(0, equals);
-		const char *value = equals == std::string::npos ? "" : argv[index] + equals + 1;
-		if (name == "frames")
-			frames = std::atoi(value);
-		else if (apply(engine.get(), name, value) != KL_OK)
-			throw std::runtime_error("cannot set " + argument);
+	for (const Setting &setting : settings) {
+		if (apply(engine.get(), setting.name, setting.value.c_str()) != KL_OK)
+			throw std::runtime_error("cannot set " + setting.name + "=" + setting.value);
 	}
 	Image output = input;
 	double fastest = 1e9;
 	for (int frame = 0; frame < frames; ++frame)
 		fastest = std::min(fastest, process(engine.get(), input, output));
 	std::printf("%dx%d %.2f ms\n", input.width, input.height, fastest);
-	kalvio::engine::write_image(argv[3], output, 94);
+	kalvio::engine::write_image(kalvio::engine::path_from_utf8(arguments.at(3)), output, 94);
 	return 0;
 }
 
@@ -123,7 +143,7 @@ int main(int argc, char **argv)
 		return 2;
 	}
 	try {
-		return run(argc, argv);
+		return run(kalvio::engine::utf8_arguments(argc, argv));
 	} catch (const std::exception &error) {
 		std::fprintf(stderr, "kalvio-apply: %s\n", error.what());
 		return 1;

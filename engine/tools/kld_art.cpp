@@ -2,6 +2,7 @@
 
 // kld-art OUTPUT DEFINITION: draws a picture (".jpg", ".png") or, for an OUTPUT ".kld", the sprites of a sticker, and
 // packs these with the definition's manifest.
+#include "arguments.h"
 #include "art.h"
 #include "bundle_writer.h"
 #include "image_writer.h"
@@ -25,7 +26,7 @@ void make_sticker(const std::filesystem::path &output, const nlohmann::json &def
 	write_bundle(output, std::move(files));
 }
 
-void make(const std::filesystem::path &output, const char *definition_path)
+void make(const std::filesystem::path &output, const std::filesystem::path &definition_path)
 {
 	std::ifstream stream(definition_path);
 	const nlohmann::json definition = nlohmann::json::parse(stream);
@@ -44,7 +45,8 @@ int main(int argc, char **argv)
 		return 2;
 	}
 	try {
-		make(argv[1], argv[2]);
+		const std::vector<std::string> arguments = utf8_arguments(argc, argv);
+		make(path_from_utf8(arguments.at(1)), path_from_utf8(arguments.at(2)));
 		return 0;
 	} catch (const std::exception &error) {
 		std::fprintf(stderr, "kld-art: %s: %s\n", argv[2], error.what());

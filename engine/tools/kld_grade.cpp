@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 
 // kld-grade OUTPUT DEFINITION: makes the colour filter bundle OUTPUT from a grade in JSON.
+#include "arguments.h"
 #include "bundle_writer.h"
 #include "grade.h"
 #include "stages/color_lookup.h"
@@ -33,7 +34,7 @@ Bytes table_of(const Grade &grade)
 	return bytes;
 }
 
-void make(const char *output, const char *definition)
+void make(const std::filesystem::path &output, const std::filesystem::path &definition)
 {
 	std::ifstream stream(definition);
 	const nlohmann::json json = nlohmann::json::parse(stream);
@@ -55,7 +56,8 @@ int main(int argc, char **argv)
 		return 2;
 	}
 	try {
-		make(argv[1], argv[2]);
+		const std::vector<std::string> arguments = utf8_arguments(argc, argv);
+		make(path_from_utf8(arguments.at(1)), path_from_utf8(arguments.at(2)));
 		return 0;
 	} catch (const std::exception &error) {
 		std::fprintf(stderr, "kld-grade: %s: %s\n", argv[2], error.what());

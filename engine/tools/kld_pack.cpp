@@ -2,6 +2,7 @@
 
 // kld-pack OUTPUT FOLDER: packs every file of FOLDER, sub-folders included, into the bundle OUTPUT. FOLDER must hold a
 // "manifest.json". The same files always give the same bytes: names are sorted, times are fixed.
+#include "arguments.h"
 #include "bundle_writer.h"
 
 #include <algorithm>
@@ -22,9 +23,10 @@ std::vector<kalvio::engine::BundleFile> collect(const std::filesystem::path &fol
 {
 	std::vector<kalvio::engine::BundleFile> files;
 	for (const auto &entry : std::filesystem::recursive_directory_iterator(folder)) {
-		if (entry.is_regular_file())
-			files.push_back(
-				{entry.path().lexically_relative(folder).generic_string(), read_all(entry.path())});
+		if (!entry.is_regular_file())
+			continue;
+		const std::u8string name = entry.path().lexically_relative(folder).generic_u8string();
+		files.push_back({std::string(name.begin(), name.end()), read_all(entry.path())});
 	}
 	return files;
 }
@@ -38,7 +40,9 @@ int main(int argc, char **argv)
 		return 2;
 	}
 	try {
-		kalvio::engine::write_bundle(argv[1], collect(argv[2]));
+		const std::vector<std::string> arguments = kalvio::engine::utf8_arguments(argc, argv);
+		kalvio::engine::write_bundle(kalvio::engine::path_from_utf8(arguments.at(1)),
+					     collect(kalvio::engine::path_from_utf8(arguments.at(2))));
 		return 0;
 	} catch (const std::exception &error) {
 		std::fprintf(stderr, "kld-pack: %s: %s\n", argv[1], error.what());

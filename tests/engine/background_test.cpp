@@ -60,7 +60,7 @@ protected:
 			for (int x = 0; x < width; ++x)
 				std::copy_n((x < width / 2 ? left : right).data(), 4, image.pixel(x, y));
 		}
-		write_image(scratch.path(name), image, 100);
+		write_image(scratch.place(name), image, 100);
 		return scratch.path(name);
 	}
 };

@@ -150,18 +150,18 @@ TEST_F(BadInput, NoLoaderTakesNoise)
 
 TEST_F(BadInput, NoLoaderTakesAFolder)
 {
-	std::filesystem::create_directory(scratch.path("folder"));
+	std::filesystem::create_directory(scratch.place("folder"));
 	expect_refused(scratch.path("folder"), KL_ERROR_FILE);
 }
 
 TEST_F(BadInput, NoLoaderTakesALinkThatLeadsNowhereOrToItself)
 {
 	std::error_code error;
-	std::filesystem::create_symlink(scratch.path("absent"), scratch.path("dangling"), error);
+	std::filesystem::create_symlink(scratch.place("absent"), scratch.place("dangling"), error);
 	if (error)
 		GTEST_SKIP() << "no links can be made here: " << error.message(); // Windows
 	expect_refused(scratch.path("dangling"), KL_ERROR_FILE);
-	std::filesystem::create_symlink(scratch.path("loop"), scratch.path("loop"));
+	std::filesystem::create_symlink(scratch.place("loop"), scratch.place("loop"));
 	expect_refused(scratch.path("loop"), KL_ERROR_FILE);
 }
 
@@ -279,7 +279,7 @@ TEST_F(BadInput, AnAnimatedGifIsRefused)
 
 TEST_F(BadInput, APictureWithAlphaLeavesTheFrameOpaque)
 {
-	write_image(scratch.path("half.png"), plain_image(64, 36, {200, 100, 50, 128}), 0);
+	write_image(scratch.place("half.png"), plain_image(64, 36, {200, 100, 50, 128}), 0);
 	kl_set_chroma_key(engine.get(), 0);
 	kl_set_chroma_key_similarity(engine.get(), 0.5F);
 	ASSERT_EQ(kl_set_virtual_background(engine.get(), scratch.path("half.png").c_str()), KL_OK);

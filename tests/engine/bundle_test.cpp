@@ -50,7 +50,7 @@ TEST_F(BundleTest, AMissingFileIsAFileError)
 
 TEST_F(BundleTest, AFolderIsAFileError)
 {
-	std::filesystem::create_directory(scratch.path("folder.kld"));
+	std::filesystem::create_directory(scratch.place("folder.kld"));
 	EXPECT_EQ(open(scratch.path("folder.kld")).status, KL_ERROR_FILE);
 }
 
@@ -94,7 +94,7 @@ TEST_F(BundleTest, AnotherVersionIsRefused)
 
 TEST_F(BundleTest, AMissingManifestIsRefused)
 {
-	write_bundle(scratch.path("a.kld"), {{"other.json", {'{', '}'}}});
+	write_bundle(scratch.place("a.kld"), {{"other.json", {'{', '}'}}});
 	EXPECT_EQ(open(scratch.path("a.kld")).status, KL_ERROR_FORMAT);
 }
 
@@ -104,7 +104,7 @@ TEST_F(BundleTest, ManifestsThatAreNoManifestAreRefused)
 				       "{\"kind\":\"filter\",\"format_version\":\"1\",\"name\":\"x\"}",
 				       "{\"kind\":\"filter\",\"format_version\":1.5,\"name\":\"x\"}",
 				       "{\"kind\":\"filter\",\"format_version\":1}"}) {
-		write_bundle(scratch.path("a.kld"), {{"manifest.json", Bytes(text.begin(), text.end())}});
+		write_bundle(scratch.place("a.kld"), {{"manifest.json", Bytes(text.begin(), text.end())}});
 		EXPECT_EQ(open(scratch.path("a.kld")).status, KL_ERROR_FORMAT) << text;
 	}
 }
@@ -126,7 +126,7 @@ TEST_F(BundleTest, AFileThatUnpacksTooLargeIsRefusedUnread)
 {
 	const std::string path =
 		scratch.write_bundle("bomb.kld", "filter", 1, {{"zeros.bin", Bytes(BundleLimits::entry_bytes + 1)}});
-	ASSERT_LT(std::filesystem::file_size(path), 200000U);
+	ASSERT_LT(std::filesystem::file_size(scratch.place("bomb.kld")), 200000U);
 	EXPECT_EQ(open(path).status, KL_ERROR_FORMAT);
 }
 

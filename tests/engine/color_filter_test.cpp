@@ -57,8 +57,8 @@ protected:
 	{
 		const std::string manifest =
 			R"({"kind":"filter","format_version":1,"name":"test","size":)" + size + "}";
-		write_bundle(scratch.path(name), {{"manifest.json", Bytes(manifest.begin(), manifest.end())},
-						  {ColorLattice::entry, table}});
+		write_bundle(scratch.place(name), {{"manifest.json", Bytes(manifest.begin(), manifest.end())},
+						   {ColorLattice::entry, table}});
 		return scratch.path(name);
 	}
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "engine_fixture.h"
 
+#include "arguments.h"
+
 #include <atomic>
 #include <fstream>
 #include <iterator>
@@ -76,9 +78,9 @@ Picture noise_picture(int width, int height, uint32_t seed, int padding_bytes)
 	return picture;
 }
 
-std::string read_text(const std::string &path)
+std::string read_text(const std::string &path_utf8)
 {
-	std::ifstream stream(path, std::ios::binary);
+	std::ifstream stream(path_from_utf8(path_utf8), std::ios::binary);
 	return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 

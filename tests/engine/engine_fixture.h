@@ -22,8 +22,9 @@ public:
 	ScratchFolder(const ScratchFolder &) = delete;
 	ScratchFolder &operator=(const ScratchFolder &) = delete;
 
-	// Names and paths are UTF-8, as the engine takes them.
+	// Names and paths are UTF-8, as the engine takes them; a place is what the C++ library takes.
 	std::string path(const std::string &name) const;
+	std::filesystem::path place(const std::string &name) const;
 	std::string write(const std::string &name, const std::string &content) const;
 	std::string write(const std::string &name, const Bytes &content) const;
 	// A bundle with a manifest of this kind and version and the further files.
@@ -31,8 +32,6 @@ public:
 				 std::vector<BundleFile> files = {}) const;
 
 private:
-	std::filesystem::path place(const std::string &name) const;
-
 	std::filesystem::path folder_;
 };
 
@@ -56,7 +55,7 @@ struct Picture {
 
 Picture noise_picture(int width, int height, uint32_t seed, int padding_bytes = 0);
 
-std::string read_text(const std::string &path);
+std::string read_text(const std::string &path_utf8);
 bool contains(const std::string &text, const std::string &part);
 
 // One engine with the shipped resource bundle, a scratch folder and a log file.

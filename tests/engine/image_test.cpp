@@ -98,7 +98,7 @@ TEST(ImageDecoding, AJpegComesBackNearly)
 {
 	const ScratchFolder scratch;
 	const Image original = gradient(64, 48);
-	write_image(scratch.path("a.jpg"), original, 95);
+	write_image(scratch.place("a.jpg"), original, 95);
 	Image image;
 	ASSERT_TRUE(load_image(scratch.path("a.jpg").c_str(), image));
 	ASSERT_EQ(image.pixels.size(), original.pixels.size());
@@ -187,7 +187,7 @@ TEST(ImageDecoding, BrokenExifIsIgnored)
 TEST(ImageDecoding, EveryTruncationIsRefused)
 {
 	const ScratchFolder scratch;
-	write_image(scratch.path("a.jpg"), gradient(24, 24), 80);
+	write_image(scratch.place("a.jpg"), gradient(24, 24), 80);
 	for (const Bytes &whole : {encode_png(gradient(24, 24)), bytes_of(scratch.path("a.jpg"))}) {
 		// The last bytes only say that it is over; some decoders do without.
 		for (size_t length = 0; length + 16 < whole.size(); ++length) {
@@ -202,7 +202,7 @@ TEST(ImageDecoding, EveryTruncationIsRefused)
 TEST(ImageDecoding, DamageNeverCrashes)
 {
 	const ScratchFolder scratch;
-	write_image(scratch.path("a.jpg"), gradient(24, 24), 80);
+	write_image(scratch.place("a.jpg"), gradient(24, 24), 80);
 	for (const Bytes &whole : {encode_png(gradient(24, 24)), bytes_of(scratch.path("a.jpg"))}) {
 		for (size_t index = 0; index < whole.size(); ++index) {
 			Bytes damaged = whole;
@@ -224,7 +224,7 @@ TEST(ImageDecoding, APictureThatClaimsToBeHugeIsRefused)
 	EXPECT_EQ(decode_image(png, image).status, KL_ERROR_FORMAT);
 
 	const ScratchFolder scratch;
-	write_image(scratch.path("a.jpg"), gradient(8, 8), 80);
+	write_image(scratch.place("a.jpg"), gradient(8, 8), 80);
 	Bytes jpeg_bytes = bytes_of(scratch.path("a.jpg"));
 	for (size_t index = 0; index + 9 < jpeg_bytes.size(); ++index) {
 		if (jpeg_bytes[index] == 0xFF && jpeg_bytes[index + 1] == 0xC0) {

@@ -132,7 +132,7 @@ protected:
 		image.height = 30;
 		image.pixels = noise_picture(image.width, image.height, 9).bytes;
 		background = scratch.path("background.png");
-		write_image(background, image, 100);
+		write_image(scratch.place("background.png"), image, 100);
 	}
 	void TearDown() override { use_targets(0); }
 

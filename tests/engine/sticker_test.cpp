@@ -32,7 +32,7 @@ protected:
 			R"({"kind":")" + kind + R"(","format_version":1,"name":"test",)" + manifest_end;
 		files.push_back({"manifest.json", Bytes(manifest.begin(), manifest.end())});
 		files.push_back({"a.png", encode_png(sprite)});
-		write_bundle(scratch.path("a.kld"), std::move(files));
+		write_bundle(scratch.place("a.kld"), std::move(files));
 		return scratch.path("a.kld");
 	}
 
