@@ -158,5 +158,3 @@ mingw_host_ensure() {
 	mv -T "$growing" "$final"
 	exec 9>&-
 }
-
-mingw_has_qt() { [[ -f $KALVIO_CACHE/qt-mingw/lib/cmake/Qt6/Qt6Config.cmake ]]; }
