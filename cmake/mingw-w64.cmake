@@ -8,7 +8,7 @@ set(CMAKE_CXX_COMPILER ${triple}-g++-posix)
 set(CMAKE_RC_COMPILER ${triple}-windres)
 
 # Libraries and headers of this machine are for this machine. The other folders have what Debian does not build for
-# Windows; scripts/test --windows fills them, except that of Qt (see docs/windows.md).
+# Windows; scripts/test --windows fills them.
 if(DEFINED ENV{KALVIO_CACHE})
   set(cache "$ENV{KALVIO_CACHE}")
 elseif(DEFINED ENV{XDG_CACHE_HOME})
@@ -20,6 +20,7 @@ set(libraries "${cache}/mingw")
 if(DEFINED ENV{KALVIO_MINGW_PREFIX})
   set(libraries "$ENV{KALVIO_MINGW_PREFIX}") # while they are made
 endif()
+set(KALVIO_LICENSES "${libraries}/share") # what packaging takes them from, a folder a library
 set(CMAKE_FIND_ROOT_PATH /usr/${triple} "${libraries}" "${cache}/mingw-host" "${cache}/qt-mingw")
 set(ZLIB_USE_STATIC_LIBS ON)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

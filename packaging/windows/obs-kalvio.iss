@@ -4,7 +4,8 @@
 ;
 ;     iscc /DVersion=1.0.12 /DTree=release packaging\windows\obs-kalvio.iss
 ;
-; Tree is what cmake --install laid out. OBS looks for plug-ins of all users below ProgramData, wherever it is installed.
+; Tree is what cmake --install laid out, from the root of the checkout, where the setup file goes as well. OBS looks for
+; plug-ins of all users below ProgramData, wherever it is installed.
 
 #ifndef Version
   #error Say /DVersion=...
@@ -14,6 +15,7 @@
 #endif
 
 [Setup]
+SourceDir=..\..
 AppId={{6C0B6E3B-52C7-4A60-9E37-7D0C3C4A8F11}
 AppName=Kalvio for OBS Studio
 AppVersion={#Version}
@@ -48,6 +50,7 @@ Name: "ptbr"; MessagesFile: "compiler:Languages\BrazilianPortuguese.isl"
 [InstallDelete]
 Type: filesandordirs; Name: "{app}\bin"
 Type: filesandordirs; Name: "{app}\data"
+Type: filesandordirs; Name: "{app}\licenses"
 
 [Files]
 Source: "{#Tree}\obs-kalvio\*"; DestDir: "{app}"; Flags: recursesubdirs ignoreversion

@@ -7,7 +7,7 @@
 readonly MINGW_SUITE=bookworm
 readonly MINGW_SOURCES=(libzip libpng1.6 libjpeg-turbo highway)
 # Part of the stamp: raise it when the functions below change what is built.
-readonly MINGW_RECIPE=1
+readonly MINGW_RECIPE=2
 
 mingw_prefix() { printf '%s/mingw' "$KALVIO_CACHE"; }
 
@@ -71,6 +71,23 @@ mingw_copy_json() {
 	cp -r /usr/share/cmake/nlohmann_json "$1/share/cmake/"
 }
 
+# mingw_copy_licenses PREFIX: of everything that goes into the engine, in share/NAME/copyright. The names are vcpkg's, which
+# keeps them for the production build in the same place.
+mingw_copy_licenses() {
+	local prefix=$1 name
+	local -A texts=(
+		[highway]=$(echo "$prefix"/sources/highway-*/debian/copyright)
+		[libjpeg-turbo]=$(echo "$prefix"/sources/libjpeg-turbo-*/debian/copyright)
+		[libpng]=$(echo "$prefix"/sources/libpng1.6-*/debian/copyright)
+		[libzip]=$(echo "$prefix"/sources/libzip-*/debian/copyright)
+		[nlohmann-json]=/usr/share/doc/nlohmann-json3-dev/copyright
+		[zlib]=/usr/share/doc/libz-mingw-w64-dev/copyright
+	)
+	for name in "${!texts[@]}"; do
+		install -D -m 644 "${texts[$name]}" "$prefix/share/$name/copyright" || return 1
+	done
+}
+
 # Makes it all unless it is there, under a temporary name until it is complete.
 mingw_ensure() {
 	local final growing log start=$SECONDS
@@ -83,16 +100,17 @@ mingw_ensure() {
 	! mingw_ready || return 0
 	log=$KALVIO_ROOT/build/mingw.log
 	say "building libraries for Windows in $final (6 MB of sources to fetch; log: build/mingw.log)"
-	rm -rf -- "$growing" "$final"
+	rm -rf -- "$growing"
 	if ! {
 		mingw_apt "$growing/sources" deb-src "$MINGW_SUITE" source --only-source "${MINGW_SOURCES[@]}" &&
-		mingw_build_all "$growing" && mingw_copy_json "$growing"
+		mingw_build_all "$growing" && mingw_copy_json "$growing" && mingw_copy_licenses "$growing"
 	} >"$log" 2>&1; then
 		log_tail "$log"
 		die "A library could not be built for Windows; see above and build/mingw.log."
 	fi
 	rm -rf -- "$growing/sources" "$growing/build"
 	mingw_stamp >"$growing/.kalvio-recipe"
+	rm -rf -- "$final"
 	mv -T "$growing" "$final"
 	exec 9>&-
 	say "libraries for Windows: done in $((SECONDS - start)) s"

@@ -6,7 +6,7 @@ file(REMOVE_RECURSE "${FOLDER}")
 execute_process(
   COMMAND "${CMAKE_CPACK_COMMAND}" --config "${CONFIG}" -B "${FOLDER}/made" COMMAND_ERROR_IS_FATAL ANY
 )
-file(GLOB package "${FOLDER}/made/*.tar.xz")
+file(GLOB package "${FOLDER}/made/*.tar.xz" "${FOLDER}/made/*.zip")
 list(LENGTH package count)
 if(NOT count EQUAL 1)
   message(FATAL_ERROR "Not one package but ${count}: ${package}")
