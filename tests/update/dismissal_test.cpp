@@ -32,7 +32,7 @@ protected:
 
 std::string content(const std::string &file)
 {
-	std::ifstream in(file, std::ios::binary);
+	std::ifstream in(std::filesystem::path(std::u8string(file.begin(), file.end())), std::ios::binary);
 	return {std::istreambuf_iterator<char>(in), {}};
 }
 
