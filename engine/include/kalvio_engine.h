@@ -31,7 +31,7 @@
 #if defined(KALVIO_ENGINE_BUILD)
 #define KL_API __declspec(dllexport)
 #else
-#define KL_API __declspec(dllimport)
+#define KL_API /* without dllimport, so that a program may bring its own functions of these names */
 #endif
 #else
 #define KL_API __attribute__((visibility("default")))

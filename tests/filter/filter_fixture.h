@@ -21,7 +21,7 @@ protected:
 	{
 		reset_platform();
 		bundle_ = data_.write("resource.kld");
-		host_double().set_data_folder(data_.path().string());
+		host_double().set_data_folder(data_.path().generic_string());
 		camera_.set_size(16, 8);
 		filter_.target = &camera_;
 		filter_.parent = &camera_;

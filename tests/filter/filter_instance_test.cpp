@@ -4,8 +4,6 @@
 #include "filter/filter_fixture.h"
 #include "filter/filter_registry.h"
 
-#include <algorithm>
-
 namespace {
 
 using namespace kalvio;
@@ -16,11 +14,6 @@ using Lines = std::vector<LogLine>;
 using Names = std::vector<std::string>;
 
 class FilterLife : public FilterFixture {};
-
-std::ptrdiff_t count(const Names &names, const std::string &name)
-{
-	return std::count(names.begin(), names.end(), name);
-}
 
 // --- Create
 

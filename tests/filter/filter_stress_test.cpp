@@ -64,7 +64,7 @@ protected:
 		call_journal().reset();
 		call_journal().set_enabled(false); // it would grow for as long as the test runs
 		host_double().set_data_folder(KALVIO_TEST_DATA_FOLDER);
-		set_temporary_folder(scratch_.path().string() + "/");
+		set_temporary_folder(scratch_.path().generic_string() + "/");
 	}
 
 	// Frames of one filter, at two sizes by turns. Every frame shows something of the camera's size.

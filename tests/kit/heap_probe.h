@@ -5,8 +5,8 @@
 #include <cstdint>
 
 // Looks at the heap of an executable from inside: counts allocations, and lets one fail. It stands for malloc and its
-// relatives, through which operator new and the host's own allocator go; under a sanitizer, which has those for itself,
-// for operator new alone.
+// relatives, through which operator new and the host's own allocator go; under a sanitizer and on Windows, which keep
+// those to themselves, for operator new alone.
 namespace kalvio::test {
 
 // Allocations of the calling thread so far.

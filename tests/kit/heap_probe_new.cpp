@@ -4,7 +4,8 @@
 #include <cstdlib>
 #include <new>
 
-// operator new with the probe before it, for builds in which a sanitizer has malloc.
+// operator new with the probe before it, for builds in which malloc is out of reach: a sanitizer has it, or a system's
+// DLL.
 void *operator new(size_t bytes)
 {
 	void *memory = kalvio::test::heap_allocation_fails(bytes) ? nullptr : std::malloc(bytes ? bytes : 1);

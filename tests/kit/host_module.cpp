@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "kit/host_state.h"
 
-#include <filesystem>
 #include <util/bmem.h>
+#include <util/platform.h>
 #include <util/text-lookup.h>
 
 // The module functions of the host double.
@@ -18,8 +18,7 @@ char *find_data_file(const char *file)
 	if (state.data_folder.empty())
 		return nullptr;
 	const std::string path = state.data_folder + "/" + file;
-	std::error_code error;
-	return state.finds_missing_files || std::filesystem::exists(path, error) ? bstrdup(path.c_str()) : nullptr;
+	return state.finds_missing_files || os_file_exists(path.c_str()) ? bstrdup(path.c_str()) : nullptr;
 }
 
 bool add_locale(lookup_t *&lookup, const std::string &locale)

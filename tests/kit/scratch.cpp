@@ -14,7 +14,7 @@ namespace {
 
 std::string to_utf8(const std::filesystem::path &path)
 {
-	const std::u8string text = path.u8string();
+	const std::u8string text = path.generic_u8string(); // slashes, as the host uses them on every system
 	return {text.begin(), text.end()};
 }
 

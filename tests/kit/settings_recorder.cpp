@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "kit/call_journal.h"
+#include "kit/host_function.h"
 
-#include <dlfcn.h>
 #include <obs-data.h>
 
 // The typed setters and getters of a settings object: the host's own, with each call also in the call journal. For
@@ -9,13 +9,6 @@
 using namespace kalvio::test;
 
 namespace {
-
-// The host's function behind one of this file.
-template <class Function>
-Function *host_function(const char *name)
-{
-	return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
-}
 
 template <class... Arguments>
 void record_setting(const char *name, Arguments &&...arguments)
@@ -29,14 +22,14 @@ void record_setting(const char *name, Arguments &&...arguments)
 	void function(obs_data_t *data, const char *name, type value)                                                  \
 	{                                                                                                              \
 		record_setting(#function, name, value);                                                                \
-		host_function<decltype(function)>(#function)(data, name, value);                                       \
+		reinterpret_cast<decltype(function) *>(host_function(#function))(data, name, value);                   \
 	}
 
 #define RECORDED_GETTER(function, type)                                                                                \
 	type function(obs_data_t *data, const char *name)                                                              \
 	{                                                                                                              \
 		record_setting(#function, name);                                                                       \
-		return host_function<decltype(function)>(#function)(data, name);                                       \
+		return reinterpret_cast<decltype(function) *>(host_function(#function))(data, name);                   \
 	}
 
 RECORDED_SETTER(obs_data_set_default_bool, bool)

@@ -73,7 +73,7 @@ TEST_P(LocaleFile, HasNoEmptyTextAndNoKeyForAText)
 
 TEST_P(LocaleFile, IsReadByTheHostAsItIsWritten)
 {
-	lookup_t *lookup = text_lookup_create((locale_folder / (std::string(GetParam()) + ".ini")).c_str());
+	lookup_t *lookup = text_lookup_create((locale_folder / (std::string(GetParam()) + ".ini")).string().c_str());
 	ASSERT_NE(lookup, nullptr);
 	for (const auto &[key, text] : read_locale(GetParam())) {
 		const char *out = nullptr;

@@ -14,7 +14,6 @@
 #include <QScrollBar>
 #include <QSet>
 #include <QToolTip>
-#include <QWheelEvent>
 
 // The panel without a mouse, without a screen, and with a wheel.
 namespace kalvio::test {
@@ -40,19 +39,9 @@ protected:
 			if (!focused || stops.contains(focused))
 				break;
 			stops.append(focused);
-			QTest::keyClick(focused, Qt::Key_Tab);
+			click_key(focused, Qt::Key_Tab);
 		}
 		return stops;
-	}
-
-	static void wheel(QWidget &widget, int delta)
-	{
-		const QPointF position(widget.width() / 2.0, widget.height() / 2.0);
-		QWheelEvent event(position, widget.mapToGlobal(position), QPoint(), QPoint(0, delta), Qt::NoButton,
-				  Qt::NoModifier, Qt::NoScrollPhase, false);
-		// Only what comes from the system goes on to the parents.
-		QSpontaneKeyEvent::setSpontaneous(&event);
-		qApp->notify(&widget, &event);
 	}
 
 	// At a point in the panel's own measure, whatever the scale.
@@ -107,17 +96,17 @@ TEST_F(AccessTest, TabGoesFromTopToBottom)
 TEST_F(AccessTest, SpaceAndEnterWorkSwitchesTogglesAndButtons)
 {
 	auto *toggle = find_named<Switch>(world.panel(), QStringLiteral("Skin only"));
-	QTest::keyClick(toggle, Qt::Key_Space);
+	click_key(toggle, Qt::Key_Space);
 	EXPECT_TRUE(setting_bool(*filter, "skin_only"));
-	QTest::keyClick(toggle, Qt::Key_Return);
+	click_key(toggle, Qt::Key_Return);
 	EXPECT_FALSE(setting_bool(*filter, "skin_only"));
 
 	auto *live = world.panel().findChild<CheckBox *>();
-	QTest::keyClick(live, Qt::Key_Space);
+	click_key(live, Qt::Key_Space);
 	EXPECT_FALSE(targeting().parameters.enabled);
 
 	auto *settings = find_named<QPushButton>(world.panel(), QStringLiteral("Settings"));
-	QTest::keyClick(settings, Qt::Key_Enter);
+	click_key(settings, Qt::Key_Enter);
 	EXPECT_TRUE(settings->isChecked());
 }
 
@@ -126,7 +115,7 @@ TEST_F(AccessTest, DisabledControlsIgnoreKeys)
 	auto *toggle = find_named<Switch>(world.panel(), QStringLiteral("Skin only"));
 	world.remove_all_filters();
 	world.poll();
-	QTest::keyClick(toggle, Qt::Key_Space);
+	click_key(toggle, Qt::Key_Space);
 	EXPECT_FALSE(toggle->checked);
 }
 
@@ -134,10 +123,10 @@ TEST_F(AccessTest, ArrowsChooseAmongOptions)
 {
 	QButtonGroup *group = world.page(SkinPage).findChildren<QButtonGroup *>().at(1);
 	group->checkedButton()->setFocus(Qt::TabFocusReason);
-	QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
+	click_key(QApplication::focusWidget(), Qt::Key_Right);
 	EXPECT_EQ(setting_int(*filter, "whitening_style"), 1);
 	EXPECT_EQ(QApplication::focusWidget(), group->button(1));
-	QTest::keyClick(QApplication::focusWidget(), Qt::Key_Left);
+	click_key(QApplication::focusWidget(), Qt::Key_Left);
 	EXPECT_EQ(setting_int(*filter, "whitening_style"), 0);
 }
 
@@ -145,16 +134,16 @@ TEST_F(AccessTest, ShortcutsChooseTabs)
 {
 	QWidget *focused = world.panel().findChild<CheckBox *>();
 	focused->setFocus();
-	QTest::keyClick(focused, Qt::Key_3, Qt::ControlModifier);
+	click_key(focused, Qt::Key_3, Qt::ControlModifier);
 	EXPECT_TRUE(world.page(MakeupPage).isVisible());
-	QTest::keyClick(focused, Qt::Key_PageDown, Qt::ControlModifier);
+	click_key(focused, Qt::Key_PageDown, Qt::ControlModifier);
 	EXPECT_TRUE(world.page(FilterPage).isVisible());
-	QTest::keyClick(focused, Qt::Key_PageUp, Qt::ControlModifier);
+	click_key(focused, Qt::Key_PageUp, Qt::ControlModifier);
 	EXPECT_TRUE(world.page(MakeupPage).isVisible());
-	QTest::keyClick(focused, Qt::Key_Tab, Qt::ControlModifier);
+	click_key(focused, Qt::Key_Tab, Qt::ControlModifier);
 	EXPECT_TRUE(world.page(FilterPage).isVisible());
-	QTest::keyClick(focused, Qt::Key_7, Qt::ControlModifier);
-	QTest::keyClick(focused, Qt::Key_Tab, Qt::ControlModifier);
+	click_key(focused, Qt::Key_7, Qt::ControlModifier);
+	click_key(focused, Qt::Key_Tab, Qt::ControlModifier);
 	EXPECT_TRUE(world.page(SkinPage).isVisible());
 }
 
@@ -221,9 +210,9 @@ TEST_F(AccessTest, LinksOfTheHintAreReachedByKeys)
 	auto *hint = world.panel().findChild<QWidget *>(QStringLiteral("banner"))->findChild<QLabel *>();
 	ASSERT_TRUE(hint->isVisible());
 	hint->setFocus(Qt::TabFocusReason);
-	QTest::keyClick(hint, Qt::Key_Tab);
+	click_key(hint, Qt::Key_Tab);
 	EXPECT_EQ(QApplication::focusWidget(), hint);
-	QTest::keyClick(hint, Qt::Key_Return);
+	click_key(hint, Qt::Key_Return);
 	EXPECT_EQ(call_journal().count("open_url"), 1u);
 }
 
@@ -252,16 +241,16 @@ TEST_F(AccessTest, TheWheelScrollsAndChangesNothing)
 	world.show_page(ReshapePage);
 	auto *slider = world.page(ReshapePage).findChildren<QSlider *>().at(2);
 	auto *area = static_cast<QScrollArea *>(world.page(ReshapePage).parentWidget()->parentWidget());
-	wheel(*slider, -120);
+	turn_wheel(slider, -120);
 	EXPECT_EQ(slider->value(), 0);
 	EXPECT_GT(area->verticalScrollBar()->value(), 0);
 	slider->setFocus();
-	wheel(*slider, -120);
+	turn_wheel(slider, -120);
 	EXPECT_EQ(slider->value(), 0);
 	auto *selector = world.panel().findChild<QComboBox *>();
 	selector->setFocus();
 	const int before = selector->currentIndex();
-	wheel(*selector, 120);
+	turn_wheel(selector, 120);
 	EXPECT_EQ(selector->currentIndex(), before);
 }
 
@@ -270,12 +259,12 @@ TEST_F(AccessTest, TheWheelTurnsTheSliderThatWasJustPressedUntilThePointerLeaves
 	auto *slider = find_named<QSlider>(world.panel(), QStringLiteral("Smooth"));
 	click(*slider);
 	const int pressed = slider->value();
-	wheel(*slider, 120);
+	turn_wheel(slider, 120);
 	EXPECT_NE(slider->value(), pressed);
 	const int turned = slider->value();
 	QEvent leave(QEvent::Leave);
 	QApplication::sendEvent(slider, &leave);
-	wheel(*slider, 120);
+	turn_wheel(slider, 120);
 	EXPECT_EQ(slider->value(), turned);
 }
 

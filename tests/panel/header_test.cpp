@@ -32,7 +32,7 @@ protected:
 	{
 		selector().setFocus();
 		while (selector().currentIndex() != item)
-			QTest::keyClick(&selector(), selector().currentIndex() < item ? Qt::Key_Down : Qt::Key_Up);
+			click_key(&selector(), selector().currentIndex() < item ? Qt::Key_Down : Qt::Key_Up);
 	}
 
 	QWidget &strip() { return *find_strip(); }

@@ -5,9 +5,9 @@
 
 #include "panel/controls/smooth_button.h"
 
+#include "user_events.h"
 #include <QLabel>
 #include <QSlider>
-#include <QTest>
 #include <gtest/gtest.h>
 
 namespace kalvio::test {
@@ -27,7 +27,7 @@ protected:
 		return nullptr;
 	}
 
-	static void click(QWidget &widget) { QTest::mouseClick(&widget, Qt::LeftButton); }
+	static void click(QWidget &widget) { click_mouse(&widget); }
 
 	// The arguments of the last call of this name that an engine got.
 	static std::vector<Argument> last_engine_arguments(const char *name)

@@ -73,7 +73,7 @@ const std::string &data_folder()
 	static const ScratchFolder folder;
 	static const std::string path = [] {
 		fill_data_folder(folder);
-		return folder.path().string();
+		return folder.path().generic_string();
 	}();
 	return path;
 }

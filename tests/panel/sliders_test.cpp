@@ -143,10 +143,10 @@ TEST_F(SlidersTest, EachKeyStepReachesSettingsAndEngine)
 	world.open_panel();
 	for_each_row([&](const SliderRow &row, QSlider &slider) {
 		ASSERT_TRUE(slider.isVisible());
-		QTest::keyClick(&slider, Qt::Key_Home);
-		QTest::keyClick(&slider, Qt::Key_PageUp);
+		click_key(&slider, Qt::Key_Home);
+		click_key(&slider, Qt::Key_PageUp);
 		call_journal().reset();
-		QTest::keyClick(&slider, Qt::Key_Right);
+		click_key(&slider, Qt::Key_Right);
 		EXPECT_EQ(slider.value(), row.is_bipolar ? -89 : 11);
 		EXPECT_EQ(updates(), 1u);
 		expect_arrived(row, filter, row.is_bipolar ? -0.89f : 0.11f);
@@ -170,14 +170,14 @@ TEST_F(SlidersTest, ADragReachesSettingsAndEngineAtEveryStep)
 				.center();
 		const int before = slider.value();
 		call_journal().reset();
-		QTest::mousePress(&slider, Qt::LeftButton, {}, handle);
-		QTest::mouseMove(&slider, handle + QPoint(15, 0));
-		QTest::mouseMove(&slider, handle + QPoint(30, 0));
+		press_mouse(&slider, Qt::LeftButton, handle);
+		move_mouse(&slider, handle + QPoint(15, 0));
+		move_mouse(&slider, handle + QPoint(30, 0));
 		EXPECT_TRUE(slider.isSliderDown());
 		EXPECT_GT(slider.value(), before);
 		EXPECT_EQ(updates(), 2u);
 		expect_arrived(row, filter, static_cast<float>(slider.value()) / 100.0f);
-		QTest::mouseRelease(&slider, Qt::LeftButton, {}, handle + QPoint(30, 0));
+		release_mouse(&slider, Qt::LeftButton, handle + QPoint(30, 0));
 	});
 }
 
@@ -190,7 +190,7 @@ TEST_F(SlidersTest, WithAllSourcesEveryFilterGetsEachStep)
 	world.open_panel();
 	for_each_row([&](const SliderRow &row, QSlider &slider) {
 		call_journal().reset();
-		QTest::keyClick(&slider, Qt::Key_End);
+		click_key(&slider, Qt::Key_End);
 		EXPECT_EQ(updates(), 40u);
 		for (FakeSource *filter : filters)
 			EXPECT_FLOAT_EQ(static_cast<float>(setting_double(*filter, row.setting)), 1.0f);
@@ -204,7 +204,7 @@ TEST_F(SlidersTest, WithOneChosenOnlyThatFilterChanges)
 	world.open_panel();
 	for_each_row([&](const SliderRow &row, QSlider &slider) {
 		const double untouched = setting_double(second, row.setting);
-		QTest::keyClick(&slider, Qt::Key_End);
+		click_key(&slider, Qt::Key_End);
 		EXPECT_FLOAT_EQ(static_cast<float>(setting_double(first, row.setting)), 1.0f);
 		EXPECT_EQ(setting_double(second, row.setting), untouched);
 	});
@@ -217,7 +217,7 @@ TEST_F(SlidersTest, WithoutAFilterNothingMovesAndNothingIsWritten)
 	for_each_row([](const SliderRow &, QSlider &slider) {
 		EXPECT_FALSE(slider.isEnabled());
 		const int before = slider.value();
-		QTest::keyClick(&slider, Qt::Key_End);
+		click_key(&slider, Qt::Key_End);
 		EXPECT_EQ(slider.value(), before);
 	});
 	EXPECT_EQ(updates(), 0u);
@@ -274,11 +274,11 @@ TEST_F(SlidersTest, AFilterThatGoesWhileASliderIsHeldTakesNothingWithIt)
 	FakeSource &filter = add_filter_that_uses_all("Camera");
 	world.open_panel();
 	QSlider &slider = *sliders(SkinPage).at(0);
-	QTest::mousePress(&slider, Qt::LeftButton, {}, QPoint(slider.width() / 2, slider.height() / 2));
+	press_mouse(&slider, Qt::LeftButton, QPoint(slider.width() / 2, slider.height() / 2));
 	world.remove_filter(filter);
-	QTest::mouseMove(&slider, QPoint(slider.width() - 5, slider.height() / 2));
+	move_mouse(&slider, QPoint(slider.width() - 5, slider.height() / 2));
 	world.poll();
-	QTest::mouseRelease(&slider, Qt::LeftButton, {}, QPoint(5, 5));
+	release_mouse(&slider, Qt::LeftButton, QPoint(5, 5));
 	settle();
 	EXPECT_FALSE(slider.isEnabled());
 	EXPECT_TRUE(host_double().misuse().empty());

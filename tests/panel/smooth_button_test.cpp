@@ -5,7 +5,6 @@
 
 #include <QApplication>
 #include <QEnterEvent>
-#include <QTest>
 
 namespace kalvio::test {
 namespace {

@@ -66,7 +66,7 @@ protected:
 		const int chosen = GetParam().filters / 2;
 		auto *selector = world.panel().findChild<QComboBox *>();
 		while (selector->currentIndex() != chosen + 1)
-			QTest::keyClick(selector, Qt::Key_Down);
+			click_key(selector, Qt::Key_Down);
 		targets_ = {filters_.at(static_cast<size_t>(chosen))};
 	}
 
@@ -143,7 +143,7 @@ TEST_P(TargetsTest, EachOfThe52SlidersReachesThem)
 		world.show_page(page);
 		for (auto *slider : world.page(page).findChildren<QSlider *>()) {
 			const Qt::Key key = slider->value() == slider->maximum() ? Qt::Key_Left : Qt::Key_Right;
-			check_control(*slider, [&] { QTest::keyClick(slider, key); });
+			check_control(*slider, [&] { click_key(slider, key); });
 		}
 	}
 	EXPECT_EQ(controls_, 52);

@@ -227,7 +227,7 @@ protected:
 
 	void pick(const std::string &path)
 	{
-		dialog()->setDirectory(QString::fromStdString(folder.path().string()));
+		dialog()->setDirectory(QString::fromStdString(folder.path().generic_string()));
 		dialog()->selectFile(QString::fromStdString(path));
 		settle();
 		static_cast<QDialog *>(dialog())->accept();

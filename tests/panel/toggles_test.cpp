@@ -4,9 +4,9 @@
 #include "panel/controls/toggle.h"
 
 #include "pixels.h"
+#include "user_events.h"
 
 #include <QPainterPath>
-#include <QTest>
 
 namespace kalvio::test {
 namespace {
@@ -133,24 +133,24 @@ TYPED_TEST(ToggleTest, IsOffAtFirstAndOfItsSize)
 
 TYPED_TEST(ToggleTest, ClickInvertsAndTells)
 {
-	QTest::mouseClick(&this->toggle, Qt::LeftButton);
-	QTest::mouseClick(&this->toggle, Qt::LeftButton);
+	click_mouse(&this->toggle);
+	click_mouse(&this->toggle);
 	EXPECT_EQ(this->told, (std::vector{true, false}));
 	EXPECT_FALSE(this->toggle.checked);
 }
 
 TYPED_TEST(ToggleTest, ReactsToTheReleaseWhereverItIs)
 {
-	QTest::mousePress(&this->toggle, Qt::LeftButton);
+	press_mouse(&this->toggle, Qt::LeftButton, this->toggle.rect().center());
 	EXPECT_FALSE(this->toggle.checked);
-	QTest::mouseRelease(&this->toggle, Qt::LeftButton, {}, QPoint(500, 500));
+	release_mouse(&this->toggle, Qt::LeftButton, QPoint(500, 500));
 	EXPECT_TRUE(this->toggle.checked);
 }
 
 TYPED_TEST(ToggleTest, OtherButtonsDoNothing)
 {
-	QTest::mouseClick(&this->toggle, Qt::RightButton);
-	QTest::mouseClick(&this->toggle, Qt::MiddleButton);
+	click_mouse(&this->toggle, Qt::RightButton);
+	click_mouse(&this->toggle, Qt::MiddleButton);
 	EXPECT_FALSE(this->toggle.checked);
 	EXPECT_TRUE(this->told.empty());
 }
@@ -175,7 +175,7 @@ TYPED_TEST(ToggleTest, ShowingAStateTellsNobody)
 TYPED_TEST(ToggleTest, WorksWithoutAListener)
 {
 	this->toggle.on_toggled = nullptr;
-	QTest::mouseClick(&this->toggle, Qt::LeftButton);
+	click_mouse(&this->toggle);
 	EXPECT_TRUE(this->toggle.checked);
 }
 

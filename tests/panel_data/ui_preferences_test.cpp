@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/ui_preferences.h"
 
-#include "kit/allocation_check.h"
-#include "kit/config_double.h"
-#include "kit/log_capture.h"
-#include "kit/scratch.h"
 #include "panel/translations.h"
 #include "panel/ui_file.h"
+#include "ui_preferences_fixture.h"
 
 #include <filesystem>
 #include <fstream>
@@ -14,30 +11,9 @@
 #include <obs.hpp>
 
 using namespace kalvio;
+using test::UiPreferencesTest;
 
 namespace {
-
-class UiPreferencesTest : public testing::Test {
-protected:
-	UiPreferencesTest()
-	{
-		test::set_config_folder(folder_.file("plugin_config"));
-		ui_preferences() = {};
-	}
-	~UiPreferencesTest() override
-	{
-		EXPECT_EQ(allocations_.outstanding(), 0);
-		set_language(LanguageEnglish);
-	}
-
-	std::string path() const { return folder_.file("plugin_config/ui.json"); }
-	void write(const std::string &content) const { folder_.write("plugin_config/ui.json", content); }
-	OBSDataAutoRelease read() const { return obs_data_create_from_json_file(path().c_str()); }
-
-	test::AllocationCheck allocations_;
-	test::LogCapture log_; // the host says what it thinks of a broken file
-	test::ScratchFolder folder_;
-};
 
 struct LoadCase {
 	const char *content;
@@ -183,26 +159,4 @@ TEST_F(UiPreferencesTest, SaveWithoutAPlaceForTheFolderIsSilent)
 	save_ui_prefs();
 	EXPECT_TRUE(log_.product_lines().empty());
 	EXPECT_TRUE(std::filesystem::is_regular_file(folder_.file("plugin_config")));
-}
-
-TEST_F(UiPreferencesTest, SaveToAReadOnlyFileIsSilentAndKeepsTheChoices)
-{
-	std::filesystem::create_directories(folder_.file("plugin_config"));
-	std::filesystem::create_symlink("/proc/version", path()); // which not even root may write
-	EXPECT_TRUE(load_ui_prefs(LanguageEnglish));
-	ui_preferences().apply_global = true;
-	log_.clear();
-	save_ui_prefs();
-	EXPECT_TRUE(ui_preferences().apply_global);
-	EXPECT_TRUE(log_.product_lines().empty());
-}
-
-TEST_F(UiPreferencesTest, SaveOnAFullDiskIsSilentAndKeepsTheChoices)
-{
-	std::filesystem::create_directories(folder_.file("plugin_config"));
-	std::filesystem::create_symlink("/dev/full", path());
-	ui_preferences().open_on_startup = false;
-	save_ui_prefs();
-	EXPECT_FALSE(ui_preferences().open_on_startup);
-	EXPECT_TRUE(log_.product_lines().empty());
 }

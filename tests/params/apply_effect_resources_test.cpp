@@ -20,7 +20,7 @@ class ApplyEffectResources : public DoubleFixture {
 protected:
 	ApplyEffectResources()
 	{
-		host_double().set_data_folder(data_.path().string());
+		host_double().set_data_folder(data_.path().generic_string());
 		const kl_engine_config config = {};
 		engine_ = kl_engine_create(&config);
 		register_defaults(settings_);

@@ -14,7 +14,7 @@ using namespace kalvio::test;
 
 class EffectCatalog : public DoubleFixture {
 protected:
-	EffectCatalog() { host_double().set_data_folder(data_.path().string()); }
+	EffectCatalog() { host_double().set_data_folder(data_.path().generic_string()); }
 
 	ScratchFolder data_;
 };

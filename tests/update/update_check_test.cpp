@@ -2,6 +2,7 @@
 #include "update/update_check.h"
 
 #include "kalvio_config.h"
+#include "update/download_address.h"
 #include "update/manifest.h"
 #include "update_world.h"
 
@@ -340,24 +341,32 @@ TEST_F(UpdateCheckTest, DismissalStays_WhenTheClockJumpsBack)
 
 // The download
 
-TEST_F(UpdateCheckTest, OpensTheDownloadOfTheManifest)
+// What is opened while a manifest names nothing.
+std::string default_address()
 {
-	learn(R"({"version": "1.0.13", "download_page": "https://p.example/get?a=1&b=2"})");
-	open_update_download();
-	EXPECT_EQ(opened(), std::vector<std::string>{"https://p.example/get?a=1&b=2"});
+	return package_use == PackageUse::Download ? default_package_url() : web_base;
 }
 
-TEST_F(UpdateCheckTest, OpensTheWebSite_BeforeAnythingIsKnown)
+TEST_F(UpdateCheckTest, OpensTheDownloadOfTheManifest)
+{
+	const std::string page = "https://p.example/get?a=1&b=2";
+	const std::string package = "https://d.example/k.zip?c=3&d=%20";
+	learn(R"({"version": "1.0.13", "download_page": ")" + page + R"(", "download_windows": ")" + package + R"("})");
+	open_update_download();
+	EXPECT_EQ(opened(), std::vector<std::string>{package_use == PackageUse::Download ? package : page});
+}
+
+TEST_F(UpdateCheckTest, OpensTheDefaultAddress_BeforeAnythingIsKnown)
 {
 	open_update_download();
-	EXPECT_EQ(opened(), std::vector<std::string>{web_base});
+	EXPECT_EQ(opened(), std::vector<std::string>{default_address()});
 }
 
 TEST_F(UpdateCheckTest, NeverOpensAnythingButAWebAddress)
 {
 	learn(R"({"version": "1.0.13", "download_page": "file:///etc/passwd", "download_windows": "calc.exe"})");
 	open_update_download();
-	EXPECT_EQ(opened(), std::vector<std::string>{web_base});
+	EXPECT_EQ(opened(), std::vector<std::string>{default_address()});
 }
 
 } // namespace kalvio::test

@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "kit/host_function.h"
+
+#include <dlfcn.h>
+
+void (*kalvio::test::host_function(const char *name))()
+{
+	return reinterpret_cast<void (*)()>(dlsym(RTLD_NEXT, name));
+}
