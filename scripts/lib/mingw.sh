@@ -126,7 +126,7 @@ readonly MINGW_HOST_DATA=(
 	obs-data.c obs-properties.c util/base.c util/bmem.c util/crc32.c util/dstr.c util/lexer.c util/platform.c
 	util/platform-windows.c util/text-lookup.c util/threading-windows.c util/utf8.c
 )
-readonly MINGW_HOST_RECIPE=3
+readonly MINGW_HOST_RECIPE=4
 
 mingw_host_folder() { printf '%s/mingw-host' "$KALVIO_CACHE"; }
 
@@ -186,10 +186,29 @@ mingw_host_data() {
 	)
 	mkdir -p "$objects" "$folder/bin"
 	printf '#pragma once\n' >"$objects/obsconfig.h"
-	printf 'int obs_get_video_info(void *info) { (void)info; return 0; } // a host that shows nothing\n' >"$objects/video.c"
-	for source in "${MINGW_HOST_DATA[@]/#/$sources/}" "$objects/video.c"; do
+	# Where MSVC opens a file by its wide name, others get fopen, which on Windows does not take UTF-8.
+	cat >"$objects/rest.c" <<-END
+		#include <stdio.h>
+		#include <windows.h>
+
+		int obs_get_video_info(void *info)
+		{
+			(void)info;
+			return 0; // a host that shows nothing
+		}
+
+		FILE *open_utf8(const char *path, const char *mode)
+		{
+			wchar_t wide_path[32768], wide_mode[16];
+			if (!MultiByteToWideChar(CP_UTF8, 0, path, -1, wide_path, 32768) ||
+			    !MultiByteToWideChar(CP_UTF8, 0, mode, -1, wide_mode, 16))
+				return NULL;
+			return _wfopen(wide_path, wide_mode);
+		}
+	END
+	for source in "${MINGW_HOST_DATA[@]/#/$sources/}" "$objects/rest.c"; do
 		object=${source##*/}
-		"${compiler[@]}" -c "$source" -o "$objects/${object%.c}.o" || return 1
+		"${compiler[@]}" -Dfopen=open_utf8 -c "$source" -o "$objects/${object%.c}.o" || return 1
 	done
 	cp "$folder/jansson/lib/libjansson.a" "$folder/lib/" &&
 		x86_64-w64-mingw32-ar rcs "$folder/lib/libobs-data.a" "$objects"/*.o &&
@@ -239,4 +258,11 @@ mingw_host_ensure() {
 	mingw_host_stamp >"$growing/.kalvio-recipe"
 	mv -T "$growing" "$final"
 	exec 9>&-
+}
+
+# The fonts that Qt finds without a display; scripts/lib/in-wine says so to it.
+mingw_link_fonts() {
+	mkdir -p "$KALVIO_CACHE/wine-fonts"
+	ln -sf /usr/share/fonts/truetype/dejavu/DejaVuSans{,-Bold}.ttf \
+		/usr/share/fonts/opentype/noto/NotoSansCJK-{Regular,Bold}.ttc "$KALVIO_CACHE/wine-fonts/"
 }
