@@ -150,7 +150,8 @@ mingw_import_library() {
 	x86_64-w64-mingw32-dlltool -d "$folder/lib/$name.def" -D "$name.dll" -l "$folder/lib/lib$name.dll.a"
 }
 
-# mingw_host_package NAME FOLDER [LINE]...: a CMake package with these lines.
+# mingw_host_package NAME FOLDER [LINE]...: a CMake package with these lines, in which $folder is FOLDER.
+# shellcheck disable=SC2016  # the variables are CMake's
 mingw_host_package() {
 	local package=$1 folder=$2/lib/cmake/$1
 	shift 2
@@ -162,6 +163,7 @@ mingw_host_package() {
 	} >"$folder/${package}Config.cmake"
 }
 
+# shellcheck disable=SC2016
 mingw_host_packages() {
 	mingw_host_package libobs "$1" 'add_library(OBS::libobs SHARED IMPORTED)' \
 		'set_target_properties(OBS::libobs PROPERTIES IMPORTED_IMPLIB "${folder}/lib/libobs.dll.a"' \
