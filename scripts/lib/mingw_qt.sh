@@ -5,7 +5,8 @@
 # MinGW-w64 from Debian's source package. Widgets and what they need, nothing more; nothing of it ships.
 
 readonly MINGW_QT_SUITE=bookworm
-# Part of the stamp: raise it when the functions below change what is built.
+# Of the folder in which it grows: raise it when the functions below change what is built, so that nobody goes on with half
+# of another one.
 readonly MINGW_QT_RECIPE=1
 
 # What would take time or another library, and nothing of ours asks for it.
@@ -18,7 +19,12 @@ mingw_qt_folder() { printf '%s/qt-mingw' "$KALVIO_CACHE"; }
 
 mingw_qt_stamp() { printf 'recipe %s suite %s' "$MINGW_QT_RECIPE" "$MINGW_QT_SUITE"; }
 
-mingw_has_qt() { [[ -f $(mingw_qt_folder)/lib/cmake/Qt6/Qt6Config.cmake ]]; }
+# Of another version than this machine's tools it is of no use.
+mingw_has_qt() {
+	local tools
+	tools=$(dpkg-query -W -f '${Version}' qt6-base-dev 2>/dev/null) || return 1
+	grep -qsF "set(PACKAGE_VERSION \"${tools%%[+-]*}\")" "$(mingw_qt_folder)/lib/cmake/Qt6/Qt6ConfigVersionImpl.cmake"
+}
 
 # A Qt for another system is built with the tools of a Qt of this one, of the very same version.
 mingw_qt_check_tools() {
@@ -79,7 +85,10 @@ mingw_qt_ensure() {
 	mkdir -p "$KALVIO_CACHE" "$KALVIO_ROOT/build"
 	exec 9>"$final.lock"
 	flock 9
-	! mingw_has_qt || return 0
+	if mingw_has_qt; then
+		exec 9>&-
+		return
+	fi
 	[[ -f $growing/.kalvio-recipe && $(<"$growing/.kalvio-recipe") == "$(mingw_qt_stamp)" ]] || rm -rf -- "$growing"
 	mkdir -p "$growing"
 	mingw_qt_stamp >"$growing/.kalvio-recipe"

@@ -47,7 +47,7 @@ TEST_F(SmallFile, MayHaveAnyName)
 	EXPECT_TRUE(is_small(name));
 }
 
-TEST_F(SmallFile, HasANameInUtf8)
+TEST_F(SmallFile, MayBeAskedForByANameThatIsNoUtf8)
 {
 	EXPECT_FALSE(is_small_file("\xff\xfe", 10));
 }

@@ -7,7 +7,7 @@
 namespace kalvio::test {
 
 // The module's file, loaded as the host does it: by its full path, its own folder first in the search for what it
-// needs. It goes with the object, and with it everything that the module remembers.
+// needs. It stays loaded to the end of the process, as the host leaves it.
 class ModuleLibrary {
 public:
 	// Throws std::system_error with the system's reason.

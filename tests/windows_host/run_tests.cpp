@@ -11,5 +11,8 @@ int kalvio::test::run_tests(int argc, char **argv)
 		qputenv("QT_QPA_PLATFORM", "offscreen");
 	const QApplication application(argc, argv);
 	QApplication::setStyle(QStringLiteral("fusion")); // what OBS's themes are made of
-	return RUN_ALL_TESTS();
+	const int failed = RUN_ALL_TESTS();
+	// A filter that no test passes is a mistake.
+	const testing::UnitTest &tests = *testing::UnitTest::GetInstance();
+	return failed || (!testing::GTEST_FLAG(list_tests) && tests.test_to_run_count() == 0);
 }
