@@ -55,7 +55,7 @@ public:
 		script.idle = true;
 		set_engine_script(script);
 		camera_.set_size(size.width, size.height);
-		filter_.target = &camera_;
+		filter_.put_on(camera_);
 		filter_.create_filter(filter_source_info());
 		host_double().set_cheap(true);
 		host_double().render([this] {

@@ -201,7 +201,7 @@ public:
 	explicit IdlePollFloor(BenchWorld &bench)
 	{
 		for (FakeSource *source : bench.sources)
-			known_.push_back({source->handle(), source->parent->name});
+			known_.push_back({source->handle(), source->parent.load()->name});
 	}
 
 	void run()

@@ -6,6 +6,7 @@
 #include "filter/filter_registry.h"
 #include "filter/frame_path.h"
 #include "panel/dock_host.h"
+#include "params/settings_lock.h"
 
 #include <obs-module.h>
 
@@ -32,7 +33,11 @@ void show_dock_or_log() noexcept
 
 void apply_settings(FilterInstance &instance, obs_data_t *settings)
 {
-	instance.enabled = obs_data_get_bool(settings, "enabled");
+	{
+		const SettingsLock lock;
+		instance.enabled = obs_data_get_bool(settings, "enabled");
+	}
+	instance.gpu.result = nullptr;
 	apply_beauty_params(instance.engine.get(), settings);
 	apply_effect_resources(instance.engine.get(), instance.resource_cache, settings);
 }

@@ -4,6 +4,7 @@
 #include "filter/frame_resources.h"
 #include "params/apply_parameters.h"
 
+#include <atomic>
 #include <cstdint>
 #include <kalvio_engine.h>
 #include <memory>
@@ -27,7 +28,8 @@ struct FilterInstance {
 
 	EngineHandle engine; // null while there is none; see engine_session.h
 	std::mutex mutex;
-	bool enabled = true; // copied from the setting whenever settings are applied
+	bool enabled = true;                                  // copied from the setting whenever settings are applied
+	std::atomic<obs_source_t *> watched_parent = nullptr; // see frame_guard.h; cleared under the mutex
 	std::string resource_path;
 
 	FrameResources gpu;

@@ -4,6 +4,7 @@
 #include "filter/callback_shim.h"
 #include "filter/filter_instance.h"
 #include "panel/dock_host.h"
+#include "params/settings_lock.h"
 
 #include <memory>
 #include <obs-module.h>
@@ -17,6 +18,7 @@ namespace {
 void forget_stored_hint(obs_source_t *source)
 {
 	const OBSDataAutoRelease settings = obs_source_get_settings(source);
+	const SettingsLock lock;
 	if (*obs_data_get_string(settings, "panel_hint"))
 		obs_data_set_string(settings, "panel_hint", "");
 }

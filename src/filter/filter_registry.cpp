@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "filter/filter_registry.h"
 
+#include "params/settings_lock.h"
+
 #include <algorithm>
 #include <mutex>
 #include <obs.hpp>
@@ -14,7 +16,7 @@ namespace {
 struct Entry {
 	obs_source_t *source;
 	uint64_t id;
-	OBSWeakSourceAutoRelease reference_count;
+	OBSWeakSourceAutoRelease weak_source;
 };
 
 struct Registry {
@@ -49,8 +51,10 @@ OBSSourceAutoRelease reference_filter(uint64_t id)
 
 void update(obs_source_t *filter, obs_data_t *settings)
 {
-	if (filter)
-		obs_source_update(filter, settings);
+	if (!filter)
+		return;
+	const SettingsLock lock;
+	obs_source_update(filter, settings);
 }
 
 bool read_settings(obs_source_t *filter, obs_data_t *dest)
@@ -58,6 +62,7 @@ bool read_settings(obs_source_t *filter, obs_data_t *dest)
 	if (!filter)
 		return false;
 	const OBSDataAutoRelease settings = obs_source_get_settings(filter);
+	const SettingsLock lock;
 	obs_data_apply(dest, settings);
 	return true;
 }
@@ -69,10 +74,17 @@ const char *name_of(obs_source_t *source)
 	return name ? name : "";
 }
 
-// Belongs to the host; good for as long as the registry is locked.
-const char *display_name(obs_source_t *filter)
+// References that are released when the registry is unlocked again: the last one to a source destroys it, and its
+// filters then leave the registry.
+using References = std::vector<OBSSourceAutoRelease>;
+
+// The name of the source that the filter sits on, else its own. Another thread may remove the filter from that source
+// and free it: `held` keeps it. The text belongs to the host; good for as long as the registry is locked.
+const char *display_name(obs_source_t *filter, References &held)
 {
-	const char *name = name_of(obs_filter_get_parent(filter));
+	obs_source_t *parent = obs_filter_get_parent(filter);
+	held.emplace_back(parent ? obs_source_get_ref(parent) : nullptr);
+	const char *name = name_of(held.back());
 	return *name ? name : name_of(filter);
 }
 
@@ -97,31 +109,35 @@ void unregister_filter(obs_source_t *source)
 
 std::vector<std::string> registered_filter_names()
 {
+	References held;
 	Registry &list = registry();
 	const std::lock_guard lock(list.mutex);
 	std::vector<std::string> names;
 	names.reserve(list.filters.size());
-	std::ranges::transform(list.filters, std::back_inserter(names), display_name, &Entry::source);
+	for (const Entry &entry : list.filters)
+		names.emplace_back(display_name(entry.source, held));
 	return names;
 }
 
 void list_registered_filters(std::vector<RegisteredFilter> &filters)
 {
+	References held;
 	Registry &list = registry();
 	const std::lock_guard lock(list.mutex);
 	filters.resize(list.filters.size());
 	for (size_t index = 0; index < filters.size(); ++index) {
 		filters[index].id = list.filters[index].id;
-		filters[index].name = display_name(list.filters[index].source);
+		filters[index].name = display_name(list.filters[index].source, held);
 	}
 }
 
 bool are_registered_filters(const std::vector<RegisteredFilter> &filters)
 {
+	References held;
 	Registry &list = registry();
 	const std::lock_guard lock(list.mutex);
-	return std::ranges::equal(list.filters, filters, [](const Entry &entry, const RegisteredFilter &known) {
-		return entry.id == known.id && known.name == display_name(entry.source);
+	return std::ranges::equal(list.filters, filters, [&held](const Entry &entry, const RegisteredFilter &known) {
+		return entry.id == known.id && known.name == display_name(entry.source, held);
 	});
 }
 
@@ -165,7 +181,7 @@ void update_all_filters(obs_data_t *settings)
 	}
 	// Each reference goes right after its update, in order.
 	for (OBSSourceAutoRelease &filter : filters) {
-		obs_source_update(filter, settings);
+		update(filter, settings);
 		filter = nullptr;
 	}
 }

@@ -31,7 +31,7 @@ struct RegisteredFilter {
 // The whole list at one moment, into `filters`, whose memory is used again.
 void list_registered_filters(std::vector<RegisteredFilter> &filters);
 
-// True while that list is exactly `filters`; costs a look at each entry and no memory.
+// True while that list is exactly `filters`; copies no text.
 bool are_registered_filters(const std::vector<RegisteredFilter> &filters);
 
 // Merges `settings` into the filter's settings and lets it apply them. Null settings, an index out of range and a

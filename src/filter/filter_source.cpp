@@ -9,20 +9,6 @@
 
 namespace kalvio {
 
-namespace {
-
-void render_or_skip(void *data, gs_effect_t *effect)
-{
-	try {
-		filter_video_render(data, effect);
-	} catch (...) {
-		log_current_exception();
-		obs_source_skip_video_filter(static_cast<FilterInstance *>(data)->source);
-	}
-}
-
-} // namespace
-
 obs_source_info filter_source_info()
 {
 	obs_source_info info = {};
@@ -34,10 +20,10 @@ obs_source_info filter_source_info()
 	info.destroy = Shim<filter_destroy>::call;
 	info.get_width = Shim<filter_get_width>::call;
 	info.get_height = Shim<filter_get_height>::call;
-	info.get_defaults = register_defaults;
+	info.get_defaults = Shim<register_defaults>::call;
 	info.get_properties = Shim<filter_get_properties>::call;
 	info.update = Shim<filter_update>::call;
-	info.video_render = Shim<render_or_skip>::call;
+	info.video_render = Shim<filter_video_render>::call;
 	return info;
 }
 

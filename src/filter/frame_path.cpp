@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "filter/frame_path.h"
 
+#include "filter/callback_shim.h"
 #include "filter/engine_session.h"
 #include "filter/filter_instance.h"
+#include "filter/frame_guard.h"
 
 #include <algorithm>
 #include <cstring>
@@ -14,6 +16,14 @@ namespace {
 
 constexpr uint32_t bytes_per_pixel = 4;
 constexpr uint32_t max_logged_failures = 8;
+
+// Draws the filter's input: the source with the filters before this one. Inside the frame's guard only a source that
+// removes its own filter while it draws can have taken the parent away.
+void pass_through(const FilterInstance &instance)
+{
+	if (obs_filter_get_parent(instance.source))
+		obs_source_skip_video_filter(instance.source);
+}
 
 // The settings that a new engine is given can switch the filter off, hence the second look at `enabled`.
 bool is_processing(FilterInstance &instance)
@@ -58,7 +68,7 @@ gs_texture_t *capture_source(const FilterInstance &instance)
 	gs_ortho(0.0f, static_cast<float>(gpu.width), 0.0f, static_cast<float>(gpu.height), -100.0f, 100.0f);
 	gs_blend_state_push();
 	gs_blend_function(GS_BLEND_ONE, GS_BLEND_ZERO);
-	obs_source_skip_video_filter(instance.source);
+	pass_through(instance);
 	gs_blend_state_pop();
 	gs_texrender_end(gpu.render_target);
 
@@ -156,6 +166,44 @@ void draw_texture(gs_texture_t *texture, uint32_t width, uint32_t height)
 		gs_draw_sprite(texture, 0, width, height);
 }
 
+// The processed frame, or the captured one where the engine fails. Null when the source could not be captured.
+gs_texture_t *process_frame(FilterInstance &instance)
+{
+	gs_texture_t *captured = capture_source(instance);
+	if (!captured)
+		return nullptr;
+	return read_back(instance, captured) && process_pixels(instance) ? upload_pixels(instance) : captured;
+}
+
+// Studio Mode, the multiview and projectors draw a source several times in one frame of the host. The further views
+// draw what the first one left. A time of 0 is unknown.
+gs_texture_t *frame_result(FilterInstance &instance)
+{
+	FrameResources &gpu = instance.gpu;
+	const uint64_t time_ns = obs_get_video_frame_time();
+	if (gpu.result && time_ns != 0 && time_ns == gpu.result_time_ns)
+		return gpu.result;
+	gpu.result = nullptr;
+	gpu.result = process_frame(instance);
+	gpu.result_time_ns = time_ns;
+	return gpu.result;
+}
+
+void render_frame(FilterInstance &instance)
+{
+	obs_source_t *target = obs_filter_get_target(instance.source);
+	const uint32_t width = target ? obs_source_get_base_width(target) : 0;
+	const uint32_t height = target ? obs_source_get_base_height(target) : 0;
+
+	gs_texture_t *result = nullptr;
+	if (width != 0 && height != 0 && is_processing(instance) && ensure_gpu_resources(instance.gpu, width, height))
+		result = frame_result(instance);
+	if (result)
+		draw_texture(result, width, height);
+	else
+		pass_through(instance);
+}
+
 } // namespace
 
 void filter_video_render(void *data, gs_effect_t * /*effect*/)
@@ -164,27 +212,16 @@ void filter_video_render(void *data, gs_effect_t * /*effect*/)
 		return;
 	auto &instance = *static_cast<FilterInstance *>(data);
 
-	obs_source_t *target = obs_filter_get_target(instance.source);
-	const uint32_t width = target ? obs_source_get_base_width(target) : 0;
-	const uint32_t height = target ? obs_source_get_base_height(target) : 0;
-	if (width == 0 || height == 0) {
-		obs_source_skip_video_filter(instance.source);
+	// Held to the end, so that no setting changes in the middle of a frame and the filter stays on its source.
+	const FrameGuard guard(instance);
+	if (!guard.has_source())
 		return;
+	try {
+		render_frame(instance);
+	} catch (...) {
+		log_current_exception();
+		pass_through(instance);
 	}
-
-	// Held to the end, so that no setting changes in the middle of a frame.
-	const std::lock_guard lock(instance.mutex);
-
-	gs_texture_t *captured = nullptr;
-	if (is_processing(instance) && ensure_gpu_resources(instance.gpu, width, height))
-		captured = capture_source(instance);
-	if (!captured) {
-		obs_source_skip_video_filter(instance.source);
-		return;
-	}
-
-	const bool processed = read_back(instance, captured) && process_pixels(instance);
-	draw_texture(processed ? upload_pixels(instance) : captured, width, height);
 }
 
 void release_gpu_resources(FrameResources &gpu)

@@ -14,6 +14,11 @@ struct FrameResources {
 	gs_texture_t *upload_texture = nullptr;    // the processed frame goes into it
 	uint32_t width = 0;
 	uint32_t height = 0;
+
+	// What was last drawn, one of the textures above, and the host's time of that frame. Null when it must not be
+	// drawn again: a setting has changed since.
+	gs_texture_t *result = nullptr;
+	uint64_t result_time_ns = 0;
 };
 
 } // namespace kalvio

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "filter/callback_shim.h"
 #include "filter/filter_source.h"
 #include "panel/dock_host.h"
 #include "update/update_check.h"
@@ -79,7 +80,7 @@ bool obs_module_get_string(const char *lookup_string, const char **translated_st
 bool obs_module_load(void)
 {
 	blog(LOG_INFO, "[Kalvio] loading OBS filter MVP");
-	kalvio::load_update_dismissal();
+	kalvio::Shim<kalvio::load_update_dismissal>::call();
 
 	const obs_source_info info = kalvio::filter_source_info();
 	obs_register_source_s(&info, sizeof(info));

@@ -3,6 +3,7 @@
 
 #include "params/effect_catalog.h"
 #include "params/reshape_tables.h"
+#include "params/settings_lock.h"
 
 #include <obs.h>
 #include <span>
@@ -98,32 +99,55 @@ void apply_chroma_key(kl_engine *engine, obs_data_t *settings)
 	apply(engine, settings, chroma_setters);
 }
 
-void load_filter(kl_engine *engine, const char *id)
+enum FillMode : int32_t { FillBlur = 1, FillPicture = 2 };
+
+// The choices that load files. Copied, since files are loaded without the settings' lock.
+struct ResourceChoices {
+	std::string filter_id;
+	float filter_intensity;
+	std::string sticker_id;
+	int32_t fill_mode;
+	float blur;
+	std::string preset;
+	std::string image;
+};
+
+ResourceChoices read_resource_choices(obs_data_t *settings)
 {
-	const std::string path = filter_resource_path(id);
+	const SettingsLock lock;
+	return {obs_data_get_string(settings, "filter_id"),
+		get_float(settings, "filter_intensity"),
+		obs_data_get_string(settings, "sticker_id"),
+		get_int(settings, "bg_fill"),
+		get_float(settings, "bg_blur"),
+		obs_data_get_string(settings, "bg_preset"),
+		obs_data_get_string(settings, "bg_image")};
+}
+
+void load_filter(kl_engine *engine, const std::string &id)
+{
+	const std::string path = filter_resource_path(id.c_str());
 	if (path.empty() || kl_set_filter(engine, path.c_str()) != 0) {
-		blog(LOG_WARNING, "[Kalvio] failed to load filter %s", id);
+		blog(LOG_WARNING, "[Kalvio] failed to load filter %s", id.c_str());
 		kl_clear_filter(engine);
 	}
 }
 
-void apply_color_filter(kl_engine *engine, ResourceCache &cache, obs_data_t *settings)
+void apply_color_filter(kl_engine *engine, ResourceCache &cache, const ResourceChoices &choices)
 {
-	const char *id = obs_data_get_string(settings, "filter_id");
-	if (cache.filter_id != id) {
-		if (*id)
-			load_filter(engine, id);
-		else
+	if (cache.filter_id != choices.filter_id) {
+		if (choices.filter_id.empty())
 			kl_clear_filter(engine);
-		cache.filter_id = id;
+		else
+			load_filter(engine, choices.filter_id);
+		cache.filter_id = choices.filter_id;
 		cache.filter_intensity = -1.0f;
 	}
 
 	// Also after a failed load, whose id is kept so that it is not tried again on every update.
-	const float intensity = get_float(settings, "filter_intensity");
-	if (!cache.filter_id.empty() && intensity != cache.filter_intensity) {
-		kl_set_filter_intensity(engine, intensity);
-		cache.filter_intensity = intensity;
+	if (!cache.filter_id.empty() && choices.filter_intensity != cache.filter_intensity) {
+		kl_set_filter_intensity(engine, choices.filter_intensity);
+		cache.filter_intensity = choices.filter_intensity;
 	}
 }
 
@@ -150,32 +174,29 @@ void load_sticker(kl_engine *engine, const char *id)
 	}
 }
 
-void apply_sticker(kl_engine *engine, ResourceCache &cache, obs_data_t *settings)
+void apply_sticker(kl_engine *engine, ResourceCache &cache, const ResourceChoices &choices)
 {
-	const char *id = obs_data_get_string(settings, "sticker_id");
-	if (cache.sticker_id == id)
+	if (cache.sticker_id == choices.sticker_id)
 		return;
-	if (*id) {
-		load_sticker(engine, id);
-	} else {
+	if (choices.sticker_id.empty()) {
 		kl_clear_sticker(engine);
 		kl_clear_3d_sticker(engine);
+	} else {
+		load_sticker(engine, choices.sticker_id.c_str());
 	}
-	cache.sticker_id = id;
+	cache.sticker_id = choices.sticker_id;
 }
 
-enum FillMode : int32_t { FillBlur = 1, FillPicture = 2 };
-
-std::string background_picture_path(const char *preset, const char *image)
+std::string background_picture_path(const ResourceChoices &choices)
 {
-	if (*image && os_file_exists(image))
-		return image;
-	return *preset ? background_preset_path(preset) : default_background_path();
+	if (!choices.image.empty() && os_file_exists(choices.image.c_str()))
+		return choices.image;
+	return choices.preset.empty() ? default_background_path() : background_preset_path(choices.preset.c_str());
 }
 
-void load_background_picture(kl_engine *engine, const char *preset, const char *image)
+void load_background_picture(kl_engine *engine, const ResourceChoices &choices)
 {
-	const std::string path = background_picture_path(preset, image);
+	const std::string path = background_picture_path(choices);
 	if (path.empty()) {
 		blog(LOG_WARNING, "[Kalvio] failed to load background image%s%s", "", "");
 		kl_clear_virtual_background(engine);
@@ -185,29 +206,26 @@ void load_background_picture(kl_engine *engine, const char *preset, const char *
 	}
 }
 
-void apply_background(kl_engine *engine, ResourceCache &cache, obs_data_t *settings)
+void apply_background(kl_engine *engine, ResourceCache &cache, const ResourceChoices &choices)
 {
-	const int32_t fill_mode = get_int(settings, "bg_fill");
-	const float blur = get_float(settings, "bg_blur");
-	const char *preset = obs_data_get_string(settings, "bg_preset");
-	const char *image = obs_data_get_string(settings, "bg_image");
-
-	const bool changed = fill_mode != cache.fill_mode || (fill_mode == FillBlur && blur != cache.blur) ||
-			     (fill_mode == FillPicture && (cache.image != image || cache.preset != preset));
+	const int32_t fill_mode = choices.fill_mode;
+	const bool changed =
+		fill_mode != cache.fill_mode || (fill_mode == FillBlur && choices.blur != cache.blur) ||
+		(fill_mode == FillPicture && (cache.image != choices.image || cache.preset != choices.preset));
 	if (!changed)
 		return;
 
 	if (fill_mode == FillBlur)
-		kl_set_virtual_background_blur(engine, blur);
+		kl_set_virtual_background_blur(engine, choices.blur);
 	else if (fill_mode == FillPicture)
-		load_background_picture(engine, preset, image);
+		load_background_picture(engine, choices);
 	else
 		kl_clear_virtual_background(engine);
 
 	cache.fill_mode = fill_mode;
-	cache.blur = blur;
-	cache.preset = preset;
-	cache.image = image;
+	cache.blur = choices.blur;
+	cache.preset = choices.preset;
+	cache.image = choices.image;
 }
 
 } // namespace
@@ -216,6 +234,7 @@ void apply_beauty_params(kl_engine *engine, obs_data_t *settings)
 {
 	if (!engine || !settings)
 		return;
+	const SettingsLock lock;
 	apply(engine, settings, skin_setters);
 	kl_set_beauty_skin_only(engine, obs_data_get_bool(settings, "skin_only"));
 	apply_reshape(engine, settings, face_reshape_groups, kl_set_reshape);
@@ -228,9 +247,10 @@ void apply_effect_resources(kl_engine *engine, ResourceCache &cache, obs_data_t 
 {
 	if (!engine || !settings)
 		return;
-	apply_color_filter(engine, cache, settings);
-	apply_sticker(engine, cache, settings);
-	apply_background(engine, cache, settings);
+	const ResourceChoices choices = read_resource_choices(settings);
+	apply_color_filter(engine, cache, choices);
+	apply_sticker(engine, cache, choices);
+	apply_background(engine, cache, choices);
 }
 
 } // namespace kalvio

@@ -6,7 +6,8 @@
 #include <obs-data.h>
 #include <string>
 
-// How a filter's settings become engine calls. Both operations run under the lock that serialises the engine's calls.
+// How a filter's settings become engine calls. Both operations run under the lock that serialises the engine's calls,
+// and take the settings' lock (settings_lock.h) themselves while they read.
 namespace kalvio {
 
 // What apply_effect_resources sent last to one engine. The initial values stand for a fresh engine: -1 is no fill mode

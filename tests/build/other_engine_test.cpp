@@ -56,7 +56,7 @@ TEST(ModuleWithAnotherEngine, SendsItItsFrames)
 
 	FakeSource camera("Camera");
 	FakeSource filter("Filter");
-	filter.target = &camera;
+	filter.put_on(camera);
 	camera.set_size(4, 4);
 	filter.create_filter(host_double().registrations()[0].info);
 	const std::vector<Drawn> screen = host_double().render([&] { filter.info.video_render(filter.data, nullptr); });

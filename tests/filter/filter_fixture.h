@@ -23,8 +23,7 @@ protected:
 		bundle_ = data_.write("resource.kld");
 		host_double().set_data_folder(data_.path().generic_string());
 		camera_.set_size(16, 8);
-		filter_.target = &camera_;
-		filter_.parent = &camera_;
+		filter_.put_on(camera_);
 	}
 
 	~FilterFixture() override
@@ -48,6 +47,12 @@ protected:
 	std::vector<Drawn> render()
 	{
 		return host_double().render([this] { info_.video_render(filter_.data, nullptr); });
+	}
+
+	// The same in a further view of the same frame of the host.
+	std::vector<Drawn> render_view()
+	{
+		return host_double().render_view([this] { info_.video_render(filter_.data, nullptr); });
 	}
 
 	// Changes one setting through the host.

@@ -301,7 +301,7 @@ TEST_F(FilterLife, FiltersComeAndGoWithoutARest)
 {
 	for (int round = 0; round < 20; ++round) {
 		FakeSource filter("Filter");
-		filter.target = &camera_;
+		filter.put_on(camera_);
 		filter.create_filter(info_);
 		host_double().render([&] { info_.video_render(filter.data, nullptr); });
 		filter.destroy_filter();

@@ -260,12 +260,42 @@ TEST_F(FilterRegistry, IsFreeWhileSettingsAreRead)
 	EXPECT_TRUE(was_free);
 }
 
+// Looking at the registry takes and gives back references itself, so the look is taken once.
 TEST_F(FilterRegistry, IsFreeWhileAReferenceIsGivenBack)
 {
-	bool was_free = false;
-	host_double().on_call("obs_source_release", [&] { was_free = registry_is_free(); });
-	update_filter_at(0, changes_);
-	EXPECT_TRUE(was_free);
+	const auto expect_free_during = [](const std::function<void()> &call) {
+		std::atomic<int> releases = 0;
+		bool was_free = false;
+		host_double().on_call("obs_source_release", [&] {
+			if (releases++ == 0)
+				was_free = registry_is_free();
+		});
+		call();
+		EXPECT_TRUE(was_free);
+		host_double().on_call("obs_source_release", {});
+	};
+	expect_free_during([this] { update_filter_at(0, changes_); });
+	expect_free_during([] { registered_filter_names(); });
+	std::vector<RegisteredFilter> known;
+	expect_free_during([&] { list_registered_filters(known); });
+	expect_free_during([&] { are_registered_filters(known); });
+}
+
+TEST_F(FilterRegistry, ASourceIsHeldWhileItsNameIsRead)
+{
+	int references = 0;
+	host_double().on_call("obs_source_get_name", [&] { references = parents_[0].references(); });
+	unregister_filter(filters_[1].handle());
+	unregister_filter(filters_[2].handle());
+	EXPECT_EQ(registered_filter_names(), Names{"A"});
+	EXPECT_EQ(references, 1);
+	EXPECT_EQ(parents_[0].references(), 0);
+}
+
+TEST_F(FilterRegistry, ASourceThatIsGoingAwayIsNotAskedForItsName)
+{
+	parents_[0].refuses_references = true;
+	EXPECT_EQ(registered_filter_names(), (Names{"filter a", "B", "C"}));
 }
 
 TEST_F(FilterRegistry, AFilterMayLeaveWhileItIsUpdated)

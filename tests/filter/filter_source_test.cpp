@@ -58,7 +58,19 @@ TEST(FilterSource, HasNineCallbacksAndLeavesEverythingElseZero)
 
 TEST(FilterSource, ItsDefaultsAreThoseOfTheSchemaItself)
 {
-	EXPECT_EQ(filter_source_info().get_defaults, &register_defaults);
+	const OBSDataAutoRelease expected = obs_data_create();
+	register_defaults(expected);
+	const OBSDataAutoRelease defaults = obs_data_create();
+	filter_source_info().get_defaults(defaults);
+	int keys = 0;
+	for (obs_data_item_t *item = obs_data_first(expected); item; obs_data_item_next(&item)) {
+		const char *key = obs_data_item_get_name(item);
+		EXPECT_TRUE(obs_data_has_default_value(defaults, key)) << key;
+		EXPECT_EQ(obs_data_get_default_double(defaults, key), obs_data_get_default_double(expected, key))
+			<< key;
+		++keys;
+	}
+	EXPECT_EQ(keys, 75);
 }
 
 // --- Exceptions: none reaches the host

@@ -36,9 +36,7 @@ struct FilteredCamera {
 	FilteredCamera(const std::string &name, const obs_source_info &info) : camera(name), filter(name + " filter")
 	{
 		camera.set_size(64, 36);
-		filter.target = &camera;
-		filter.parent = &camera;
-		filter.hands_out_copies = true;
+		filter.put_on(camera);
 		filter.create_filter(info);
 	}
 	// As the host: whoever holds a reference ends first, and nobody gets another.
@@ -48,8 +46,10 @@ struct FilteredCamera {
 		filter.destroy_filter();
 	}
 
+	// A tick and a frame of the host.
 	std::vector<Drawn> render()
 	{
+		filter.tick();
 		return host_double().render([this] { filter.info.video_render(filter.data, nullptr); });
 	}
 };
@@ -67,7 +67,8 @@ protected:
 		set_temporary_folder(scratch_.path().generic_string() + "/");
 	}
 
-	// Frames of one filter, at two sizes by turns. Every frame shows something of the camera's size.
+	// Frames of one filter, at two sizes by turns. Every frame shows something of the camera's size, or nothing
+	// while the filter is off its source.
 	void render(FilteredCamera &filtered, std::atomic<int> &frames)
 	{
 		while (!stop_) {
@@ -75,22 +76,27 @@ protected:
 			if (frame % 500 == 499)
 				filtered.camera.set_size(frame % 1000 < 500 ? 48 : 64, 36);
 			const std::vector<Drawn> screen = filtered.render();
-			if (screen.size() != 1 || screen[0].picture.width != filtered.camera.picture.width)
+			if (screen.size() > 1 ||
+			    (screen.size() == 1 && screen[0].picture.width != filtered.camera.picture.width))
 				++wrong_frames_;
+			pictures_ += static_cast<int>(screen.size());
 		}
 	}
 
-	// What a user does: settings of one filter, now and then an update of the host's that pauses all effects.
-	void change_settings(FilteredCamera &first, FilteredCamera &second)
+	// What a user does in the panel: settings of one filter, texts of all lengths among them. Now and then an
+	// update pauses all effects.
+	void change_settings()
 	{
+		const std::string long_id(200, 'x');
 		for (int round = 0; !stop_; ++round) {
 			const OBSDataAutoRelease changes = obs_data_create();
 			obs_data_set_double(changes, "smoothing", round % 100 / 100.0);
 			obs_data_set_double(changes, "whitening", round % 7 / 7.0);
 			obs_data_set_bool(changes, "enabled", round % 16 != 0);
 			obs_data_set_string(changes, "filter_id", round % 3 ? "vivid" : "");
+			obs_data_set_string(changes, "bg_preset", round % 2 ? "city" : long_id.c_str());
 			obs_data_set_int(changes, "bg_fill", round % 2);
-			(round % 2 ? first : second).filter.update(changes);
+			update_filter_at(round % 2, changes);
 			set_update_forced(round % 200 == 0);
 			++updates_;
 		}
@@ -111,12 +117,25 @@ protected:
 		}
 	}
 
+	// A filter that is taken off its source and put back while that is drawn.
+	void remove_and_add(FilteredCamera &filtered)
+	{
+		while (!stop_) {
+			filtered.filter.remove_from_source();
+			std::this_thread::yield();
+			filtered.filter.put_on(filtered.camera);
+			std::this_thread::yield();
+			++removals_;
+		}
+	}
+
 	// Filters that are added and removed meanwhile.
 	void come_and_go(const obs_source_info &info)
 	{
 		while (!stop_) {
 			FilteredCamera filtered("Guest", info);
 			filtered.render();
+			filtered.filter.remove_from_source();
 			++guests_;
 		}
 	}
@@ -125,6 +144,8 @@ protected:
 	LogCapture log_;
 	std::atomic<bool> stop_ = false;
 	std::atomic<int> wrong_frames_ = 0;
+	std::atomic<int> pictures_ = 0;
+	std::atomic<int> removals_ = 0;
 	std::atomic<int> updates_ = 0;
 	std::atomic<int> reads_ = 0;
 	std::atomic<int> guests_ = 0;
@@ -140,7 +161,8 @@ TEST_F(FilterStress, FiltersRenderWhileSettingsChangeThePanelReadsAndOthersComeA
 		std::vector<std::thread> threads;
 		threads.emplace_back([&] { render(first, frames[0]); });
 		threads.emplace_back([&] { render(second, frames[1]); });
-		threads.emplace_back([&] { change_settings(first, second); });
+		threads.emplace_back([&] { change_settings(); });
+		threads.emplace_back([&] { remove_and_add(second); });
 		threads.emplace_back([&] { use_registry(); });
 		threads.emplace_back([&] { come_and_go(info); });
 		std::this_thread::sleep_for(stress_time()); // the length of the test, not a wait for anything
@@ -152,6 +174,8 @@ TEST_F(FilterStress, FiltersRenderWhileSettingsChangeThePanelReadsAndOthersComeA
 	EXPECT_EQ(wrong_frames_, 0);
 	EXPECT_GT(frames[0], 0);
 	EXPECT_GT(frames[1], 0);
+	EXPECT_GT(pictures_, frames[0]) << "the second filter showed nothing at all";
+	EXPECT_GT(removals_, 0);
 	EXPECT_GT(updates_, 0);
 	EXPECT_GT(reads_, 0);
 	EXPECT_GT(guests_, 0);
@@ -167,6 +191,7 @@ TEST_F(FilterStress, FiltersRenderWhileSettingsChangeThePanelReadsAndOthersComeA
 	RecordProperty("frames", frames[0] + frames[1]);
 	RecordProperty("updates", updates_);
 	RecordProperty("guests", guests_);
+	RecordProperty("removals", removals_);
 }
 
 } // namespace

@@ -62,6 +62,14 @@ TEST_F(FrameFailures, WithoutATargetTheFilterIsSkipped)
 						 {"obs_source_skip_video_filter", {"Kalvio filter"}}}));
 }
 
+TEST_F(FrameFailures, WithoutASourceNothingIsDrawn)
+{
+	create();
+	filter_.remove_from_source();
+	EXPECT_EQ(labels_of(render()), Labels());
+	EXPECT_EQ(call_journal().calls(), Calls());
+}
+
 TEST_F(FrameFailures, ATargetWithoutASizeIsSkippedBeforeAnythingIsMade)
 {
 	remove_bundle();
@@ -329,7 +337,7 @@ TEST_F(FrameFailures, EachFilterHasItsOwnCount)
 {
 	set_engine_script({.process_status = 3});
 	FakeSource other("Other filter");
-	other.target = &camera_;
+	other.put_on(camera_);
 	create();
 	other.create_filter(info_);
 	for (int frame = 0; frame < 10; ++frame) {

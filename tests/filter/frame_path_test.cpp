@@ -313,7 +313,7 @@ TEST_F(FramePath, AnUpdateDuringAFrameWaitsForItsEnd)
 TEST_F(FramePath, TwoFiltersDoNotShareALock)
 {
 	FakeSource other("Other filter");
-	other.target = &camera_;
+	other.put_on(camera_);
 	create();
 	other.create_filter(info_);
 	set_engine_script({.during_process = [&](kl_engine *engine) {

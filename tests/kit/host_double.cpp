@@ -95,6 +95,7 @@ void HostDouble::reset()
 	state.data_folder.clear();
 	state.finds_missing_files = false;
 	state.cheap = false;
+	state.frame_time_ns = 0;
 	render_state() = {};
 }
 
@@ -153,6 +154,18 @@ void HostDouble::set_cheap(bool cheap)
 
 std::vector<Drawn> HostDouble::render(const std::function<void()> &frame)
 {
+	constexpr uint64_t frame_ns = 16'666'667;
+	host_state().frame_time_ns += frame_ns;
+	return render_view(frame);
+}
+
+void HostDouble::set_frame_time(uint64_t time_ns)
+{
+	host_state().frame_time_ns = time_ns;
+}
+
+std::vector<Drawn> HostDouble::render_view(const std::function<void()> &frame)
+{
 	RenderState &drawing = render_state();
 	drawing.screen.clear();
 	++drawing.graphics_depth;
@@ -190,3 +203,9 @@ std::vector<HostDouble::Registration> HostDouble::registrations() const
 }
 
 } // namespace kalvio::test
+
+uint64_t obs_get_video_frame_time(void)
+{
+	using namespace kalvio::test;
+	return host_is_cheap() ? 0 : host_state().frame_time_ns.load();
+}

@@ -23,8 +23,9 @@ namespace kalvio::test {
 // A picture in which no two neighbouring pixels, rows or channels are alike, alpha included.
 Picture test_picture(uint32_t width, uint32_t height);
 
-// A source of the host, as much of one as a filter can see. Filters are sources too. The fields belong to one thread at
-// a time; references and, with hands_out_copies, updates and settings may be used by several.
+// A source of the host, as much of one as a filter can see. Filters are sources too. References, parent, target,
+// removal and deferred updates may be used by several threads, as in the host; the other fields belong to one thread at
+// a time. As in the host, nothing guards the settings object: whoever reads the settings is handed the object itself.
 class FakeSource {
 public:
 	explicit FakeSource(std::string name);
@@ -46,17 +47,26 @@ public:
 	// What the host does before it destroys: nobody gets a reference any more, and those that are held end first.
 	void wait_for_last_reference();
 
-	// What obs_source_update does: merges and calls the filter's update.
+	// What obs_source_update and the next tick of the host do: merges and calls the filter's update.
 	void update(obs_data_t *changes);
+
+	// The host's tick of this source, on its graphics thread: obs_source_update only merges, and any number of such
+	// updates become one call of the filter's update here.
+	void tick();
+
+	// What the host does when a filter is added to a source and removed from it. At removal the list of the
+	// source's filters changes first, then the signal "filter_remove" is sent, and then parent and target become
+	// null.
+	void put_on(FakeSource &source);
+	void remove_from_source();
 
 	std::string name;
 	bool nameless = false; // the name is a null pointer
 	obs_data_t *settings;  // owned
-	FakeSource *parent = nullptr;
-	FakeSource *target = nullptr;
+	std::atomic<FakeSource *> parent = nullptr;
+	std::atomic<FakeSource *> target = nullptr;
 	Picture picture; // its size is the base size
 	std::atomic<bool> refuses_references = false;
-	bool hands_out_copies = false; // each reader gets settings of its own; for tests with several threads
 
 	obs_source_info info = {};
 	void *data = nullptr; // of the filter's callbacks
@@ -111,8 +121,15 @@ public:
 	void set_cheap(bool cheap);
 
 	// Runs `frame` as the host's graphics thread does, inside the graphics context, and gives what it drew on the
-	// screen.
+	// screen. Each call is a frame of the host with a time of its own.
 	std::vector<Drawn> render(const std::function<void()> &frame);
+	// The same as a further view in the same frame of the host.
+	std::vector<Drawn> render_view(const std::function<void()> &frame);
+	// What obs_get_video_frame_time gives until the next render; 0, as in cheap mode, is unknown.
+	void set_frame_time(uint64_t time_ns);
+
+	// Ticks every source that is alive.
+	void tick();
 
 	int live_gpu_objects() const;
 

@@ -13,7 +13,7 @@ namespace {
 // The fake sources that are alive: a pointer that a caller has kept too long is found out here.
 struct LiveSources {
 	std::mutex mutex;
-	std::vector<const FakeSource *> sources;
+	std::vector<FakeSource *> sources;
 };
 
 LiveSources &live_sources()
@@ -52,8 +52,17 @@ void draw_unprocessed(const FakeSource *source)
 } // namespace
 
 struct FakeSource::Shared {
-	std::mutex settings_mutex;
 	std::atomic<int> weak_references = 0;
+	std::atomic<int> deferred_updates = 0;
+
+	signal_handler_t *signals = signal_handler_create();
+	std::recursive_mutex filter_mutex; // guards which filters are in this source's list
+	bool is_listed = true;             // of a filter; guarded by the parent's filter_mutex
+
+	Shared() { signal_handler_add(signals, "void filter_remove(ptr source, ptr filter)"); }
+	~Shared() { signal_handler_destroy(signals); }
+	Shared(const Shared &) = delete;
+	Shared &operator=(const Shared &) = delete;
 
 	std::mutex reference_mutex;
 	std::condition_variable reference_gone;
@@ -85,26 +94,47 @@ public:
 		return true;
 	}
 
-	static obs_data_t *read_settings(FakeSource &source)
+	static void defer_update(FakeSource &source, obs_data_t *changes)
 	{
-		if (!source.hands_out_copies) {
-			obs_data_addref(source.settings);
-			return source.settings;
-		}
-		const std::lock_guard lock(source.shared_->settings_mutex);
-		obs_data_t *copy = obs_data_create();
-		if (source.info.get_defaults)
-			source.info.get_defaults(copy);
-		obs_data_apply(copy, source.settings);
-		return copy;
+		obs_data_apply(source.settings, changes);
+		++source.shared_->deferred_updates;
 	}
 
-	static void merge_settings(FakeSource &source, obs_data_t *changes)
+	static signal_handler_t *signals(FakeSource &source) { return source.shared_->signals; }
+
+	template <class Visitor>
+	static void visit_filters(FakeSource &source, const Visitor &visit)
 	{
-		const std::lock_guard lock(source.shared_->settings_mutex);
-		obs_data_apply(source.settings, changes);
+		const std::lock_guard lock(source.shared_->filter_mutex);
+		for (FakeSource *filter : live_filters_of(source)) {
+			if (filter->shared_->is_listed)
+				visit(*filter);
+		}
+	}
+
+private:
+	static std::vector<FakeSource *> live_filters_of(const FakeSource &source)
+	{
+		std::vector<FakeSource *> filters;
+		const std::lock_guard lock(live_sources().mutex);
+		for (FakeSource *candidate : live_sources().sources) {
+			if (candidate->parent == &source)
+				filters.push_back(candidate);
+		}
+		return filters;
 	}
 };
+
+void HostDouble::tick()
+{
+	std::vector<FakeSource *> sources;
+	{
+		const std::lock_guard lock(live_sources().mutex);
+		sources = live_sources().sources;
+	}
+	for (FakeSource *source : sources)
+		source->tick();
+}
 
 Picture test_picture(uint32_t width, uint32_t height)
 {
@@ -163,12 +193,39 @@ void FakeSource::destroy_filter()
 
 void FakeSource::update(obs_data_t *changes)
 {
-	SourceAccess::merge_settings(*this, changes);
-	if (!info.update)
-		return;
-	obs_data_t *current = SourceAccess::read_settings(*this);
-	info.update(data, current);
-	obs_data_release(current);
+	obs_data_apply(settings, changes);
+	if (info.update)
+		info.update(data, settings);
+}
+
+void FakeSource::tick()
+{
+	if (shared_->deferred_updates.exchange(0) > 0 && info.update)
+		info.update(data, settings);
+}
+
+void FakeSource::put_on(FakeSource &source)
+{
+	const std::lock_guard lock(source.shared_->filter_mutex);
+	parent = &source;
+	target = &source;
+	shared_->is_listed = true;
+}
+
+void FakeSource::remove_from_source()
+{
+	FakeSource &source = *parent;
+	{
+		const std::lock_guard lock(source.shared_->filter_mutex);
+		shared_->is_listed = false;
+	}
+	calldata_t call = {};
+	calldata_set_ptr(&call, "source", source.handle());
+	calldata_set_ptr(&call, "filter", handle());
+	signal_handler_signal(source.shared_->signals, "filter_remove", &call);
+	calldata_free(&call);
+	parent = nullptr;
+	target = nullptr;
 }
 
 void FakeSource::wait_for_last_reference()
@@ -208,19 +265,11 @@ FakeSource *known_source(const char *function, const obs_source_t *source)
 obs_source_t *obs_filter_get_target(const obs_source_t *filter)
 {
 	if (host_is_cheap())
-		return reinterpret_cast<const FakeSource *>(filter)->target->handle();
+		return reinterpret_cast<const FakeSource *>(filter)->target.load()->handle();
 	host_call(__func__, name_of(filter));
 	FakeSource *fake = known_source(__func__, filter);
-	return fake && fake->target && !host_call_fails(__func__) ? fake->target->handle() : nullptr;
-}
-
-obs_source_t *obs_filter_get_parent(const obs_source_t *filter)
-{
-	if (host_is_cheap())
-		return reinterpret_cast<const FakeSource *>(filter)->parent->handle();
-	host_call(__func__, name_of(filter));
-	FakeSource *fake = known_source(__func__, filter);
-	return fake && fake->parent ? fake->parent->handle() : nullptr;
+	FakeSource *target = fake ? fake->target.load() : nullptr;
+	return target && !host_call_fails(__func__) ? target->handle() : nullptr;
 }
 
 uint32_t obs_source_get_base_width(obs_source_t *source)
@@ -254,7 +303,10 @@ obs_data_t *obs_source_get_settings(const obs_source_t *source)
 {
 	host_call(__func__, name_of(source));
 	FakeSource *fake = known_source(__func__, source);
-	return fake ? SourceAccess::read_settings(*fake) : nullptr;
+	if (!fake)
+		return nullptr;
+	obs_data_addref(fake->settings);
+	return fake->settings;
 }
 
 obs_source_t *obs_source_get_ref(obs_source_t *source)
@@ -274,6 +326,32 @@ void obs_source_release(obs_source_t *source)
 	FakeSource *fake = known_source(__func__, source);
 	if (fake && !SourceAccess::drop_reference(*fake))
 		note_host_misuse(__func__, fake->name + " released too often");
+}
+
+// Looking at a filter's parent, a source's signals or its list of filters does nothing to them and is not written down.
+obs_source_t *obs_filter_get_parent(const obs_source_t *filter)
+{
+	if (host_is_cheap())
+		return reinterpret_cast<const FakeSource *>(filter)->parent.load()->handle();
+	FakeSource *fake = known_source(__func__, filter);
+	FakeSource *parent = fake ? fake->parent.load() : nullptr;
+	return parent ? parent->handle() : nullptr;
+}
+
+signal_handler_t *obs_source_get_signal_handler(const obs_source_t *source)
+{
+	if (host_is_cheap())
+		return SourceAccess::signals(*reinterpret_cast<FakeSource *>(const_cast<obs_source_t *>(source)));
+	FakeSource *fake = known_source(__func__, source);
+	return fake ? SourceAccess::signals(*fake) : nullptr;
+}
+
+void obs_source_enum_filters(obs_source_t *source, obs_source_enum_proc_t callback, void *parameter)
+{
+	FakeSource *fake = known_source(__func__, source);
+	if (!fake)
+		return;
+	SourceAccess::visit_filters(*fake, [=](FakeSource &filter) { callback(source, filter.handle(), parameter); });
 }
 
 // Weak references are counted but not written down: taking one does nothing to the source. Here they are the source.
@@ -298,13 +376,13 @@ void obs_weak_source_release(obs_weak_source_t *weak)
 void obs_source_update(obs_source_t *source, obs_data_t *settings)
 {
 	if (host_is_cheap())
-		return reinterpret_cast<FakeSource *>(source)->update(settings);
+		return SourceAccess::defer_update(*reinterpret_cast<FakeSource *>(source), settings);
 	host_call(__func__, name_of(source));
 	FakeSource *fake = known_source(__func__, source);
 	if (fake && fake->references() <= 0)
 		note_host_misuse(__func__, fake->name + " is not referenced");
 	if (fake)
-		fake->update(settings);
+		SourceAccess::defer_update(*fake, settings);
 }
 
 void obs_source_skip_video_filter(obs_source_t *filter)
@@ -314,6 +392,9 @@ void obs_source_skip_video_filter(obs_source_t *filter)
 	host_call(__func__, name_of(filter));
 	if (render_state().graphics_depth <= 0)
 		note_host_misuse(__func__, "outside the graphics context");
-	if (const FakeSource *fake = known_source(__func__, filter))
+	const FakeSource *fake = known_source(__func__, filter);
+	if (fake && !fake->parent)
+		note_host_misuse(__func__, fake->name + " has no parent, which the host reads");
+	else if (fake)
 		draw_unprocessed(fake->target);
 }

@@ -46,6 +46,7 @@ struct HostState {
 	std::string data_folder;
 	bool finds_missing_files = false;
 	std::atomic<bool> cheap = false;
+	std::atomic<uint64_t> frame_time_ns = 0;
 };
 
 HostState &host_state();

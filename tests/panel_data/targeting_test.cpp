@@ -67,8 +67,8 @@ TEST_F(TargetingTest, NamesThatOnlyALineBreakSetsApartAreToldApart)
 	FakeSource &second = add_filter("c");
 	poll_targets();
 	take_changed();
-	first.parent->name = "a";
-	second.parent->name = "b\nc";
+	first.parent.load()->name = "a";
+	second.parent.load()->name = "b\nc";
 	poll_targets();
 	EXPECT_TRUE(take_changed());
 }
@@ -78,7 +78,7 @@ TEST_F(TargetingTest, RenamedSourceShowsItsNewNameAndKeepsTheValues)
 	FakeSource &filter = add_filter("Camera", 0.25);
 	poll_targets();
 	take_changed();
-	filter.parent->name = "Webcam";
+	filter.parent.load()->name = "Webcam";
 	poll_targets();
 	EXPECT_EQ(targeting().names, Names{"Webcam"});
 	EXPECT_TRUE(take_changed());

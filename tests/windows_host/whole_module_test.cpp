@@ -89,7 +89,7 @@ protected:
 	void add_filter()
 	{
 		filter_.emplace("Kalvio");
-		filter_->parent = filter_->target = &camera_;
+		filter_->put_on(camera_);
 		filter_->create_filter(host_double().registrations().at(0).info);
 		poll();
 	}
