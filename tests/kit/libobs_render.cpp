@@ -54,8 +54,9 @@ Picture read_texture(gs_texture_t *texture)
 	return picture;
 }
 
-// Inside the graphics context.
-Picture render_frame(obs_source_t *source, uint32_t width, uint32_t height)
+} // namespace
+
+Picture render_now(obs_source_t *source, uint32_t width, uint32_t height)
 {
 	const std::unique_ptr<gs_texrender_t, TexrenderDeleter> target(gs_texrender_create(GS_RGBA, GS_ZS_NONE));
 	if (!gs_texrender_begin(target.get(), width, height))
@@ -71,8 +72,6 @@ Picture render_frame(obs_source_t *source, uint32_t width, uint32_t height)
 	return read_texture(gs_texrender_get_texture(target.get()));
 }
 
-} // namespace
-
 Picture render(obs_source_t *source)
 {
 	return render(source, obs_source_get_width(source), obs_source_get_height(source));
@@ -83,7 +82,7 @@ Picture render(obs_source_t *source, uint32_t width, uint32_t height)
 	Picture picture;
 	on_graphics_thread([&picture, source, width, height] {
 		const GraphicsContext context;
-		picture = render_frame(source, width, height);
+		picture = render_now(source, width, height);
 	});
 	return picture;
 }

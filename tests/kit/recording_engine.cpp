@@ -5,6 +5,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <unordered_map>
 #include <utility>
 
 struct kl_engine {
@@ -20,7 +21,8 @@ namespace {
 struct State {
 	std::mutex mutex;
 	EngineScript script;
-	std::vector<std::unique_ptr<kl_engine>> engines; // destroyed ones too, so that a late call is seen
+	// By their address, destroyed ones too, so that a late call is seen.
+	std::unordered_map<const kl_engine *, std::unique_ptr<kl_engine>> engines;
 	std::vector<std::string> misuse;
 	std::vector<uint8_t> last_input;
 	uint64_t frame_count = 0;
@@ -46,8 +48,7 @@ void note_misuse(const char *function, const char *what)
 
 bool known(const kl_engine *engine)
 {
-	return std::any_of(state().engines.begin(), state().engines.end(),
-			   [engine](const auto &owned) { return owned.get() == engine; });
+	return state().engines.contains(engine);
 }
 
 // Marks the engine as being called for as long as it lives. Tests false when the engine cannot be called at all.
@@ -100,9 +101,15 @@ int32_t loader(const char *name, kl_engine *engine, const char *path)
 	call_journal().record(CallOrigin::Engine, name, engine, path);
 	if (!guard || !path)
 		return KL_ERROR_INVALID_ARGUMENT;
-	const std::lock_guard lock(state().mutex);
-	const auto status = state().script.loader_status.find(path);
-	return status == state().script.loader_status.end() ? KL_OK : status->second;
+	std::unique_lock lock(state().mutex);
+	const auto found = state().script.loader_status.find(path);
+	const int32_t status = found == state().script.loader_status.end() ? KL_OK : found->second;
+	const auto hook = state().script.during_load;
+	lock.unlock();
+
+	if (hook)
+		hook(name, path);
+	return status;
 }
 
 void write_output(EngineOutput kind, const uint8_t *input, size_t bytes, uint8_t *output)
@@ -163,7 +170,7 @@ int live_engine_count()
 {
 	const std::lock_guard lock(state().mutex);
 	return static_cast<int>(std::count_if(state().engines.begin(), state().engines.end(),
-					      [](const auto &engine) { return engine->alive; }));
+					      [](const auto &entry) { return entry.second->alive; }));
 }
 
 std::vector<std::string> engine_misuse()
@@ -224,10 +231,13 @@ kl_engine *kl_engine_create(const kl_engine_config *config)
 	const auto hook = state().script.during_create;
 	kl_engine *engine = nullptr;
 	int &failures = state().script.failing_creations;
-	if (failures == 0)
-		engine = state().engines.emplace_back(std::make_unique<kl_engine>()).get();
-	else if (failures > 0)
+	if (failures == 0) {
+		auto made = std::make_unique<kl_engine>();
+		engine = made.get();
+		state().engines.emplace(engine, std::move(made));
+	} else if (failures > 0) {
 		--failures;
+	}
 	lock.unlock();
 
 	call_journal().record(CallOrigin::Engine, __func__, engine, config->reserved0, config->reserved1,

@@ -29,9 +29,10 @@ struct EngineScript {
 	int32_t setter_status = KL_OK;                     // of everything whose result callers ignore
 	EngineOutput output = EngineOutput::Copy;
 
-	// Called inside kl_engine_create and kl_process_rgba, without a lock of the engine's held.
+	// Called inside kl_engine_create, kl_process_rgba and the four loaders, without a lock of the engine's held.
 	std::function<void()> during_create = {};
 	std::function<void(kl_engine *)> during_process = {};
+	std::function<void(const char *loader, const char *path)> during_load = {};
 
 	// Setters and frames return at once with KL_OK: no record, no check, no lock. For benchmarks.
 	bool idle = false;

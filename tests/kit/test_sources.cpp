@@ -13,6 +13,7 @@ namespace {
 
 constexpr const char *picture_source_id = "kalvio_test_picture";
 constexpr const char *async_source_id = "kalvio_test_async";
+constexpr const char *copying_filter_id = "kalvio_test_copying_filter";
 
 class PictureSource {
 public:
@@ -147,6 +148,35 @@ void register_async_source()
 	obs_register_source_s(&info, sizeof(info));
 }
 
+void draw_copy(void *data, gs_effect_t *)
+{
+	auto *const filter = static_cast<obs_source_t *>(data);
+	if (!obs_source_process_filter_begin(filter, GS_RGBA, OBS_NO_DIRECT_RENDERING))
+		return;
+	gs_blend_state_push();
+	gs_blend_function(GS_BLEND_ONE, GS_BLEND_ZERO);
+	obs_source_process_filter_end(filter, obs_get_base_effect(OBS_EFFECT_DEFAULT), 0, 0);
+	gs_blend_state_pop();
+}
+
+void register_copying_filter()
+{
+	obs_source_info info = {};
+	info.id = copying_filter_id;
+	info.type = OBS_SOURCE_TYPE_FILTER;
+	info.output_flags = OBS_SOURCE_VIDEO;
+	info.get_name = [](void *) {
+		return copying_filter_id;
+	};
+	info.create = [](obs_data_t *, obs_source_t *source) -> void * {
+		return source;
+	};
+	info.destroy = [](void *) {
+	};
+	info.video_render = draw_copy;
+	obs_register_source_s(&info, sizeof(info));
+}
+
 OBSSourceAutoRelease create_source(const char *id, const std::string &name)
 {
 	OBSSourceAutoRelease source = obs_source_create(id, name.c_str(), nullptr, nullptr);
@@ -161,6 +191,7 @@ void register_test_sources()
 {
 	register_picture_source();
 	register_async_source();
+	register_copying_filter();
 }
 
 OBSSourceAutoRelease create_picture_source(const std::string &name, const Picture &picture)
@@ -183,6 +214,11 @@ void set_reported_size(obs_source_t *source, uint32_t width, uint32_t height)
 int render_count(obs_source_t *source)
 {
 	return picture_source_of(source).render_count();
+}
+
+OBSSourceAutoRelease create_copying_filter(const std::string &name)
+{
+	return create_source(copying_filter_id, name);
 }
 
 OBSSourceAutoRelease create_async_source(const std::string &name)

@@ -24,6 +24,9 @@ void set_reported_size(obs_source_t *picture_source, uint32_t width, uint32_t he
 // How often the source was drawn.
 int render_count(obs_source_t *picture_source);
 
+// A filter of another make: it draws its input through a texture of the host's and changes no pixel.
+OBSSourceAutoRelease create_copying_filter(const std::string &name);
+
 // A source that is fed frames as a camera is.
 OBSSourceAutoRelease create_async_source(const std::string &name);
 

@@ -1,63 +1,23 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "filter/filter_registry.h"
-#include "filter/filter_source.h"
-#include "kit/call_journal.h"
-#include "kit/libobs_fixture.h"
-#include "kit/plugin_copy.h"
-#include "kit/recording_engine.h"
 #include "kit/seam_doubles.h"
+#include "libobs/inner_filter_test.h"
 #include "libobs/stress_time.h"
 
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
-#include <obs-module.h>
 #include <thread>
 
-// The filter's inner side in the real host: what the panel and the update service see and do, which no export of the
-// module reaches. The filter's code is linked into this executable; the module file only lends its data folder.
+// What the panel and the update service see and do in the real host, which no export of the module reaches.
 namespace kalvio::test {
 
 namespace {
 
-obs_module_t *opened_module = nullptr;
-
-class RegistryTest : public LibobsTest {
+class RegistryTest : public InnerFilterTest {
 protected:
-	void SetUp() override
-	{
-		reset_recording_engine();
-		reset_seams();
-		call_journal().reset();
-		plugin_.add_placeholder_bundle();
-		LibobsTest::SetUp();
-		opened_module = session().module();
-		const obs_source_info info = filter_source_info();
-		obs_register_source_s(&info, sizeof(info));
-	}
-
-	void TearDown() override
-	{
-		LibobsTest::TearDown();
-		EXPECT_EQ(live_engine_count(), 0);
-		EXPECT_EQ(engine_misuse(), std::vector<std::string>());
-		EXPECT_EQ(registered_filter_names(), std::vector<std::string>());
-	}
-
-	std::optional<SessionOptions> initial_session() override
-	{
-		SessionOptions options;
-		options.plugin = plugin_.files();
-		options.init_module = false;
-		options.post_load = false;
-		return options;
-	}
-
 	const Picture picture_ = pattern_picture(16, 16);
-
-private:
-	const PluginCopy plugin_;
 };
 
 // A source with one of our filters on it, both taken away at the end.
@@ -279,13 +239,3 @@ TEST_F(RegistryTest, PanelReadsAndWritesWhileFiltersComeAndGoAndRender)
 } // namespace
 
 } // namespace kalvio::test
-
-obs_module_t *obs_current_module(void)
-{
-	return kalvio::test::opened_module;
-}
-
-const char *obs_module_text(const char *lookup_string)
-{
-	return lookup_string;
-}

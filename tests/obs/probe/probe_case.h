@@ -18,6 +18,7 @@ std::span<const ProbeCase> filter_cases();  // filters that come, go and are cop
 std::span<const ProbeCase> host_cases();    // the module in OBS's lists, dialogs, collections and restarts
 std::span<const ProbeCase> dock_cases();    // the panel's dock and the properties view
 std::span<const ProbeCase> drag_cases();    // a slider at work while OBS draws
+std::span<const ProbeCase> live_cases();    // what happens while OBS is on air
 std::span<const ProbeCase> failure_cases(); // what is missing
 std::span<const ProbeCase> update_cases();  // what the download server says, and when it says nothing
 std::span<const ProbeCase> sample_cases();  // pictures for people
