@@ -4,6 +4,7 @@
 #include "libobs/inner_filter_test.h"
 
 #include <atomic>
+#include <ostream>
 #include <tuple>
 
 // An effect that is chosen while the engine is still loading another one of its kind: on the graphics thread, from a
@@ -26,6 +27,11 @@ struct Choice {
 	const char *folder; // of the module's data
 	const char *suffix; // of the file's name
 };
+
+void PrintTo(const Choice &choice, std::ostream *out)
+{
+	*out << choice.key << " " << choice.first << ", then " << choice.newest;
+}
 
 const Choice choices[] = {
 	{"ShorterFilter", "filter_id", "kl_set_filter", "extraordinary", "rose", "filters", ".kld"},

@@ -56,7 +56,7 @@ void multiview_processes_a_frame_once()
 	check_frames_are_processed();
 	obs_frontend_open_projector("Multiview", -1, "", "");
 	check(wait_until([] { return open_window("OBSProjector"); }), "the multiview opens");
-	check_frames_are_processed_once(source, 3, "multiview");
+	check_frames_are_processed_once(source, 2, "multiview");
 	obs_frontend_set_preview_program_mode(true);
 	check_frames_are_processed_once(source, 4, "multiview in studio mode");
 	obs_frontend_set_preview_program_mode(false);
