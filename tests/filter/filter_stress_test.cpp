@@ -44,6 +44,7 @@ struct FilteredCamera {
 	{
 		filter.wait_for_last_reference();
 		filter.destroy_filter();
+		camera.wait_for_last_reference();
 	}
 
 	// A tick and a frame of the host.

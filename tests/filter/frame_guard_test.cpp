@@ -116,6 +116,7 @@ TEST_F(FrameGuardTest, RemovalOfAnotherFilterOfTheSourceWaitsToo)
 	FakeSource behind("Filter behind");
 	behind.put_on(camera_);
 	create();
+	obs_data_set_bool(behind.settings, "enabled", false); // the double draws into one render target at a time
 	behind.create_filter(info_);
 	bool was_drawn_inside = false;
 	host_double().on_call("obs_source_skip_video_filter", [&] {

@@ -65,6 +65,6 @@ TEST_P(LiveSettings, AChoiceThatIsMadeWhileAnotherLoadsIsLoadedNext)
 }
 
 INSTANTIATE_TEST_SUITE_P(Choices, LiveSettings, testing::ValuesIn(choices),
-			 [](const auto &info) { return std::string(info.param.loader); });
+			 [](const auto &choice) { return std::string(choice.param.loader); });
 
 } // namespace

@@ -385,16 +385,19 @@ void obs_source_update(obs_source_t *source, obs_data_t *settings)
 		SourceAccess::defer_update(*fake, settings);
 }
 
+// The parent and the target are read once, at the beginning; then they are drawn, whatever becomes of the filter.
 void obs_source_skip_video_filter(obs_source_t *filter)
 {
 	if (host_is_cheap())
 		return;
+	const FakeSource *fake = known_source(__func__, filter);
+	const FakeSource *target = fake ? fake->target.load() : nullptr;
+	const FakeSource *parent = fake ? fake->parent.load() : nullptr;
 	host_call(__func__, name_of(filter));
 	if (render_state().graphics_depth <= 0)
 		note_host_misuse(__func__, "outside the graphics context");
-	const FakeSource *fake = known_source(__func__, filter);
-	if (fake && !fake->parent)
-		note_host_misuse(__func__, fake->name + " has no parent, which the host reads");
+	if (fake && !parent)
+		note_host_misuse(__func__, fake->name + " has no parent, which the host reads untested");
 	else if (fake)
-		draw_unprocessed(fake->target);
+		draw_unprocessed(target);
 }
