@@ -51,6 +51,7 @@ void *filter_create(obs_data_t *settings, obs_source_t *source)
 {
 	auto instance = std::make_unique<FilterInstance>();
 	instance->source = source;
+	instance->weak_source = source ? obs_source_get_weak_source(source) : nullptr;
 
 	// A fresh engine has been given the source's stored settings already; these are the same ones once more.
 	if (ensure_engine(*instance))

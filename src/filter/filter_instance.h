@@ -9,7 +9,7 @@
 #include <kalvio_engine.h>
 #include <memory>
 #include <mutex>
-#include <obs.h>
+#include <obs.hpp>
 #include <string>
 #include <vector>
 
@@ -25,6 +25,9 @@ using EngineHandle = std::unique_ptr<kl_engine, EngineDeleter>;
 // destroy. The mutex keeps update and render apart; create and destroy run while nobody else knows the instance.
 struct FilterInstance {
 	obs_source_t *source = nullptr; // the filter's own source, not referenced
+	// Keeps the host's count of the filter's references until the instance is gone, which waits for the graphics
+	// thread: another filter that draws this one may have looked it up before the last reference went.
+	OBSWeakSourceAutoRelease weak_source;
 
 	EngineHandle engine; // null while there is none; see engine_session.h
 	std::mutex mutex;

@@ -81,6 +81,7 @@ void FrameGuard::filter_removed(void *data, calldata_t *call)
 	if (calldata_ptr(call, "filter") != instance.source)
 		return;
 	instance.watched_parent = nullptr;
+	instance.gpu.result = nullptr;
 	signal_handler_remove_current();
 }
 
