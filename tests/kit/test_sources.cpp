@@ -6,6 +6,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <util/platform.h>
+#include <utility>
 
 namespace kalvio::test {
 
@@ -148,8 +149,30 @@ void register_async_source()
 	obs_register_source_s(&info, sizeof(info));
 }
 
+// The action of before_next_copy.
+struct CopyHook {
+	std::mutex mutex;
+	std::function<void()> action;
+};
+
+CopyHook &copy_hook()
+{
+	static CopyHook instance;
+	return instance;
+}
+
+void run_copy_hook()
+{
+	std::unique_lock lock(copy_hook().mutex);
+	const std::function<void()> action = std::exchange(copy_hook().action, nullptr);
+	lock.unlock();
+	if (action)
+		action();
+}
+
 void draw_copy(void *data, gs_effect_t *)
 {
+	run_copy_hook();
 	auto *const filter = static_cast<obs_source_t *>(data);
 	if (!obs_source_process_filter_begin(filter, GS_RGBA, OBS_NO_DIRECT_RENDERING))
 		return;
@@ -219,6 +242,12 @@ int render_count(obs_source_t *source)
 OBSSourceAutoRelease create_copying_filter(const std::string &name)
 {
 	return create_source(copying_filter_id, name);
+}
+
+void before_next_copy(std::function<void()> action)
+{
+	const std::lock_guard lock(copy_hook().mutex);
+	copy_hook().action = std::move(action);
 }
 
 OBSSourceAutoRelease create_async_source(const std::string &name)

@@ -4,6 +4,7 @@
 #include "kit/picture.h"
 
 #include <cstdint>
+#include <functional>
 #include <obs.hpp>
 #include <string>
 
@@ -26,6 +27,9 @@ int render_count(obs_source_t *picture_source);
 
 // A filter of another make: it draws its input through a texture of the host's and changes no pixel.
 OBSSourceAutoRelease create_copying_filter(const std::string &name);
+
+// Calls `action` once, on the graphics thread, when such a filter is drawn next and has not yet looked for its input.
+void before_next_copy(std::function<void()> action);
 
 // A source that is fed frames as a camera is.
 OBSSourceAutoRelease create_async_source(const std::string &name);

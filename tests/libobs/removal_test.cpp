@@ -131,6 +131,24 @@ TEST_F(RemovalTest, FilterRemovedWhileTheEngineWorksLeavesTheSourceVisible)
 	EXPECT_EQ(render(source), picture_);
 }
 
+// The host lets the filters of a source change their order while it draws them. The one whose picture ours has just
+// asked for then asks for ours.
+TEST_F(RemovalTest, FilterMovedBeforeTheOneItDrawsGoesOn)
+{
+	const OBSSourceAutoRelease source = create_picture_source("Camera", picture_);
+	const OBSSourceAutoRelease other = create_copying_filter("Copy");
+	obs_source_filter_add(source, other);
+	const OBSSourceAutoRelease filter = add_filter(source);
+	before_next_copy([&] { obs_source_filter_set_order(source, filter, OBS_ORDER_MOVE_TOP); });
+
+	render(source);
+
+	const OBSSourceAutoRelease unfiltered = create_picture_source("Other", processed(picture_));
+	const OBSSourceAutoRelease copy = create_copying_filter("Copy");
+	obs_source_filter_add(unfiltered, copy);
+	EXPECT_EQ(render(source), render(unfiltered));
+}
+
 // Where a filter of ours is put: as the last of its source's filters, or as the first, before the ones that stay.
 struct Place {
 	obs_source_t *source;
@@ -139,29 +157,41 @@ struct Place {
 
 using Filters = std::vector<OBSSourceAutoRelease>;
 
+// The first filter is the one that is nearest to the source.
+void move_to_the_front(obs_source_t *source, obs_source_t *filter)
+{
+	obs_source_filter_set_order(source, filter, OBS_ORDER_MOVE_TOP);
+}
+
 OBSSourceAutoRelease add_filter_at(const Place &place)
 {
 	// All the settings that change later are there from the start: the host sets them where they lie.
 	const OBSDataAutoRelease settings = settings_from(R"({"smoothing": 0.5, "bg_fill": 1, "bg_blur": 0.5})");
 	OBSSourceAutoRelease filter = add_filter(place.source, "Beauty", settings);
 	if (place.first)
-		obs_source_filter_set_order(place.source, filter, OBS_ORDER_MOVE_TOP);
+		move_to_the_front(place.source, filter);
 	return filter;
 }
 
-// What `watched` shows with each choice of filters.
+// What `watched` shows with each choice of filters. One that belongs before the others is behind them for a moment.
 std::vector<Picture> possible_pictures(obs_source_t *watched, const std::vector<Place> &places)
 {
 	std::vector<Picture> pictures;
 	for (unsigned choice = 0; choice < 1U << places.size(); choice++) {
 		Filters filters(places.size());
 		for (size_t i = 0; i < places.size(); i++) {
-			if (choice >> i & 1U)
-				filters[i] = add_filter_at(places[i]);
+			if (!(choice >> i & 1U))
+				continue;
+			filters[i] = add_filter_at({places[i].source});
+			pictures.push_back(render(watched));
+			if (places[i].first)
+				move_to_the_front(places[i].source, filters[i]);
 		}
 		pictures.push_back(render(watched));
-		for (size_t i = 0; i < places.size(); i++)
-			obs_source_filter_remove(places[i].source, filters[i]);
+		for (size_t i = 0; i < places.size(); i++) {
+			if (filters[i])
+				obs_source_filter_remove(places[i].source, filters[i]);
+		}
 	}
 	return pictures;
 }
