@@ -8,8 +8,17 @@
 
 namespace kalvio::test {
 
-FrameWatch::FrameWatch(obs_source_t *source, std::vector<Picture> allowed)
-	: source_(source), allowed_(std::move(allowed)), blank_(allowed_.front().width, allowed_.front().height)
+namespace {
+
+bool contains(const std::vector<Picture> &pictures, const Picture &picture)
+{
+	return std::ranges::find(pictures, picture) != pictures.end();
+}
+
+} // namespace
+
+FrameWatch::FrameWatch(obs_source_t *source, std::vector<Picture> allowed, std::vector<Picture> lost)
+	: source_(source), allowed_(std::move(allowed)), lost_(std::move(lost))
 {
 	obs_add_main_render_callback(draw, this);
 }
@@ -26,9 +35,10 @@ void FrameWatch::draw(void *watch, uint32_t /*width*/, uint32_t /*height*/)
 
 void FrameWatch::look()
 {
-	const Picture shown = render_now(source_, blank_.width, blank_.height);
-	if (std::ranges::find(allowed_, shown) == allowed_.end())
-		++(shown == blank_ ? blank_frames_ : wrong_frames_);
+	const Picture blank(allowed_.front().width, allowed_.front().height);
+	const Picture shown = render_now(source_, blank.width, blank.height);
+	if (!contains(allowed_, shown))
+		++(shown == blank || contains(lost_, shown) ? lost_frames_ : wrong_frames_);
 	++frames_;
 }
 

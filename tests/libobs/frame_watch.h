@@ -14,16 +14,16 @@ namespace kalvio::test {
 // The counts are for any thread.
 class FrameWatch {
 public:
-	// `source` outlives the watch. All pictures have one size, which is that of the drawing.
-	FrameWatch(obs_source_t *source, std::vector<Picture> allowed);
+	// `source` outlives the watch. All pictures have one size, which is that of the drawing. `lost` are those of a
+	// frame into which something has not been drawn; one with nothing in it always is.
+	FrameWatch(obs_source_t *source, std::vector<Picture> allowed, std::vector<Picture> lost);
 	~FrameWatch();
 	FrameWatch(const FrameWatch &) = delete;
 	FrameWatch &operator=(const FrameWatch &) = delete;
 
 	int frames() const { return frames_; }
-	// Frames in which nothing at all was drawn.
-	int blank_frames() const { return blank_frames_; }
-	// Frames that show anything else than an allowed picture or nothing.
+	int lost_frames() const { return lost_frames_; }
+	// Frames that show neither an allowed picture nor a lost one.
 	int wrong_frames() const { return wrong_frames_; }
 
 private:
@@ -32,9 +32,9 @@ private:
 
 	obs_source_t *source_;
 	const std::vector<Picture> allowed_;
-	const Picture blank_;
+	const std::vector<Picture> lost_;
 	std::atomic<int> frames_ = 0;
-	std::atomic<int> blank_frames_ = 0;
+	std::atomic<int> lost_frames_ = 0;
 	std::atomic<int> wrong_frames_ = 0;
 };
 
