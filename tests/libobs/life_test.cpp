@@ -145,18 +145,19 @@ private:
 	{
 		if (scenes_.empty())
 			return;
-		std::vector<obs_sceneitem_t *> items;
+		wait_for_change_of_view();
+		// Inside the walk, which keeps the graphics thread from clearing away an item whose source is gone.
+		size_t items_before = below(4);
 		obs_scene_enum_items(
 			scenes_[below(scenes_.size())],
-			[](obs_scene_t *, obs_sceneitem_t *item, void *list) {
-				static_cast<std::vector<obs_sceneitem_t *> *>(list)->push_back(item);
-				return true;
+			[](obs_scene_t *, obs_sceneitem_t *item, void *before) {
+				size_t &left = *static_cast<size_t *>(before);
+				if (left-- > 0)
+					return true;
+				obs_sceneitem_remove(item);
+				return false;
 			},
-			&items);
-		if (items.empty())
-			return;
-		wait_for_change_of_view();
-		obs_sceneitem_remove(items[below(items.size())]);
+			&items_before);
 		note_change_of_view();
 	}
 
