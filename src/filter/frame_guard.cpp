@@ -30,12 +30,14 @@ bool is_filter_of(obs_source_t *source, obs_source_t *filter)
 } // namespace
 
 FrameGuard::FrameGuard(FilterInstance &instance)
-	: parent_(obs_filter_get_parent(instance.source)), outer_(innermost_frame)
+	: instance_(&instance), parent_(obs_filter_get_parent(instance.source)), outer_(innermost_frame),
+	  is_inside_own_frame_(is_drawing(instance))
 {
 	const bool is_nested = parent_ && is_drawing_on(parent_);
 	if (parent_ && !is_nested)
 		watch(instance, const_cast<obs_source_t *>(parent_));
-	lock_ = std::unique_lock(instance.mutex);
+	if (!is_inside_own_frame_)
+		lock_ = std::unique_lock(instance.mutex);
 	has_source_ = parent_ && (is_nested || instance.watched_parent == parent_);
 	innermost_frame = this;
 }
@@ -49,6 +51,15 @@ bool FrameGuard::is_drawing_on(const obs_source_t *source)
 {
 	for (const FrameGuard *frame = innermost_frame; frame; frame = frame->outer_) {
 		if (frame->has_source_ && frame->parent_ == source)
+			return true;
+	}
+	return false;
+}
+
+bool FrameGuard::is_drawing(const FilterInstance &instance)
+{
+	for (const FrameGuard *frame = innermost_frame; frame; frame = frame->outer_) {
+		if (frame->instance_ == &instance)
 			return true;
 	}
 	return false;

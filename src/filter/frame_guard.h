@@ -29,14 +29,22 @@ public:
 	// obs_source_skip_video_filter must not be called.
 	bool has_source() const { return has_source_; }
 
+	// True when this frame is drawn inside another one of the same filter. The host changes the order of a source's
+	// filters while it draws them: what this filter has just asked for its picture may ask this filter back. Only
+	// obs_source_skip_video_filter is safe then.
+	bool is_inside_own_frame() const { return is_inside_own_frame_; }
+
 private:
 	static bool is_drawing_on(const obs_source_t *source);
+	static bool is_drawing(const FilterInstance &instance);
 	static void watch(FilterInstance &instance, obs_source_t *parent);
 	static void filter_removed(void *data, calldata_t *call);
 
+	const FilterInstance *instance_;
 	const obs_source_t *parent_;
 	const FrameGuard *outer_; // the frame on the same thread in which this one is drawn
 	std::unique_lock<std::mutex> lock_;
+	bool is_inside_own_frame_ = false;
 	bool has_source_ = false;
 };
 

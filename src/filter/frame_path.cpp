@@ -217,7 +217,10 @@ void filter_video_render(void *data, gs_effect_t * /*effect*/)
 	if (!guard.has_source())
 		return;
 	try {
-		render_frame(instance);
+		if (guard.is_inside_own_frame())
+			pass_through(instance);
+		else
+			render_frame(instance);
 	} catch (...) {
 		log_current_exception();
 		pass_through(instance);

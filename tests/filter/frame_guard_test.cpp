@@ -150,6 +150,21 @@ TEST_F(FrameGuardTest, ASourceThatRemovesItsFilterWhileItDrawsIsNotWaitedFor)
 	EXPECT_EQ(labels_of(render()), Labels());
 }
 
+// The host may change the order of filters while it draws them: what lies before this filter then lies behind it.
+TEST_F(FrameGuardTest, AFilterThatIsDrawnInsideItsOwnFramePassesItsSourceThrough)
+{
+	create();
+	bool was_drawn_inside = false;
+	host_double().on_call("obs_source_skip_video_filter", [&] {
+		if (!std::exchange(was_drawn_inside, true))
+			info_.video_render(filter_.data, nullptr);
+	});
+	EXPECT_EQ(labels_of(render()), Labels{"texture 1"});
+	EXPECT_TRUE(was_drawn_inside);
+	EXPECT_EQ(call_journal().count("obs_source_skip_video_filter"), 2u);
+	EXPECT_EQ(call_journal().count("kl_process_rgba"), 1u);
+}
+
 TEST_F(FrameGuardTest, TheRemovalOfAnotherSourcesFilterDoesNotWait)
 {
 	FakeSource other_camera("Other camera");

@@ -249,13 +249,17 @@ private:
 
 class RemovalStressTest : public RemovalTest {
 protected:
-	// Runs rounds while the host shows `watched`, in which `camera` stands, and looks at every frame.
-	void remove_while_shown(obs_source_t *watched, const std::vector<Place> &places, obs_source_t *camera)
+	// Runs rounds while the host shows `watched`, in which `camera` stands, and looks at every frame. `transient`
+	// are pictures that the host itself may show while the filters change.
+	void remove_while_shown(obs_source_t *watched, const std::vector<Place> &places, obs_source_t *camera,
+				const std::vector<Picture> &transient = {})
 	{
 		set_picture(camera, Picture(picture_.width, picture_.height));
 		const std::vector<Picture> without_camera = possible_pictures(watched, places);
 		set_picture(camera, picture_);
-		const std::vector<Picture> pictures = possible_pictures(watched, places);
+		std::vector<Picture> pictures = possible_pictures(watched, places);
+		const Picture unfiltered = pictures.front();
+		pictures.insert(pictures.end(), transient.begin(), transient.end());
 		RemovalRounds rounds(places);
 		obs_set_output_source(0, watched);
 		{
@@ -265,8 +269,9 @@ protected:
 						 : std::chrono::steady_clock::now() < end)
 				rounds.run_once();
 			EXPECT_EQ(watch.wrong_frames(), 0) << "of " << watch.frames();
-			// The host itself can lose a filter between its look at the list and its reference.
-			EXPECT_LE(watch.lost_frames(), watch.frames() / 1000) << "of " << watch.frames();
+			// A frame that the host has begun before a removal and that reaches the filter after it lacks
+			// what the filter would have drawn, as it does with the host's own filters.
+			EXPECT_LE(watch.lost_frames(), rounds.removals()) << "of " << watch.frames();
 			EXPECT_GT(watch.frames(), 0);
 			RecordProperty("frames", watch.frames());
 			RecordProperty("lost_frames", watch.lost_frames());
@@ -274,7 +279,7 @@ protected:
 		obs_set_output_source(0, nullptr);
 		EXPECT_GT(rounds.removals(), 0);
 		RecordProperty("removals", rounds.removals());
-		EXPECT_EQ(render(watched), pictures.front()) << "no filter is left";
+		EXPECT_EQ(render(watched), unfiltered) << "no filter is left";
 	}
 };
 
@@ -301,13 +306,15 @@ TEST_F(RemovalStressTest, FilterBehindOneOfAnotherMakeIsRemovedWhileItIsShown)
 	remove_while_shown(source, {{source}}, source);
 }
 
+// A filter that asks for the size of one that has just been removed is told 0 by the host, and skipped.
 TEST_F(RemovalStressTest, FilterBeforeOneOfAnotherMakeIsRemovedWhileItIsShown)
 {
 	const OBSSourceAutoRelease source = create_picture_source("Camera", picture_);
+	const std::vector<Picture> without_the_other = possible_pictures(source, {{source}});
 	const OBSSourceAutoRelease other = create_copying_filter("Copy");
 	obs_source_filter_add(source, other);
 
-	remove_while_shown(source, {{source, true}}, source);
+	remove_while_shown(source, {{source, true}}, source, without_the_other);
 }
 
 TEST_F(RemovalStressTest, FiltersOnASceneAndOnASourceInItAreRemovedWhileTheyAreShown)
