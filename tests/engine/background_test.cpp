@@ -4,6 +4,7 @@
 #include "image_writer.h"
 #include "stages/background_blur.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace kalvio::engine::testing {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "engine_fixture.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace kalvio::engine::testing {
