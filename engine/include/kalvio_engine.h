@@ -7,7 +7,8 @@
  * these functions can stand behind it; the open engine in this repository is one.
  *
  * Threads. Calls on one handle must not overlap: the caller serialises them. Calls on different handles may run at the
- * same time on different threads. kl_set_log_config and kl_engine_create may be called from any thread at any time.
+ * same time on different threads. kl_set_log_config and kl_engine_create may be called from any thread at any time. The
+ * engine has threads of its own: some share the work of a frame within its call, one for all engines loads pictures.
  *
  * Errors. A status is 0 on success and any other value on failure; callers only test for zero and log the number. The
  * named codes below are those of the open engine. No function throws, and none aborts on a bad argument: a null handle,
@@ -93,7 +94,8 @@ static_assert(sizeof(kl_engine_config) == 48, "size of kl_engine_config");
  *   user_data  as given to kl_engine_set_event_callback
  *   code       the engine's own number
  *   message    valid during the call only; may be null
- * May come from any thread, also from inside another kl_* call. It must return quickly and call no kl_* function.
+ * May come from any thread, also from inside another kl_* call. Events of one engine come one at a time. The callback
+ * must return quickly, call no kl_* function, and wait for no lock that the host holds while it calls one.
  */
 typedef void (*kl_event_callback)(void *user_data, int32_t code, const char *message);
 
@@ -112,12 +114,16 @@ KL_API kl_engine *kl_engine_create(const kl_engine_config *config);
 
 /*
  * Sets or, with a null callback, removes the receiver of the engine's events. `user_data` is not read; it must stay
- * valid until the engine is destroyed or the callback is replaced. An event that occurred during creation is delivered
- * from inside this call.
+ * valid until the engine is destroyed or the callback is replaced: when this call returns, the callback that was set
+ * before is neither running on any thread nor called again. An event that occurred during creation is delivered from
+ * inside this call.
  */
 KL_API int32_t kl_engine_set_event_callback(kl_engine *engine, kl_event_callback callback, void *user_data);
 
-/* Frees the engine. No event is delivered after it returns. Null does nothing. */
+/*
+ * Frees the engine. No event is delivered after it returns. A load that is under way is given up, which takes a moment;
+ * the last engine also ends the threads. Null does nothing.
+ */
 KL_API void kl_engine_destroy(kl_engine *engine);
 
 /* --- Frames -------------------------------------------------------------------------------------------------- */
@@ -133,7 +139,8 @@ enum { KL_PIXEL_FORMAT_RGBA = 1, KL_MAX_FRAME_SIZE = 16384 };
  *                 row and the stride excepted) when KL_OK is returned, undefined otherwise
  *   pixel_format  KL_PIXEL_FORMAT_RGBA
  *   flags         0
- * With neutral settings the output equals the input bit for bit. A setter called before the call is in effect in it.
+ * With neutral settings the output equals the input bit for bit. A setter called before the call is in effect in it; a
+ * background picture that was ready before the call is. Stickers move with the time, however many frames there are.
  */
 KL_API int32_t kl_process_rgba(kl_engine *engine, const uint8_t *input, int32_t width, int32_t height,
 			       int32_t stride_bytes, uint8_t *output, int32_t pixel_format, int32_t flags);
@@ -211,12 +218,30 @@ KL_API int32_t kl_set_3d_sticker(kl_engine *engine, const char *path);
 KL_API int32_t kl_clear_sticker(kl_engine *engine);
 KL_API int32_t kl_clear_3d_sticker(kl_engine *engine);
 
-/* Replaces the background by a picture (".jpg" or ".png"). */
+/*
+ * Replaces the background by a picture (".jpg" or ".png"), soon. The call opens the file and looks at its first bytes:
+ * a file that is missing, cannot be read, is no picture or says that it is too large is refused at once. With KL_OK the
+ * engine's loading thread reads, decodes and scales what was opened, and the picture takes effect in the first
+ * kl_process_rgba that begins when it is ready; until then the background stays as it is. A later call of this function
+ * that returns KL_OK, of kl_set_virtual_background_blur or of kl_clear_virtual_background takes the place of a picture
+ * that is not in effect yet.
+ *
+ * A file that turns out to be damaged, a JPEG of more than 100 scans, and a picture that takes more than two seconds to
+ * decode fail later: with one line in the engine's log, one KL_EVENT_RESOURCE_FAILED from the loading thread, and in
+ * the next frame no background, as after kl_clear_virtual_background.
+ */
 KL_API int32_t kl_set_virtual_background(kl_engine *engine, const char *path);
 /* Blurs the background, 0..1; takes the place of a background picture. */
 KL_API int32_t kl_set_virtual_background_blur(kl_engine *engine, float strength);
 /* Leaves the background as captured, the initial state. */
 KL_API int32_t kl_clear_virtual_background(kl_engine *engine);
+
+/*
+ * Waits until nothing is being loaded for this engine: what was chosen is in effect in the next frame, or has failed
+ * and its event was delivered. KL_ERROR_BUSY when that takes longer than `timeout_ms`, 0 or more; the load goes on. For
+ * tools and tests, which want a certain picture in a certain frame; a host that shows moving pictures does without.
+ */
+KL_API int32_t kl_wait_for_loads(kl_engine *engine, int32_t timeout_ms);
 
 #ifdef __cplusplus
 }

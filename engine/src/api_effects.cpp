@@ -89,13 +89,10 @@ int32_t kl_set_virtual_background(kl_engine *engine, const char *path)
 	return call(engine, [=](kl_engine &self) -> int32_t {
 		if (path == nullptr)
 			return KL_ERROR_INVALID_ARGUMENT;
-		Image image;
-		if (const ReadResult result = load_image(path, image); !result)
+		ImageFile file;
+		if (const ReadResult result = open_image(path, file); !result)
 			return self.report_failed_load("background picture", path, result.status, result.reason);
-		self.effects.picture.emplace(image);
-		self.settings.background = BackgroundMode::Picture;
-		self.log->write(LogLevel::Information, "engine %d: background picture %s, %d x %d", self.number, path,
-				image.width, image.height);
+		self.begin_background_load(path, std::move(file));
 		return KL_OK;
 	});
 }
@@ -106,6 +103,7 @@ int32_t kl_set_virtual_background_blur(kl_engine *engine, float strength)
 		const std::optional<float> clamped = finite_in_range(strength, 0.0F, 1.0F);
 		if (!clamped)
 			return KL_ERROR_INVALID_ARGUMENT;
+		self.abandon_background_load();
 		self.settings.background = BackgroundMode::Blur;
 		self.effects.picture.reset();
 		self.settings.background_blur = *clamped;
@@ -116,9 +114,20 @@ int32_t kl_set_virtual_background_blur(kl_engine *engine, float strength)
 int32_t kl_clear_virtual_background(kl_engine *engine)
 {
 	return call(engine, [](kl_engine &self) -> int32_t {
-		self.settings.background = BackgroundMode::Captured;
-		self.effects.picture.reset();
+		self.abandon_background_load();
+		self.clear_background();
 		return KL_OK;
+	});
+}
+
+int32_t kl_wait_for_loads(kl_engine *engine, int32_t timeout_ms)
+{
+	return call(engine, [=](kl_engine &self) -> int32_t {
+		if (timeout_ms < 0)
+			return KL_ERROR_INVALID_ARGUMENT;
+		if (!self.background_load || self.background_load->wait(std::chrono::milliseconds(timeout_ms)))
+			return KL_OK;
+		return KL_ERROR_BUSY;
 	});
 }
 

@@ -83,12 +83,7 @@ kl_engine *kl_engine_create(const kl_engine_config *config)
 int32_t kl_engine_set_event_callback(kl_engine *engine, kl_event_callback callback, void *user_data)
 {
 	return call(engine, [=](kl_engine &self) -> int32_t {
-		self.callback = callback;
-		self.callback_user_data = user_data;
-		if (callback != nullptr && self.ready_event_pending) {
-			self.ready_event_pending = false;
-			self.emit(Event::Ready, "engine ready");
-		}
+		self.events->set(callback, user_data);
 		return KL_OK;
 	});
 }

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "bundle.h"
 
-#include "platform.h"
-
 #include <nlohmann/json.hpp>
 #include <zip.h>
+
+#include <algorithm>
 
 namespace kalvio::engine {
 
@@ -51,18 +51,31 @@ bool is_symbolic_link(zip_t *archive, uint64_t index)
 	return system == ZIP_OPSYS_UNIX && ((attributes >> 16) & type_mask) == type_link;
 }
 
+struct EntryFileCloser {
+	void operator()(zip_file_t *file) const { zip_fclose(file); }
+};
+using EntryFile = std::unique_ptr<zip_file_t, EntryFileCloser>;
+
 } // namespace
 
-ReadResult read_file(const char *path, int64_t max_bytes, Bytes &bytes)
+ReadResult open_file(const char *path, int64_t max_bytes, platform::File &file, int64_t &size)
 {
-	int64_t size = 0;
-	const platform::File file = platform::open_regular_file(path, size);
+	file = platform::open_regular_file(path, size);
 	if (!file)
 		return bad_file("missing, unreadable or no regular file");
 	if (size == 0)
 		return bad_format("the file is empty");
 	if (size > max_bytes)
 		return bad_format("the file is larger than " + std::to_string(max_bytes) + " bytes");
+	return {};
+}
+
+ReadResult read_file(const char *path, int64_t max_bytes, Bytes &bytes)
+{
+	platform::File file;
+	int64_t size = 0;
+	if (ReadResult result = open_file(path, max_bytes, file, size); !result)
+		return result;
 	bytes.resize(static_cast<size_t>(size));
 	if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size())
 		return bad_file("the file could not be read to its end");
@@ -189,16 +202,16 @@ ReadResult Bundle::read(const std::string &entry, Bytes &content) const
 	if (found == entries_.end())
 		return bad_format("\"" + entry + "\" is missing");
 
-	zip_file_t *file = zip_fopen_index(archive_->handle, found->second.index, 0);
-	if (file == nullptr)
+	EntryFile file(zip_fopen_index(archive_->handle, found->second.index, 0));
+	if (!file)
 		return bad_format("\"" + entry + "\" cannot be opened");
 	// The stated size bounds the memory; a stream that unpacks to more or less than it is damaged. Reading past
 	// the end also makes the library compare the checksum.
 	content.resize(static_cast<size_t>(found->second.bytes));
-	const int64_t read_bytes = zip_fread(file, content.data(), content.size());
+	const int64_t read_bytes = zip_fread(file.get(), content.data(), content.size());
 	uint8_t beyond = 0;
-	const int64_t beyond_bytes = zip_fread(file, &beyond, 1);
-	const bool closed = zip_fclose(file) == 0;
+	const int64_t beyond_bytes = zip_fread(file.get(), &beyond, 1);
+	const bool closed = zip_fclose(file.release()) == 0;
 	if (read_bytes != static_cast<int64_t>(content.size()) || beyond_bytes != 0 || !closed)
 		return bad_format("\"" + entry + "\" is damaged");
 	return {};

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kalvio_engine.h"
+#include "platform.h"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -35,6 +36,9 @@ struct ReadResult {
 
 	explicit operator bool() const { return status == KL_OK; }
 };
+
+// Opens a regular file of 1..`max_bytes` bytes; `size` receives its length.
+ReadResult open_file(const char *path, int64_t max_bytes, platform::File &file, int64_t &size);
 
 // Reads a whole regular file of at most `max_bytes`.
 ReadResult read_file(const char *path, int64_t max_bytes, Bytes &bytes);

@@ -2,6 +2,7 @@
 #include "engine.h"
 
 #include <chrono>
+#include <utility>
 
 using namespace kalvio::engine;
 
@@ -22,14 +23,16 @@ int64_t steady_clock_us()
 } // namespace
 
 kl_engine::kl_engine(std::shared_ptr<Log> engine_log)
-	: number(next_engine_number()), log(std::move(engine_log)), pool(Pool::acquire()), clock_us(steady_clock_us)
+	: number(next_engine_number()), log(std::move(engine_log)), pool(Pool::acquire()), loader(Loader::acquire()),
+	  events(std::make_shared<EventReceiver>()), clock_us(steady_clock_us)
 {
 }
 
-void kl_engine::emit(Event event, const std::string &message)
+// The loader's thread is waited for by the last engine alone, and then for an abandoned load, which ends soon.
+kl_engine::~kl_engine()
 {
-	if (callback != nullptr)
-		callback(callback_user_data, static_cast<int32_t>(event), message.c_str());
+	events->close();
+	abandon_background_load();
 }
 
 void kl_engine::record(const FrameTimes::Times &frame_times, int64_t now_us)
@@ -40,12 +43,50 @@ void kl_engine::record(const FrameTimes::Times &frame_times, int64_t now_us)
 	const std::string text = report.text();
 	log->write(LogLevel::Information, "engine %d: %s", number, text.c_str());
 	if (report.over_budget)
-		emit(Event::FrameBudget, "frame budget exceeded: " + text);
+		events->emit(Event::FrameBudget, "frame budget exceeded: " + text);
 }
 
 int32_t kl_engine::report_failed_load(const char *what, const char *path, int32_t status, const std::string &reason)
 {
 	log->write(LogLevel::Error, "engine %d: %s %s: %s", number, what, path, reason.c_str());
-	emit(Event::ResourceFailed, std::string(what) + " " + path + ": " + reason);
+	events->emit(Event::ResourceFailed, std::string(what) + " " + path + ": " + reason);
 	return status;
+}
+
+void kl_engine::begin_background_load(const char *path, ImageFile file)
+{
+	const auto load = std::make_shared<BackgroundLoad>(BackgroundLoad::Origin{number, log, events, clock_us}, path,
+							   std::move(file));
+	if (frame_width > 0)
+		load->set_frame_size(frame_width, frame_height);
+	loader->submit([load] { load->run(); });
+	abandon_background_load(); // only now: where there is no memory, nothing changes
+	background_load = load;
+}
+
+void kl_engine::abandon_background_load()
+{
+	if (background_load)
+		background_load->abandon();
+	background_load = nullptr;
+}
+
+void kl_engine::settle_background_load()
+{
+	if (!background_load || !background_load->has_ended())
+		return;
+	std::optional<BackgroundPicture> picture = background_load->take();
+	background_load = nullptr;
+	if (!picture) {
+		clear_background();
+		return;
+	}
+	effects.picture = std::move(picture);
+	settings.background = BackgroundMode::Picture;
+}
+
+void kl_engine::clear_background()
+{
+	settings.background = BackgroundMode::Captured;
+	effects.picture.reset();
 }

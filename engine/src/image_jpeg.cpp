@@ -5,6 +5,8 @@
 
 #include <jpeglib.h>
 
+#include <jerror.h>
+
 #include <algorithm>
 #include <csetjmp>
 #include <utility>
@@ -13,14 +15,26 @@ namespace kalvio::engine {
 
 namespace {
 
+// What the library hands back to the functions that it calls.
 struct ErrorManager {
 	jpeg_error_mgr base;
 	std::jmp_buf jump;
+	const char *reason; // why the decoding ended early, in words
 };
+
+struct Progress {
+	jpeg_progress_mgr base;
+	const DecodeControl *control;
+};
+
+ErrorManager &errors_of(j_common_ptr decoder)
+{
+	return *reinterpret_cast<ErrorManager *>(decoder->err);
+}
 
 [[noreturn]] void fail(j_common_ptr decoder)
 {
-	std::longjmp(reinterpret_cast<ErrorManager *>(decoder->err)->jump, 1);
+	std::longjmp(errors_of(decoder).jump, 1);
 }
 
 // A truncated picture is reported as a warning and filled with grey: for a background that is damage enough.
@@ -32,15 +46,40 @@ void treat_warning_as_error(j_common_ptr decoder, int level)
 
 void say_nothing(j_common_ptr) {}
 
-uint32_t number_at(const uint8_t *bytes, int count, bool big_endian)
+// Called for every row of blocks that is read and every row of pixels that is written.
+void watch(j_common_ptr decoder)
 {
-	uint32_t value = 0;
-	for (int index = 0; index < count; ++index) {
-		const int shift = 8 * (big_endian ? count - 1 - index : index);
-		value |= static_cast<uint32_t>(bytes[index]) << shift;
-	}
-	return value;
+	const DecodeControl &control = *reinterpret_cast<Progress *>(decoder->progress)->control;
+	const char *reason = control.reason_to_stop();
+	if (reinterpret_cast<j_decompress_ptr>(decoder)->input_scan_number > max_jpeg_scans)
+		reason = "a JPEG picture with more than 100 scans";
+	if (reason == nullptr)
+		return;
+	errors_of(decoder).reason = reason;
+	fail(decoder);
 }
+
+// A decompressor of the library, freed however the decoding ends.
+struct Decoder {
+	jpeg_decompress_struct handle = {};
+	ErrorManager errors = {};
+	Progress progress = {};
+	int orientation = 1; // 1..8, as Exif counts them
+
+	explicit Decoder(const DecodeControl &control)
+	{
+		handle.err = jpeg_std_error(&errors.base);
+		errors.base.error_exit = fail;
+		errors.base.emit_message = treat_warning_as_error;
+		errors.base.output_message = say_nothing;
+		errors.reason = damaged_jpeg;
+		progress.base.progress_monitor = watch;
+		progress.control = &control;
+	}
+	~Decoder() { jpeg_destroy_decompress(&handle); } // also of one that was never made: then it does nothing
+	Decoder(const Decoder &) = delete;
+	Decoder &operator=(const Decoder &) = delete;
+};
 
 // The orientation 1..8 out of an Exif segment, 1 when it says none.
 int orientation_of(const uint8_t *bytes, size_t size)
@@ -74,9 +113,7 @@ void orient(Image &image, int orientation)
 		return;
 	const bool turned = orientation >= 5;
 	Image result;
-	result.width = turned ? image.height : image.width;
-	result.height = turned ? image.width : image.height;
-	result.pixels.resize(image.pixels.size());
+	result.resize(turned ? image.height : image.width, turned ? image.width : image.height);
 	// In the order of the orientation numbers: whether the source's x and y run backwards.
 	constexpr bool flip_x[] = {false, true, true, false, false, false, true, true};
 	constexpr bool flip_y[] = {false, false, true, true, false, true, true, false};
@@ -105,54 +142,103 @@ void cmyk_to_rgba(uint8_t *pixels, int count)
 	}
 }
 
-// setjmp lives here, among plain values only: what has a destructor belongs to the caller.
-const char *decode(jpeg_decompress_struct &decoder, ErrorManager &errors, const Bytes &bytes, Image &image,
-		   int &orientation)
+int orientation_of(const jpeg_decompress_struct &decoder)
+{
+	const jpeg_marker_struct *exif = decoder.marker_list;
+	return exif != nullptr ? orientation_of(exif->data, exif->data_length) : 1;
+}
+
+// The eighths of its size at which a picture still covers as many pixels as asked for. All eight give the same bytes as
+// a decoder that knows no scaling.
+unsigned eighths_needed(const Decoder &decoder, const DecodeControl &control)
+{
+	const bool turned = decoder.orientation >= 5;
+	const int64_t width = turned ? decoder.handle.image_height : decoder.handle.image_width;
+	const int64_t height = turned ? decoder.handle.image_width : decoder.handle.image_height;
+	unsigned eighths = 8;
+	if (control.cover_width > 0 && control.cover_height > 0) {
+		while (eighths > 1 && width * (eighths - 1) >= int64_t{control.cover_width} * 8 &&
+		       height * (eighths - 1) >= int64_t{control.cover_height} * 8)
+			--eighths;
+	}
+	return eighths;
+}
+
+// setjmp lives here, among plain values only: what has a destructor belongs to the caller. False: errors.reason says
+// why.
+bool decode(Decoder &owner, const Bytes &bytes, Image &image, const DecodeControl &control)
 {
 	constexpr int exif_marker = JPEG_APP0 + 1;
-	if (setjmp(errors.jump))
-		return "a damaged JPEG picture";
+	jpeg_decompress_struct &decoder = owner.handle;
+	if (setjmp(owner.errors.jump))
+		return false;
 	jpeg_create_decompress(&decoder);
+	decoder.progress = &owner.progress.base;
 	jpeg_mem_src(&decoder, bytes.data(), static_cast<unsigned long>(bytes.size()));
 	jpeg_save_markers(&decoder, exif_marker, 0xFFFF);
 	jpeg_read_header(&decoder, TRUE);
-	if (!is_allowed_image_size(decoder.image_width, decoder.image_height))
-		return "the picture is too large";
+	if (!is_allowed_image_size(decoder.image_width, decoder.image_height)) {
+		owner.errors.reason = too_large_picture;
+		return false;
+	}
+	owner.orientation = orientation_of(decoder); // the end of decoding takes the segment away
 	const bool cmyk = decoder.num_components == 4;
 	decoder.out_color_space = cmyk ? JCS_CMYK : JCS_EXT_RGBA;
+	decoder.scale_num = eighths_needed(owner, control);
+	decoder.scale_denom = 8;
 	jpeg_start_decompress(&decoder);
-	image.width = static_cast<int>(decoder.output_width);
-	image.height = static_cast<int>(decoder.output_height);
-	image.pixels.resize(size_t(decoder.output_width) * decoder.output_height * 4);
+	image.resize(static_cast<int>(decoder.output_width), static_cast<int>(decoder.output_height));
 	while (decoder.output_scanline < decoder.output_height) {
 		uint8_t *row = image.pixel(0, static_cast<int>(decoder.output_scanline));
 		jpeg_read_scanlines(&decoder, &row, 1);
 		if (cmyk)
 			cmyk_to_rgba(row, image.width);
 	}
-	if (decoder.marker_list != nullptr)
-		orientation = orientation_of(decoder.marker_list->data, decoder.marker_list->data_length);
 	jpeg_finish_decompress(&decoder);
-	return nullptr;
+	return true;
 }
 
 } // namespace
 
-ReadResult decode_jpeg(const Bytes &bytes, Image &image)
+ReadResult decode_jpeg(const Bytes &bytes, Image &image, const DecodeControl &control)
 {
-	jpeg_decompress_struct decoder = {};
-	ErrorManager errors = {};
-	decoder.err = jpeg_std_error(&errors.base);
-	errors.base.error_exit = fail;
-	errors.base.emit_message = treat_warning_as_error;
-	errors.base.output_message = say_nothing;
-	int orientation = 1;
-	const char *error = decode(decoder, errors, bytes, image, orientation);
-	jpeg_destroy_decompress(&decoder);
-	if (error != nullptr)
-		return image_error(error);
-	orient(image, orientation);
+	Decoder decoder(control);
+	if (!decode(decoder, bytes, image, control)) {
+		if (decoder.errors.base.msg_code == JERR_OUT_OF_MEMORY)
+			return {KL_ERROR_OUT_OF_MEMORY, "out of memory"};
+		return image_error(decoder.errors.reason);
+	}
+	orient(image, decoder.orientation);
 	return {};
+}
+
+ReadResult check_jpeg_head(const Bytes &head)
+{
+	// From segment to segment, each a marker and its length, until one describes the frame.
+	size_t place = 2;
+	while (place + 4 <= head.size() && head[place] == 0xFF) {
+		const uint8_t marker = head[place + 1];
+		const bool is_fill_byte = marker == 0xFF;
+		const bool stands_alone = marker == 0x01 || (marker >= 0xD0 && marker <= 0xD7);
+		const bool starts_scan_or_ends = marker == 0xDA || marker == 0xD9;
+		const bool describes_frame =
+			marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
+		const uint32_t length = number_at(&head[place + 2], 2, true);
+		if (starts_scan_or_ends)
+			break;
+		if (describes_frame && place + 9 <= head.size()) {
+			const uint32_t height = number_at(&head[place + 5], 2, true);
+			const uint32_t width = number_at(&head[place + 7], 2, true);
+			if (width == 0 || height == 0)
+				return image_error(damaged_jpeg);
+			return is_allowed_image_size(width, height) ? ReadResult{} : image_error(too_large_picture);
+		}
+		if (is_fill_byte)
+			place += 1;
+		else
+			place += stands_alone ? 2 : 2 + length;
+	}
+	return {}; // the decoder will find out
 }
 
 } // namespace kalvio::engine

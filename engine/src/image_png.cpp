@@ -14,10 +14,33 @@ namespace {
 struct Reader {
 	const Bytes *bytes;
 	size_t position;
+	const DecodeControl *control;
+	const char *reason; // why the decoding ended early, in words
 };
+
+// The library's handles, freed however the decoding ends.
+struct Decoder {
+	png_structp png = nullptr;
+	png_infop information = nullptr;
+
+	Decoder() = default;
+	~Decoder() { png_destroy_read_struct(&png, &information, nullptr); }
+	Decoder(const Decoder &) = delete;
+	Decoder &operator=(const Decoder &) = delete;
+};
+
+void stop_if_asked(png_structp png)
+{
+	auto *reader = static_cast<Reader *>(png_get_io_ptr(png));
+	if (const char *reason = reader->control->reason_to_stop(); reason != nullptr) {
+		reader->reason = reason;
+		png_longjmp(png, 1);
+	}
+}
 
 void read_bytes(png_structp png, png_bytep out, size_t count)
 {
+	stop_if_asked(png);
 	auto *reader = static_cast<Reader *>(png_get_io_ptr(png));
 	if (count > reader->bytes->size() - reader->position)
 		png_error(png, "truncated");
@@ -32,8 +55,8 @@ void read_bytes(png_structp png, png_bytep out, size_t count)
 
 void ignore_warning(png_structp, png_const_charp) {}
 
-// Everything becomes 8-bit RGBA.
-void request_rgba(png_structp png, png_infop information)
+// Everything becomes 8-bit RGBA. The number of passes over the picture is returned.
+int request_rgba(png_structp png, png_infop information)
 {
 	const int colour = png_get_color_type(png, information);
 	png_set_expand(png);
@@ -41,52 +64,70 @@ void request_rgba(png_structp png, png_infop information)
 	if (colour == PNG_COLOR_TYPE_GRAY || colour == PNG_COLOR_TYPE_GRAY_ALPHA)
 		png_set_gray_to_rgb(png);
 	png_set_add_alpha(png, 0xFF, PNG_FILLER_AFTER);
-	png_set_interlace_handling(png);
+	const int passes = png_set_interlace_handling(png);
 	png_read_update_info(png, information);
+	return passes;
 }
 
-// setjmp lives here, among plain values only: what has a destructor belongs to the caller.
-const char *decode(png_structp png, png_infop information, Image &image, std::vector<png_bytep> &rows)
+// setjmp lives here, among plain values only: what has a destructor belongs to the caller. False: reader.reason says
+// why.
+bool decode(const Decoder &decoder, Reader &reader, Image &image)
 {
+	png_structp png = decoder.png;
 	if (setjmp(png_jmpbuf(png)))
-		return "a damaged PNG picture";
-	png_read_info(png, information);
-	const png_uint_32 width = png_get_image_width(png, information);
-	const png_uint_32 height = png_get_image_height(png, information);
-	if (!is_allowed_image_size(width, height))
-		return "the picture is too large";
-	request_rgba(png, information);
-	if (png_get_rowbytes(png, information) != size_t(width) * 4)
-		return "an unknown kind of PNG picture";
-	image.width = static_cast<int>(width);
-	image.height = static_cast<int>(height);
-	image.pixels.resize(size_t(width) * height * 4);
-	rows.resize(height);
-	for (size_t y = 0; y < height; ++y)
-		rows[y] = image.pixels.data() + y * width * 4;
-	png_read_image(png, rows.data());
-	return nullptr;
+		return false;
+	png_read_info(png, decoder.information);
+	const png_uint_32 width = png_get_image_width(png, decoder.information);
+	const png_uint_32 height = png_get_image_height(png, decoder.information);
+	if (!is_allowed_image_size(width, height)) {
+		reader.reason = too_large_picture;
+		return false;
+	}
+	const int passes = request_rgba(png, decoder.information);
+	if (png_get_rowbytes(png, decoder.information) != size_t(width) * 4) {
+		reader.reason = "an unknown kind of PNG picture";
+		return false;
+	}
+	image.resize(static_cast<int>(width), static_cast<int>(height));
+	for (int pass = 0; pass < passes; ++pass) {
+		for (int y = 0; y < image.height; ++y) {
+			stop_if_asked(png);
+			png_read_row(png, image.pixel(0, y), nullptr);
+		}
+	}
+	return true;
 }
 
 } // namespace
 
-ReadResult decode_png(const Bytes &bytes, Image &image)
+ReadResult decode_png(const Bytes &bytes, Image &image, const DecodeControl &control)
 {
-	Reader reader = {&bytes, 0};
-	std::vector<png_bytep> rows;
-	png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, fail, ignore_warning);
-	png_infop information = png != nullptr ? png_create_info_struct(png) : nullptr;
-	if (information == nullptr) {
-		png_destroy_read_struct(&png, nullptr, nullptr);
+	Reader reader = {&bytes, 0, &control, damaged_png};
+	Decoder decoder;
+	decoder.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, fail, ignore_warning);
+	if (decoder.png != nullptr)
+		decoder.information = png_create_info_struct(decoder.png);
+	if (decoder.information == nullptr)
 		return {KL_ERROR_OUT_OF_MEMORY, "no memory for a PNG picture"};
-	}
-	png_set_read_fn(png, &reader, read_bytes);
-	png_set_user_limits(png, max_image_side, max_image_side);
+	png_set_read_fn(decoder.png, &reader, read_bytes);
+	png_set_user_limits(decoder.png, max_image_side, max_image_side);
 	// Text and colour-profile chunks are not used and may unpack to anything.
-	png_set_chunk_malloc_max(png, 8 << 20);
-	const char *error = decode(png, information, image, rows);
-	png_destroy_read_struct(&png, &information, nullptr);
-	return error == nullptr ? ReadResult{} : image_error(error);
+	png_set_chunk_malloc_max(decoder.png, 8 << 20);
+	return decode(decoder, reader, image) ? ReadResult{} : image_error(reader.reason);
+}
+
+ReadResult check_png_head(const Bytes &head)
+{
+	// The signature, then the length and name of the first chunk, which holds the size.
+	constexpr size_t name = 12;
+	constexpr size_t size = 16;
+	if (head.size() < size + 8 || std::memcmp(&head[name], "IHDR", 4) != 0)
+		return image_error(damaged_png);
+	const uint32_t width = number_at(&head[size], 4, true);
+	const uint32_t height = number_at(&head[size + 4], 4, true);
+	if (width == 0 || height == 0)
+		return image_error(damaged_png);
+	return is_allowed_image_size(width, height) ? ReadResult{} : image_error(too_large_picture);
 }
 
 } // namespace kalvio::engine

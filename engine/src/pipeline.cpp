@@ -89,7 +89,7 @@ void plan_background(FramePlan &plan, kl_engine &engine, const Frame &frame)
 		plan.blur_deviation = settings.background_blur * BackgroundBlur::strongest_deviation *
 				      static_cast<float>(frame.height);
 	} else if (settings.background == BackgroundMode::Picture) {
-		engine.effects.picture->fit(frame.width, frame.height);
+		engine.effects.picture->fit(frame.width, frame.height, engine.pool.get());
 		plan.picture = &*engine.effects.picture;
 	}
 }
@@ -226,11 +226,22 @@ void process_band(const FramePlan &plan, FrameMemory &memory, const Frame &frame
 	}
 }
 
+// A picture that is ready takes effect, and one that is still loaded learns what size it will be needed in.
+void take_in_background_load(kl_engine &engine, const Frame &frame)
+{
+	engine.settle_background_load();
+	engine.frame_width = frame.width;
+	engine.frame_height = frame.height;
+	if (engine.background_load)
+		engine.background_load->set_frame_size(frame.width, frame.height);
+}
+
 } // namespace
 
 void process_frame(kl_engine &engine, const Frame &frame)
 {
 	const int64_t start = engine.clock_us();
+	take_in_background_load(engine, frame);
 	const FramePlan plan = plan_frame(engine, frame);
 	if (plan.is_neutral()) {
 		copy_frame(frame);

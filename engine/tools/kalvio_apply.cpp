@@ -2,12 +2,15 @@
 
 // kalvio-apply RESOURCES INPUT OUTPUT [NAME=VALUE...]: puts one picture through an engine, for example
 //   kalvio-apply build/linux/plugins/obs-kalvio/data/resource.kld in.jpg out.png smoothing=0.6 whitening=0.3
+// With frames=N the picture goes through N times, as a thirtieth of a second apart, and the last is kept.
 // log=FILE keeps the engine's log there instead of showing it.
 #include "arguments.h"
+#include "engine.h"
 #include "image.h"
 #include "image_writer.h"
-#include "kalvio_engine.h"
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -88,6 +91,17 @@ int32_t apply(kl_engine *engine, const std::string &name, const char *value)
 	return KL_ERROR_INVALID_ARGUMENT;
 }
 
+// The engine's clock, so that a moving sticker is at the same place in every run.
+std::atomic<int64_t> engine_time_us = 0;
+
+std::atomic<bool> load_failed = false;
+
+void note_failed_load(void *, int32_t code, const char *)
+{
+	if (code == KL_EVENT_RESOURCE_FAILED)
+		load_failed = true;
+}
+
 double process(kl_engine *engine, const Image &input, Image &output)
 {
 	const auto start = std::chrono::steady_clock::now();
@@ -121,14 +135,23 @@ int run(const std::vector<std::string> &arguments)
 	if (!engine || !load_image(arguments.at(2).c_str(), input))
 		throw std::runtime_error("the resources or the picture cannot be read");
 
+	kl_engine_set_event_callback(engine.get(), note_failed_load, nullptr);
+	engine->clock_us = [] {
+		return engine_time_us.load();
+	};
 	for (const Setting &setting : settings) {
 		if (apply(engine.get(), setting.name, setting.value.c_str()) != KL_OK)
 			throw std::runtime_error("cannot set " + setting.name + "=" + setting.value);
 	}
+	constexpr int32_t longest_load_ms = 60'000;
+	if (kl_wait_for_loads(engine.get(), longest_load_ms) != KL_OK || load_failed)
+		throw std::runtime_error("the background cannot be loaded");
 	Image output = input;
 	double fastest = 1e9;
-	for (int frame = 0; frame < frames; ++frame)
+	for (int frame = 0; frame < frames; ++frame) {
+		engine_time_us = frame * int64_t{1'000'000} / 30;
 		fastest = std::min(fastest, process(engine.get(), input, output));
+	}
 	std::printf("%dx%d %.2f ms\n", input.width, input.height, fastest);
 	kalvio::engine::write_image(kalvio::engine::path_from_utf8(arguments.at(3)), output, 94);
 	return 0;

@@ -63,11 +63,13 @@ class Engine:
             argument = ctypes.c_float(value) if isinstance(value, float) else value
             if getattr(self.library, "kl_set_" + name)(engine, argument) != 0:
                 sys.exit(f"the engine refused {name}")
+        if self.library.kl_wait_for_loads(engine, 60_000) != 0:
+            sys.exit("the engine takes longer than a minute to load a picture")
         height, width, _ = pixels.shape
         source = np.ascontiguousarray(pixels)
         result = np.empty_like(source)
+        pointers = [array.ctypes.data_as(ctypes.c_void_p) for array in (source, result)]
         for _ in range(frames):
-            pointers = [array.ctypes.data_as(ctypes.c_void_p) for array in (source, result)]
             if self.library.kl_process_rgba(engine, pointers[0], width, height, width * 4, pointers[1], 1, 0) != 0:
                 sys.exit("the engine refused the picture")
         self.library.kl_engine_destroy(engine)

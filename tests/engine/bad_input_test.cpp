@@ -191,7 +191,15 @@ TEST_F(BadInput, EveryTruncationOfAShippedFileIsRefused)
 		const std::string whole = read_text(data_file(loader.good));
 		for (size_t part = 0; part < 16; ++part) {
 			const std::string cut = scratch.write("cut", whole.substr(0, whole.size() * part / 16));
-			EXPECT_EQ(loader.load(engine.get(), cut.c_str()), KL_ERROR_FORMAT) << loader.name << part;
+			const int32_t status = loader.load(engine.get(), cut.c_str());
+			if (loader.load == kl_set_virtual_background && part > 0) {
+				// Its head is there; what is missing is seen when it is read.
+				EXPECT_EQ(status, KL_OK) << part;
+				EXPECT_EQ(kl_wait_for_loads(engine.get(), 60'000), KL_OK);
+				EXPECT_TRUE(contains(log_text(), cut + ": a damaged JPEG picture")) << part;
+			} else {
+				EXPECT_EQ(status, KL_ERROR_FORMAT) << loader.name << part;
+			}
 		}
 	}
 }

@@ -2,6 +2,7 @@
 #include "engine_fixture.h"
 
 #include "arguments.h"
+#include "engine.h"
 
 #include <atomic>
 #include <fstream>
@@ -89,6 +90,17 @@ bool contains(const std::string &text, const std::string &part)
 	return text.find(part) != std::string::npos;
 }
 
+namespace {
+
+std::atomic<int64_t> test_time_us = 0; // the loader's thread reads it as well
+
+int64_t test_clock_us()
+{
+	return test_time_us;
+}
+
+} // namespace
+
 EngineTest::EngineTest() : log_path(scratch.path("engine.log"))
 {
 	const kl_log_config log = {0, 1, 2, 0, log_path.c_str()};
@@ -99,11 +111,21 @@ EngineTest::EngineTest() : log_path(scratch.path("engine.log"))
 EnginePointer EngineTest::create()
 {
 	const kl_engine_config config = {0, 0, nullptr, KALVIO_DATA_DIR "/resource.kld", "org.test.engine", 0};
-	return EnginePointer(kl_engine_create(&config));
+	EnginePointer created(kl_engine_create(&config));
+	if (created)
+		created->clock_us = test_clock_us;
+	return created;
+}
+
+void EngineTest::pass(int64_t microseconds)
+{
+	test_time_us += microseconds;
 }
 
 int32_t EngineTest::process(const Picture &input, Picture &output)
 {
+	constexpr int32_t longest_load_ms = 60'000;
+	EXPECT_EQ(kl_wait_for_loads(engine.get(), longest_load_ms), KL_OK);
 	return kl_process_rgba(engine.get(), input.bytes.data(), input.width, input.height, input.stride,
 			       output.bytes.data(), 1, 0);
 }

@@ -63,7 +63,10 @@ class EngineTest : public ::testing::Test {
 protected:
 	EngineTest();
 
+	// An engine whose clock stands still until `pass` moves it.
 	EnginePointer create();
+	static void pass(int64_t microseconds);
+	// Waits for what is being loaded, so that it is in effect.
 	int32_t process(const Picture &input, Picture &output);
 	// Processes with the shared engine and expects success.
 	Picture processed(const Picture &input);

@@ -123,6 +123,17 @@ void composite_row(uint8_t *row, int width, const uint8_t *matte, const uint8_t 
 // row = row + (other - row) * weight (8 fraction bits, 0..256); alpha is kept.
 void mix_row(uint8_t *row, int width, const uint8_t *other, int weight);
 
+// --- Background picture -------------------------------------------------------------------------------------------
+//
+// These two need no room behind a row.
+
+// out[i] = sum over the rows of rows[tap][i] * weights[tap].
+void weigh_byte_rows(const uint8_t *const *rows, const float *weights, int taps, int bytes, float *out);
+
+// Pixels of four bytes out of a row of pixels of four floats: each the sum of `taps` neighbours, from the float
+// firsts[x] on, times weights[x * taps + tap]; rounded, held to 0..255.
+void weigh_pixels(const float *row, const int *firsts, const float *weights, int taps, int width, uint8_t *out);
+
 // --- Background blur ----------------------------------------------------------------------------------------------
 //
 // Cells stand for blocks of block x block pixels, 4 to 128 a side. Pixels travel as pairs of channels, red and blue or

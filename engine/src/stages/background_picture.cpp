@@ -1,120 +1,165 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "stages/background_picture.h"
 
+#include "aligned.h"
 #include "kernels/kernels.h"
+#include "pool.h"
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kalvio::engine {
 
 namespace {
 
-constexpr int largest_width = 3840;
-constexpr int largest_height = 2160;
+// Fixed, so that the work is cut the same way however many threads there are.
+constexpr int rows_per_band = 16;
 
-// Which source pixels make one pixel along an axis: a tent as wide as the pixel, at least one source pixel.
-struct Span {
-	int first;
-	std::vector<float> weights;
-};
+static_assert(Image::spare_bytes >= kernels::row_padding_bytes);
 
-std::vector<Span> spans_of(int source_size, double offset, double scale, int size)
+bool is_set(const std::atomic<bool> *flag)
 {
-	const double radius = std::max(scale, 1.0);
-	std::vector<Span> spans(static_cast<size_t>(size));
-	for (int index = 0; index < size; ++index) {
-		const double centre = offset + (index + 0.5) * scale - 0.5;
-		Span &span = spans[static_cast<size_t>(index)];
-		const int low = std::clamp(static_cast<int>(std::ceil(centre - radius)), 0, source_size - 1);
-		const int high = std::clamp(static_cast<int>(std::floor(centre + radius)), low, source_size - 1);
-		span.first = low;
-		float total = 0;
-		for (int place = low; place <= high; ++place) {
-			const double weight = std::max(1 - std::abs(place - centre) / radius, 1e-6);
-			span.weights.push_back(static_cast<float>(weight));
-			total += span.weights.back();
-		}
-		for (float &weight : span.weights)
-			weight /= total;
-	}
-	return spans;
+	return flag != nullptr && flag->load(std::memory_order_relaxed);
 }
 
-// One source row, laid over black and scaled along.
-void scale_row(const uint8_t *source, const std::vector<Span> &columns, float *out)
+// Which source pixels make each pixel along an axis: a tent as wide as the pixel, at least one source pixel. All pixels
+// have the same number of taps, some of weight 0.
+struct Axis {
+	int taps = 1;
+	std::vector<int> firsts;    // one a pixel
+	std::vector<float> weights; // `taps` a pixel
+};
+
+Axis axis_of(int source_size, double scale, int size)
 {
-	for (const Span &span : columns) {
-		float sum[3] = {0, 0, 0};
-		const uint8_t *pixel = source + size_t(span.first) * 4;
-		for (const float weight : span.weights) {
-			const float covered = weight * static_cast<float>(pixel[3]) / 255.0F;
-			for (int channel = 0; channel < 3; ++channel)
-				sum[channel] += covered * static_cast<float>(pixel[channel]);
-			pixel += 4;
+	const double offset = (source_size - size * scale) / 2;
+	const double radius = std::max(scale, 1.0);
+	const auto centre_of = [&](int index) {
+		return offset + (index + 0.5) * scale - 0.5;
+	};
+	const auto low_of = [&](int index) {
+		return std::clamp(static_cast<int>(std::ceil(centre_of(index) - radius)), 0, source_size - 1);
+	};
+	const auto high_of = [&](int index) {
+		return std::clamp(static_cast<int>(std::floor(centre_of(index) + radius)), low_of(index),
+				  source_size - 1);
+	};
+
+	Axis axis;
+	for (int index = 0; index < size; ++index)
+		axis.taps = std::max(axis.taps, high_of(index) - low_of(index) + 1);
+	axis.firsts.resize(size_t(size));
+	axis.weights.resize(size_t(size) * size_t(axis.taps));
+	for (int index = 0; index < size; ++index) {
+		const int low = low_of(index);
+		const int high = high_of(index);
+		const int first = std::min(low, source_size - axis.taps);
+		float *weights = axis.weights.data() + size_t(index) * size_t(axis.taps);
+		float total = 0;
+		for (int place = low; place <= high; ++place) {
+			const double weight = std::max(1 - std::abs(place - centre_of(index)) / radius, 1e-6);
+			weights[place - first] = static_cast<float>(weight);
+			total += static_cast<float>(weight);
 		}
-		out = std::copy_n(sum, 3, out);
+		for (int tap = 0; tap < axis.taps; ++tap)
+			weights[tap] /= total;
+		axis.firsts[size_t(index)] = first;
+	}
+	return axis;
+}
+
+// What one thread works with: the source rows of a row of the result, and their weighted sum.
+struct Scratch {
+	std::vector<const uint8_t *> rows;
+	Aligned<float> sums;
+};
+
+// Lays the picture over black.
+void make_opaque(Image &image, const std::atomic<bool> *cancelled)
+{
+	const size_t row_bytes = size_t(image.width) * 4;
+	for (int y = 0; y < image.height && !is_set(cancelled); ++y) {
+		uint8_t *row = image.pixel(0, y);
+		uint8_t alphas = 255;
+		for (size_t byte = 3; byte < row_bytes; byte += 4)
+			alphas &= row[byte];
+		if (alphas == 255)
+			continue;
+		for (size_t byte = 0; byte < row_bytes; byte += 4) {
+			const int alpha = row[byte + 3];
+			for (size_t channel = 0; channel < 3; ++channel)
+				row[byte + channel] = static_cast<uint8_t>((row[byte + channel] * alpha + 127) / 255);
+			row[byte + 3] = 255;
+		}
 	}
 }
 
 } // namespace
 
-Image scaled_to_cover(const Image &image, int width, int height)
+void scale_to_cover(const Image &image, int width, int height, Pool *pool, const std::atomic<bool> *cancelled,
+		    Image &result)
 {
 	const double scale =
 		std::min(static_cast<double>(image.width) / width, static_cast<double>(image.height) / height);
-	const std::vector<Span> columns = spans_of(image.width, (image.width - width * scale) / 2, scale, width);
-	const std::vector<Span> rows = spans_of(image.height, (image.height - height * scale) / 2, scale, height);
+	Axis columns = axis_of(image.width, scale, width);
+	const Axis rows = axis_of(image.height, scale, height);
+	// Columns that are cropped away need no sums. Offsets are in floats from the first column that is left.
+	const int left = columns.firsts.front();
+	const int used_bytes = (columns.firsts.back() + columns.taps - left) * 4;
+	for (int &first : columns.firsts)
+		first = (first - left) * 4;
 
-	Image result;
-	result.width = width;
-	result.height = height;
-	result.pixels.resize(size_t(width) * size_t(height) * 4 + size_t(kernels::row_padding_bytes));
-	// Scaled source rows, kept while further rows of the result need them.
-	size_t depth = 1;
-	for (const Span &span : rows)
-		depth = std::max(depth, span.weights.size());
-	const size_t row_floats = size_t(width) * 3;
-	std::vector<float> ring(depth * row_floats);
-	std::vector<int> held(depth, -1);
-	std::vector<float> sums(row_floats);
-	for (int y = 0; y < height; ++y) {
-		const Span &span = rows[size_t(y)];
-		std::fill(sums.begin(), sums.end(), 0.0F);
-		for (size_t index = 0; index < span.weights.size(); ++index) {
-			const int source_y = span.first + static_cast<int>(index);
-			const size_t place = size_t(source_y) % depth;
-			float *scaled = ring.data() + place * row_floats;
-			if (held[place] != source_y) {
-				scale_row(image.pixel(0, source_y), columns, scaled);
-				held[place] = source_y;
-			}
-			for (size_t value = 0; value < row_floats; ++value)
-				sums[value] += span.weights[index] * scaled[value];
-		}
-		for (int x = 0; x < width; ++x) {
-			uint8_t *pixel = result.pixel(x, y);
-			for (size_t channel = 0; channel < 3; ++channel)
-				pixel[channel] = static_cast<uint8_t>(std::lrint(sums[size_t(x) * 3 + channel]));
-			pixel[3] = 255;
-		}
+	std::vector<Scratch> scratch(size_t(pool != nullptr ? pool->threads() : 1));
+	for (Scratch &own : scratch) {
+		own.rows.resize(size_t(rows.taps));
+		own.sums.require(size_t(used_bytes));
 	}
-	return result;
+	// Last, so that a result without memory for all this keeps its size and content.
+	result.resize(width, height);
+	result.pixels.resize(result.pixel_bytes() + Image::spare_bytes);
+	const auto scale_band = [&](int band, int slot) {
+		Scratch &own = scratch[size_t(slot)];
+		const int end = std::min(height, (band + 1) * rows_per_band);
+		for (int y = band * rows_per_band; y < end && !is_set(cancelled); ++y) {
+			for (int tap = 0; tap < rows.taps; ++tap)
+				own.rows[size_t(tap)] = image.pixel(left, rows.firsts[size_t(y)] + tap);
+			kernels::weigh_byte_rows(own.rows.data(), &rows.weights[size_t(y) * size_t(rows.taps)],
+						 rows.taps, used_bytes, own.sums.data());
+			kernels::weigh_pixels(own.sums.data(), columns.firsts.data(), columns.weights.data(),
+					      columns.taps, width, result.pixel(0, y));
+		}
+	};
+	const int bands = (height + rows_per_band - 1) / rows_per_band;
+	if (pool != nullptr) {
+		pool->run(bands, scale_band);
+		return;
+	}
+	for (int band = 0; band < bands; ++band)
+		scale_band(band, 0);
 }
 
-BackgroundPicture::BackgroundPicture(const Image &image)
+BackgroundPicture::BackgroundPicture(Image image, const std::atomic<bool> *cancelled)
 {
+	make_opaque(image, cancelled);
 	const double scale =
 		std::min({1.0, double{largest_width} / image.width, double{largest_height} / image.height});
+	if (scale == 1.0) {
+		picture_ = std::move(image);
+		picture_.pixels.resize(picture_.pixel_bytes() + Image::spare_bytes);
+		return;
+	}
 	// Scaled evenly, so that nothing is cropped yet.
-	picture_ = scaled_to_cover(image, std::max(1, static_cast<int>(std::lrint(image.width * scale))),
-				   std::max(1, static_cast<int>(std::lrint(image.height * scale))));
+	scale_to_cover(image, std::max(1, static_cast<int>(std::lrint(image.width * scale))),
+		       std::max(1, static_cast<int>(std::lrint(image.height * scale))), nullptr, cancelled, picture_);
 }
 
-void BackgroundPicture::fit(int width, int height)
+void BackgroundPicture::fit(int width, int height, Pool *pool, const std::atomic<bool> *cancelled)
 {
-	if (fitted_.width != width || fitted_.height != height)
-		fitted_ = scaled_to_cover(picture_, width, height);
+	is_used_as_it_is_ = picture_.width == width && picture_.height == height;
+	if (is_used_as_it_is_ || (fitted_.width == width && fitted_.height == height))
+		return;
+	scale_to_cover(picture_, width, height, pool, cancelled, fitted_);
 }
 
 } // namespace kalvio::engine
