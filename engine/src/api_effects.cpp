@@ -21,7 +21,8 @@ int32_t load_into(std::optional<Sticker> Effects::*place, StickerLoader load, co
 		if (const ReadResult result = load(path, sticker); !result)
 			return self.report_failed_load(what, path, result.status, result.reason);
 		self.effects.*place = std::move(sticker);
-		self.effects.sticker_step = 0;
+		if (place == &Effects::sticker)
+			self.effects.sticker_start_us.reset();
 		self.log->write(LogLevel::Information, "engine %d: %s %s loaded", self.number, what, path);
 		return KL_OK;
 	});

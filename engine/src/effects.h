@@ -19,7 +19,8 @@ struct Effects {
 	std::optional<BackgroundPicture> picture;
 
 	std::optional<Sticker> sticker;
-	uint64_t sticker_step = 0; // frames since it was loaded
+	// The engine's clock at the first frame since it was loaded: its animation begins there.
+	std::optional<int64_t> sticker_start_us;
 	std::optional<Sticker> sticker_3d;
 };
 

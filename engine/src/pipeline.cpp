@@ -94,7 +94,15 @@ void plan_background(FramePlan &plan, kl_engine &engine, const Frame &frame)
 	}
 }
 
-FramePlan plan_frame(kl_engine &engine, const Frame &frame)
+// How long the sticker has been shown.
+int64_t sticker_age_us(Effects &effects, int64_t now_us)
+{
+	if (!effects.sticker_start_us)
+		effects.sticker_start_us = now_us;
+	return now_us - *effects.sticker_start_us;
+}
+
+FramePlan plan_frame(kl_engine &engine, const Frame &frame, int64_t now_us)
 {
 	const Settings &settings = engine.settings;
 	FramePlan plan;
@@ -105,8 +113,8 @@ FramePlan plan_frame(kl_engine &engine, const Frame &frame)
 	plan_background(plan, engine, frame);
 	plan.lookup = prepare_lookup(engine.effects, settings.filter_intensity);
 	if (engine.effects.sticker && engine.effects.sticker->on_screen) {
-		plan.sprite_count = place_sprites(*engine.effects.sticker, engine.effects.sticker_step++, frame.width,
-						  frame.height, plan.sprites.data());
+		plan.sprite_count = place_sprites(*engine.effects.sticker, sticker_age_us(engine.effects, now_us),
+						  frame.width, frame.height, plan.sprites.data());
 	}
 	return plan;
 }
@@ -242,7 +250,7 @@ void process_frame(kl_engine &engine, const Frame &frame)
 {
 	const int64_t start = engine.clock_us();
 	take_in_background_load(engine, frame);
-	const FramePlan plan = plan_frame(engine, frame);
+	const FramePlan plan = plan_frame(engine, frame, start);
 	if (plan.is_neutral()) {
 		copy_frame(frame);
 		return;

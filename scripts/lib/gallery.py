@@ -10,6 +10,7 @@ import ctypes
 import io
 import pathlib
 import sys
+import time
 import zipfile
 
 import numpy as np
@@ -51,8 +52,10 @@ class Engine:
         self.library.kl_engine_create.restype = ctypes.c_void_p
         self.library.kl_set_log_config(ctypes.byref(LogConfig(1, 0, 1, 0, None)))
 
-    def apply(self, pixels, frames=1, **settings):
-        """The picture (rows, columns, 4) after the engine; a setting is the setter's name without "kl_set_"."""
+    def apply(self, pixels, seconds=0, **settings):
+        """The picture (rows, columns, 4) after the engine; a setting is the setter's name without "kl_set_".
+
+        With `seconds` the picture that comes this much after the first one: stickers move."""
         text = str(self.data / "resource.kld").encode()
         engine = ctypes.c_void_p(self.library.kl_engine_create(ctypes.byref(EngineConfig(0, 0, None, text, b"gallery", 0))))
         if not engine:
@@ -69,7 +72,8 @@ class Engine:
         source = np.ascontiguousarray(pixels)
         result = np.empty_like(source)
         pointers = [array.ctypes.data_as(ctypes.c_void_p) for array in (source, result)]
-        for _ in range(frames):
+        for wait in [0] + [seconds] * (seconds > 0):
+            time.sleep(wait)
             if self.library.kl_process_rgba(engine, pointers[0], width, height, width * 4, pointers[1], 1, 0) != 0:
                 sys.exit("the engine refused the picture")
         self.library.kl_engine_destroy(engine)
@@ -216,9 +220,9 @@ def draw_keys(engine, picture, cut_out, out):
 def draw_stickers(engine, picture, out):
     cells = []
     for name in SCREEN_STICKERS:
-        for frame in (1, 45, 90):
-            done = engine.apply(picture, frames=frame, sticker=engine.data / "stickers/screen" / (name + ".kld"))
-            cells.append((f"{name}, frame {frame}", done))
+        for seconds in (0, 1.5, 3):
+            done = engine.apply(picture, seconds, sticker=engine.data / "stickers/screen" / (name + ".kld"))
+            cells.append((f"{name}, {seconds} s", done))
     write_sheet(out / "stickers.png", cells, 3, 640)
     # The others wait for a face: their drawings alone.
     cells = []

@@ -3,6 +3,9 @@
 #include "engine_fixture.h"
 #include "image_writer.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace kalvio::engine::testing {
 namespace {
 
@@ -60,13 +63,97 @@ TEST_F(StickerTest, ScreenStickersAreDrawnOverPartOfTheFrame)
 	}
 }
 
-TEST_F(StickerTest, ScreenStickersMoveWithTheFrames_AndStartAnewWhenLoaded)
+constexpr int64_t second_us = 1'000'000;
+
+TEST_F(StickerTest, ScreenStickersMoveWithTheTime_AndStartAnewWhenLoaded)
 {
 	ASSERT_EQ(set(shipped("screen/petals")), KL_OK);
 	const Picture first = processed(input);
+	pass(second_us / 60);
 	EXPECT_GT(differing_pixels(processed(input), first), 0);
 	ASSERT_EQ(set(shipped("screen/petals")), KL_OK);
 	EXPECT_EQ(processed(input).bytes, first.bytes);
+}
+
+TEST_F(StickerTest, WithoutTimeBetweenThem_TwoFramesAreTheSame)
+{
+	ASSERT_EQ(set(shipped("screen/petals")), KL_OK);
+	const Picture first = processed(input);
+	EXPECT_EQ(processed(input).bytes, first.bytes);
+}
+
+TEST_F(StickerTest, TheSameTimeGivesTheSamePicture_AtAnyFrameRate)
+{
+	std::vector<Picture> after_two_seconds;
+	for (const int frames_a_second : {1, 30, 50, 240}) {
+		ASSERT_EQ(set(shipped("screen/petals")), KL_OK);
+		processed(input);
+		int64_t passed = 0;
+		for (int frame = 1; frame <= 2 * frames_a_second; ++frame) {
+			const int64_t time = frame * second_us / frames_a_second;
+			pass(time - passed);
+			passed = time;
+			if (frame == 2 * frames_a_second)
+				after_two_seconds.push_back(processed(input));
+			else if (frame % 7 == 0) // not all, for the sake of time
+				processed(input);
+		}
+	}
+	for (const Picture &picture : after_two_seconds)
+		EXPECT_EQ(picture.bytes, after_two_seconds.front().bytes);
+}
+
+TEST_F(StickerTest, A3dStickerDoesNotStartTheOtherAnew)
+{
+	ASSERT_EQ(set(shipped("screen/petals")), KL_OK);
+	processed(input);
+	pass(second_us);
+	const Picture before = processed(input);
+	ASSERT_EQ(kl_set_3d_sticker(engine.get(), shipped("3d/oculos").c_str()), KL_OK);
+	EXPECT_EQ(processed(input).bytes, before.bytes);
+}
+
+// How far the sprites of a sticker move from one sixtieth of a second to the next, in pixels at 1080 lines.
+struct Strides {
+	double longest = 0;
+	int standing = 0; // pairs of frames between which a sprite stands still
+	int pairs = 0;
+};
+
+Strides strides_of(const Sticker &sticker, int64_t from_us)
+{
+	std::array<PlacedSprite, max_moving_sprites> before;
+	std::array<PlacedSprite, max_moving_sprites> now;
+	Strides strides;
+	place_sprites(sticker, from_us, 1920, 1080, before.data());
+	for (int frame = 1; frame <= 120; ++frame) {
+		const int count = place_sprites(sticker, from_us + frame * second_us / 60, 1920, 1080, now.data());
+		for (size_t index = 0; index < size_t(count); ++index) {
+			const double x = now[index].centre_x - before[index].centre_x;
+			const double y = now[index].centre_y - before[index].centre_y;
+			const double stride = std::hypot(x, y);
+			strides.standing += stride == 0;
+			++strides.pairs;
+			if (stride < 1000) // a petal that has fallen begins anew above
+				strides.longest = std::max(strides.longest, stride);
+		}
+		before = now;
+	}
+	return strides;
+}
+
+TEST_F(StickerTest, MotionIsSmoothAtSixtyFramesASecond_AlsoAfterADay)
+{
+	for (const char *name : {"screen/petals", "screen/butterfly"}) {
+		Sticker sticker;
+		ASSERT_TRUE(load_sticker(shipped(name).c_str(), sticker));
+		for (const int64_t from : {int64_t{0}, 24 * 3600 * second_us, 365 * 24 * 3600 * second_us}) {
+			const Strides strides = strides_of(sticker, from);
+			EXPECT_EQ(strides.standing, 0) << name << from;
+			EXPECT_LT(strides.longest, 15) << name << from;
+			EXPECT_GT(strides.pairs, 120) << name;
+		}
+	}
 }
 
 TEST_F(StickerTest, MotionIsSteadyAfterManyHours)
@@ -75,12 +162,12 @@ TEST_F(StickerTest, MotionIsSteadyAfterManyHours)
 	ASSERT_TRUE(load_sticker(shipped("screen/butterfly").c_str(), sticker));
 	std::array<PlacedSprite, max_moving_sprites> now;
 	std::array<PlacedSprite, max_moving_sprites> next;
-	for (const uint64_t step : {uint64_t{0}, uint64_t{30} * 3600 * 24 * 30, uint64_t{1} << 40}) {
-		const int count = place_sprites(sticker, step, 1920, 1080, now.data());
-		place_sprites(sticker, step + 1, 1920, 1080, next.data());
+	for (const int64_t age : {int64_t{0}, 24 * 3600 * 30 * second_us, int64_t{1} << 55}) {
+		const int count = place_sprites(sticker, age, 1920, 1080, now.data());
+		place_sprites(sticker, age + second_us / 30, 1920, 1080, next.data());
 		for (int index = 0; index < count; ++index) {
-			EXPECT_NEAR(now[size_t(index)].centre_x, next[size_t(index)].centre_x, 25) << step;
-			EXPECT_NE(now[size_t(index)].centre_x, next[size_t(index)].centre_x) << step;
+			EXPECT_NEAR(now[size_t(index)].centre_x, next[size_t(index)].centre_x, 25) << age;
+			EXPECT_NE(now[size_t(index)].centre_x, next[size_t(index)].centre_x) << age;
 		}
 	}
 }

@@ -186,13 +186,22 @@ public:
 		}
 	}
 
+	// Between two steps by a straight line: a slow motion would be seen to move from step to step.
 	float at(float turns) const
 	{
-		const auto step = static_cast<int64_t>(std::floor(turns * 1024.0F));
-		return static_cast<float>(values_[static_cast<size_t>(step & 1023)]) / 16384.0F;
+		const float place = turns * 1024.0F;
+		const float whole = std::floor(place);
+		const auto step = static_cast<int64_t>(whole);
+		const float here = value(step);
+		return here + (value(step + 1) - here) * (place - whole);
 	}
 
 private:
+	float value(int64_t step) const
+	{
+		return static_cast<float>(values_[static_cast<size_t>(step & 1023)]) / 16384.0F;
+	}
+
 	std::array<int16_t, 1024> values_;
 };
 
@@ -214,12 +223,21 @@ float random_of(uint64_t number, uint64_t purpose)
 	return static_cast<float>(value >> 40) / 16777216.0F;
 }
 
-// The part of a whole turn that `step` has gone at this many turns a second. In integers: after a day of frames a float
-// would move in jumps.
-float turns_of(uint64_t step, float turns_a_second)
+// A moment of the animation. In integers: after a day a float would move in jumps. The unit divides a microsecond, and
+// a thirtieth of a second has a whole number of them.
+using Moment = uint64_t;
+constexpr Moment units_a_microsecond = 30;
+constexpr Moment units_a_thirtieth = 1'000'000;
+
+// The part of a whole turn that is gone at this moment at this many turns a second.
+float turns_of(Moment moment, float turns_a_second)
 {
+	// Of 2^32 parts of a turn. What a thirtieth of a second adds is a whole number, and what overflows is whole
+	// turns.
 	const auto rate = static_cast<uint64_t>(turns_a_second * (4294967296.0F / 30.0F));
-	return static_cast<float>(static_cast<uint32_t>(step * rate) >> 8) / 16777216.0F;
+	const uint64_t parts =
+		moment / units_a_thirtieth * rate + moment % units_a_thirtieth * rate / units_a_thirtieth;
+	return static_cast<float>(static_cast<uint32_t>(parts) >> 8) / 16777216.0F;
 }
 
 struct Pose {
@@ -228,25 +246,27 @@ struct Pose {
 	float width_scale; // foreshortening
 };
 
-Pose falling(uint64_t number, uint64_t step)
+Pose falling(uint64_t number, Moment moment)
 {
 	// Each fall from above to below is a new one: other place, same petal.
 	const float seconds = 6 + 6 * random_of(number, 1);
-	const auto fall_steps = static_cast<uint64_t>(seconds * 30);
-	const uint64_t shifted = step + static_cast<uint64_t>(random_of(number, 2) * static_cast<float>(fall_steps));
-	const float progress = static_cast<float>(shifted % fall_steps) / static_cast<float>(fall_steps);
-	const uint64_t fall = number + 1000 * (shifted / fall_steps);
+	const auto thirtieths = static_cast<uint64_t>(seconds * 30);
+	const Moment length = thirtieths * units_a_thirtieth;
+	const Moment shifted = moment + static_cast<uint64_t>(random_of(number, 2) * static_cast<float>(thirtieths)) *
+						units_a_thirtieth;
+	const auto progress = static_cast<float>(static_cast<double>(shifted % length) / static_cast<double>(length));
+	const uint64_t fall = number + 1000 * (shifted / length);
 	const float sway = sines().at(progress * (1.5F + 2 * random_of(fall, 3)) + random_of(fall, 4));
-	const float flip = sines().at(turns_of(step, 0.25F + 0.35F * random_of(number, 5)) + random_of(number, 6));
-	const float spin = turns_of(step, 0.06F + 0.16F * random_of(number, 7));
+	const float flip = sines().at(turns_of(moment, 0.25F + 0.35F * random_of(number, 5)) + random_of(number, 6));
+	const float spin = turns_of(moment, 0.06F + 0.16F * random_of(number, 7));
 	return {random_of(fall, 8) * 1.1F - 0.05F + 0.05F * sway, progress * 1.3F - 0.15F,
 		(number & 1 ? spin : -spin) + random_of(number, 9), 0.35F + 0.65F * std::abs(flip)};
 }
 
-Pose fluttering(uint64_t number, uint64_t step)
+Pose fluttering(uint64_t number, Moment moment)
 {
 	const auto wave = [&](float turns_a_second, uint64_t purpose) {
-		return sines().at(turns_of(step, turns_a_second) + random_of(number, purpose));
+		return sines().at(turns_of(moment, turns_a_second) + random_of(number, purpose));
 	};
 	const float slow = 0.035F + 0.03F * random_of(number, 1);
 	const float x = 0.5F + 0.36F * wave(slow, 2) + 0.13F * wave(2.3F * slow, 3);
@@ -363,14 +383,15 @@ ReadResult load_3d_sticker(const char *path, Sticker &sticker)
 	return {};
 }
 
-int place_sprites(const Sticker &sticker, uint64_t step, int width, int height, PlacedSprite *placed)
+int place_sprites(const Sticker &sticker, int64_t age_us, int width, int height, PlacedSprite *placed)
 {
+	const Moment moment = static_cast<Moment>(std::max<int64_t>(age_us, 0)) * units_a_microsecond;
 	for (int index = 0; index < sticker.count; ++index) {
 		const auto number = static_cast<uint64_t>(index);
 		const float part = random_of(number, 20);
 		const float size = sticker.smallest + part * (sticker.largest - sticker.smallest);
 		const Pose pose =
-			sticker.motion == StickerMotion::Fall ? falling(number, step) : fluttering(number, step);
+			sticker.motion == StickerMotion::Fall ? falling(number, moment) : fluttering(number, moment);
 		placed[index] = place(sticker.sprites[number % sticker.moving_sprites], pose,
 				      size * static_cast<float>(height), width, height);
 	}

@@ -56,9 +56,9 @@ struct PlacedSprite {
 	float u_x, u_y, v_x, v_y; // sprite pixels for each frame pixel
 };
 
-// The moving sprites at a step of the animation, 30 of which are a second. Always the same for the same step and size.
-// `placed` has room for max_moving_sprites; the number placed is returned.
-int place_sprites(const Sticker &sticker, uint64_t step, int width, int height, PlacedSprite *placed);
+// The moving sprites when the animation has run for `age_us` microseconds, at least 0. Always the same for the same age
+// and size. `placed` has room for max_moving_sprites; the number placed is returned.
+int place_sprites(const Sticker &sticker, int64_t age_us, int width, int height, PlacedSprite *placed);
 
 // Draws what of the sprites lies on row y, over what is there.
 void draw_sprites(const PlacedSprite *placed, int count, int y, uint8_t *row);
