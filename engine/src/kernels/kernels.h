@@ -125,14 +125,14 @@ void mix_row(uint8_t *row, int width, const uint8_t *other, int weight);
 
 // --- Background picture -------------------------------------------------------------------------------------------
 //
-// These two need no room behind a row.
+// Weights have 15 fraction bits, are at least 0 and 32767 together. Sums have 7 fraction bits.
 
-// out[i] = sum over the rows of rows[tap][i] * weights[tap].
-void weigh_byte_rows(const uint8_t *const *rows, const float *weights, int taps, int bytes, float *out);
+// out[i] = sum over the rows of rows[tap][i] * weights[tap]. Nothing is read or written beyond the rows.
+void weigh_byte_rows(const uint8_t *const *rows, const int16_t *weights, int taps, int bytes, int16_t *out);
 
-// Pixels of four bytes out of a row of pixels of four floats: each the sum of `taps` neighbours, from the float
-// firsts[x] on, times weights[x * taps + tap]; rounded, held to 0..255.
-void weigh_pixels(const float *row, const int *firsts, const float *weights, int taps, int width, uint8_t *out);
+// Pixels of four bytes out of a row of pixels of four sums: each is made of 2 * `pairs` neighbours, from the value
+// firsts[x] on. The weights, aligned to 16 bytes, follow each other pixel by pixel, each four times.
+void weigh_pixels(const int16_t *row, const int *firsts, const int16_t *weights, int pairs, int width, uint8_t *out);
 
 // --- Background blur ----------------------------------------------------------------------------------------------
 //

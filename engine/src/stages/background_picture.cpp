@@ -16,6 +16,9 @@ namespace {
 // Fixed, so that the work is cut the same way however many threads there are.
 constexpr int rows_per_band = 16;
 
+// Beyond this, sums of products of 16 bits lose too much; a picture that large is halved first.
+constexpr double largest_scale = 16;
+
 static_assert(Image::spare_bytes >= kernels::row_padding_bytes);
 
 bool is_set(const std::atomic<bool> *flag)
@@ -27,53 +30,114 @@ bool is_set(const std::atomic<bool> *flag)
 // have the same number of taps, some of weight 0.
 struct Axis {
 	int taps = 1;
-	std::vector<int> firsts;    // one a pixel
-	std::vector<float> weights; // `taps` a pixel
+	std::vector<int> firsts;      // one a pixel
+	std::vector<int16_t> weights; // `taps` a pixel, 32767 together
 };
+
+// Where the tent of a pixel lies among the source pixels.
+struct Tent {
+	double centre;
+	double radius;
+	int low; // the first and the last source pixel below it
+	int high;
+
+	Tent(int source_size, double scale, int size, int index)
+		: centre((source_size - size * scale) / 2 + (index + 0.5) * scale - 0.5), radius(std::max(scale, 1.0)),
+		  low(std::clamp(static_cast<int>(std::floor(centre - radius)) + 1, 0, source_size - 1)),
+		  high(std::clamp(static_cast<int>(std::ceil(centre + radius)) - 1, low, source_size - 1))
+	{
+	}
+
+	double height_at(int place) const { return std::max(1 - std::abs(place - centre) / radius, 1e-6); }
+};
+
+void write_weights(const Tent &tent, int16_t *weights)
+{
+	double total = 0;
+	for (int place = tent.low; place <= tent.high; ++place)
+		total += tent.height_at(place);
+	// Rounded so that the sum is right: what one weight is too large or small, the next one makes up for.
+	double exact = 0;
+	int written = 0;
+	for (int place = tent.low; place <= tent.high; ++place) {
+		exact += tent.height_at(place) / total * INT16_MAX;
+		const int weight = static_cast<int>(std::lrint(exact)) - written;
+		weights[place - tent.low] = static_cast<int16_t>(weight);
+		written += weight;
+	}
+}
 
 Axis axis_of(int source_size, double scale, int size)
 {
-	const double offset = (source_size - size * scale) / 2;
-	const double radius = std::max(scale, 1.0);
-	const auto centre_of = [&](int index) {
-		return offset + (index + 0.5) * scale - 0.5;
-	};
-	const auto low_of = [&](int index) {
-		return std::clamp(static_cast<int>(std::ceil(centre_of(index) - radius)), 0, source_size - 1);
-	};
-	const auto high_of = [&](int index) {
-		return std::clamp(static_cast<int>(std::floor(centre_of(index) + radius)), low_of(index),
-				  source_size - 1);
-	};
-
 	Axis axis;
-	for (int index = 0; index < size; ++index)
-		axis.taps = std::max(axis.taps, high_of(index) - low_of(index) + 1);
+	for (int index = 0; index < size; ++index) {
+		const Tent tent(source_size, scale, size, index);
+		axis.taps = std::max(axis.taps, tent.high - tent.low + 1);
+	}
 	axis.firsts.resize(size_t(size));
 	axis.weights.resize(size_t(size) * size_t(axis.taps));
 	for (int index = 0; index < size; ++index) {
-		const int low = low_of(index);
-		const int high = high_of(index);
-		const int first = std::min(low, source_size - axis.taps);
-		float *weights = axis.weights.data() + size_t(index) * size_t(axis.taps);
-		float total = 0;
-		for (int place = low; place <= high; ++place) {
-			const double weight = std::max(1 - std::abs(place - centre_of(index)) / radius, 1e-6);
-			weights[place - first] = static_cast<float>(weight);
-			total += static_cast<float>(weight);
-		}
-		for (int tap = 0; tap < axis.taps; ++tap)
-			weights[tap] /= total;
+		const Tent tent(source_size, scale, size, index);
+		const int first = std::min(tent.low, source_size - axis.taps);
 		axis.firsts[size_t(index)] = first;
+		write_weights(tent, &axis.weights[size_t(index) * size_t(axis.taps) + size_t(tent.low - first)]);
 	}
 	return axis;
+}
+
+// The columns as the kernel takes them.
+struct ColumnTable {
+	int pairs = 1; // of taps
+	int left = 0;  // the first source column that is used
+	int used = 0;  // source columns
+	std::vector<int> firsts;
+	Aligned<int16_t> weights;
+};
+
+ColumnTable table_of(const Axis &columns)
+{
+	ColumnTable table;
+	const size_t width = columns.firsts.size();
+	const auto taps = size_t(columns.taps);
+	table.pairs = (columns.taps + 1) / 2;
+	table.left = columns.firsts.front();
+	table.used = columns.firsts.back() + columns.taps - table.left;
+	const size_t values = size_t(table.pairs) * 8; // a pixel
+	int16_t *weights = table.weights.require(width * values);
+	std::fill_n(weights, width * values, int16_t{0});
+	for (size_t x = 0; x < width; ++x) {
+		table.firsts.push_back((columns.firsts[x] - table.left) * 4);
+		for (size_t tap = 0; tap < taps; ++tap)
+			std::fill_n(weights + x * values + tap * 4, 4, columns.weights[x * taps + tap]);
+	}
+	return table;
 }
 
 // What one thread works with: the source rows of a row of the result, and their weighted sum.
 struct Scratch {
 	std::vector<const uint8_t *> rows;
-	Aligned<float> sums;
+	Aligned<int16_t> sums;
 };
+
+// Half as wide and high, each pixel the mean of four.
+Image halved(const Image &image)
+{
+	Image half;
+	half.resize(std::max(image.width / 2, 1), std::max(image.height / 2, 1));
+	for (int y = 0; y < half.height; ++y) {
+		const int below = std::min(2 * y + 1, image.height - 1);
+		for (int x = 0; x < half.width; ++x) {
+			const int right = std::min(2 * x + 1, image.width - 1);
+			for (int channel = 0; channel < 4; ++channel) {
+				const int sum = image.pixel(2 * x, 2 * y)[channel] +
+						image.pixel(right, 2 * y)[channel] +
+						image.pixel(2 * x, below)[channel] + image.pixel(right, below)[channel];
+				half.pixel(x, y)[channel] = static_cast<uint8_t>((sum + 2) / 4);
+			}
+		}
+	}
+	return half;
+}
 
 // Lays the picture over black.
 void make_opaque(Image &image, const std::atomic<bool> *cancelled)
@@ -102,18 +166,18 @@ void scale_to_cover(const Image &image, int width, int height, Pool *pool, const
 {
 	const double scale =
 		std::min(static_cast<double>(image.width) / width, static_cast<double>(image.height) / height);
-	Axis columns = axis_of(image.width, scale, width);
+	if (scale > largest_scale) {
+		scale_to_cover(halved(image), width, height, pool, cancelled, result);
+		return;
+	}
+	const ColumnTable columns = table_of(axis_of(image.width, scale, width));
 	const Axis rows = axis_of(image.height, scale, height);
-	// Columns that are cropped away need no sums. Offsets are in floats from the first column that is left.
-	const int left = columns.firsts.front();
-	const int used_bytes = (columns.firsts.back() + columns.taps - left) * 4;
-	for (int &first : columns.firsts)
-		first = (first - left) * 4;
-
 	std::vector<Scratch> scratch(size_t(pool != nullptr ? pool->threads() : 1));
 	for (Scratch &own : scratch) {
 		own.rows.resize(size_t(rows.taps));
-		own.sums.require(size_t(used_bytes));
+		// An odd tap is the first of a pair, the other of which is read with weight 0.
+		const size_t values = size_t(columns.used + 1) * 4;
+		std::fill_n(own.sums.require(values), values, int16_t{0});
 	}
 	// Last, so that a result without memory for all this keeps its size and content.
 	result.resize(width, height);
@@ -123,11 +187,11 @@ void scale_to_cover(const Image &image, int width, int height, Pool *pool, const
 		const int end = std::min(height, (band + 1) * rows_per_band);
 		for (int y = band * rows_per_band; y < end && !is_set(cancelled); ++y) {
 			for (int tap = 0; tap < rows.taps; ++tap)
-				own.rows[size_t(tap)] = image.pixel(left, rows.firsts[size_t(y)] + tap);
+				own.rows[size_t(tap)] = image.pixel(columns.left, rows.firsts[size_t(y)] + tap);
 			kernels::weigh_byte_rows(own.rows.data(), &rows.weights[size_t(y) * size_t(rows.taps)],
-						 rows.taps, used_bytes, own.sums.data());
+						 rows.taps, columns.used * 4, own.sums.data());
 			kernels::weigh_pixels(own.sums.data(), columns.firsts.data(), columns.weights.data(),
-					      columns.taps, width, result.pixel(0, y));
+					      columns.pairs, width, result.pixel(0, y));
 		}
 	};
 	const int bands = (height + rows_per_band - 1) / rows_per_band;
