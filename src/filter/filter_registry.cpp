@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "filter/filter_registry.h"
 
+#include "filter/source_uuid.h"
+#include "params/parameter_schema.h"
 #include "params/settings_lock.h"
 
 #include <algorithm>
@@ -184,6 +186,78 @@ void update_all_filters(obs_data_t *settings)
 		update(filter, settings);
 		filter = nullptr;
 	}
+}
+
+namespace {
+
+std::string uuid_of(const obs_source_t *filter)
+{
+	const char *uuid = filter ? source_uuid(filter) : nullptr;
+	return uuid ? uuid : "";
+}
+
+struct ReferencedFilter {
+	OBSSourceAutoRelease filter;
+	uint64_t id;
+};
+
+// To be released without the lock: the last reference may take the filter out of the list.
+std::vector<ReferencedFilter> reference_filters()
+{
+	Registry &list = registry();
+	const std::lock_guard lock(list.mutex);
+	std::vector<ReferencedFilter> filters;
+	filters.reserve(list.filters.size());
+	for (const Entry &entry : list.filters)
+		filters.push_back({obs_source_get_ref(entry.source), entry.id});
+	return filters;
+}
+
+// The newest first: one that the host has removed may still be listed when its successor of the same name is.
+uint64_t find_filter_by_uuid(const std::string &uuid)
+{
+	const std::vector<ReferencedFilter> filters = reference_filters();
+	const auto found = std::find_if(filters.rbegin(), filters.rend(), [&uuid](const ReferencedFilter &entry) {
+		return uuid_of(entry.filter) == uuid;
+	});
+	return found == filters.rend() ? 0 : found->id;
+}
+
+void erase_items(obs_data_t *settings)
+{
+	while (obs_data_item_t *item = obs_data_first(settings)) {
+		const std::string name = obs_data_item_get_name(item);
+		obs_data_item_release(&item);
+		obs_data_erase(settings, name.c_str());
+	}
+}
+
+} // namespace
+
+std::string filter_uuid(uint64_t id)
+{
+	return uuid_of(reference_filter(id));
+}
+
+uint64_t find_filter(const std::string &uuid, uint64_t id)
+{
+	if (const uint64_t found = uuid.empty() ? 0 : find_filter_by_uuid(uuid))
+		return found;
+	return reference_filter(id) ? id : 0;
+}
+
+void reset_filter_settings(uint64_t id, obs_data_t *settings)
+{
+	const OBSSourceAutoRelease filter = settings ? reference_filter(id) : nullptr;
+	if (!filter)
+		return;
+	// The host's reset keeps the items, and with them the order in which they last outgrew their memory. Without
+	// items it takes the order of `settings`; the defaults, which belong to the items, come first.
+	const OBSDataAutoRelease current = obs_source_get_settings(filter);
+	const SettingsLock lock;
+	erase_items(current);
+	register_defaults(current);
+	obs_source_reset_settings(filter, settings);
 }
 
 } // namespace kalvio

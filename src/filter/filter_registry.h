@@ -49,4 +49,15 @@ bool read_filter_settings(uint64_t id, obs_data_t *dest);
 // update_filter_at for every filter, in order.
 void update_all_filters(obs_data_t *settings);
 
+// The host's name for the filter with this id, which it bears again after the host has removed it and brought it back.
+// "" when the id is gone or the host has no such names.
+std::string filter_uuid(uint64_t id);
+
+// The id of the live filter that the host calls `uuid`, else `id` while that is alive, else 0.
+uint64_t find_filter(const std::string &uuid, uint64_t id);
+
+// Makes `settings` all that the filter has, in their order, and lets it apply them; what they lack has its default.
+// Null settings and ids that are gone are ignored.
+void reset_filter_settings(uint64_t id, obs_data_t *settings);
+
 } // namespace kalvio
