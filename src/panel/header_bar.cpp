@@ -50,7 +50,7 @@ HeaderBar::HeaderBar(Rows &rows, HeaderActions actions, QWidget *parent)
 	// Nothing is pushed here: the next poll writes it.
 	live_toggle_->on_toggled = [](bool checked) {
 		targeting().parameters.enabled = checked;
-		targeting().pending_push = true;
+		push_later({.caption_key = "console.live"});
 	};
 	row->addWidget(live_toggle_);
 

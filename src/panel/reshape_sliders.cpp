@@ -74,7 +74,7 @@ void add_reshape_sliders(Rows &rows, QBoxLayout *layout, std::span<const Reshape
 	for (const ReshapeSliderGroup &group : groups) {
 		if (&group != &groups.front())
 			rows.addDivider(layout);
-		rows.addLabel(layout, group.title_key);
+		rows.addSection(layout, group.title_key);
 		for (const ReshapeSlider &slider : group.sliders) {
 			float &value = values[static_cast<size_t>(slider.index)];
 			rows.addSliderRow(layout, slider.label_key, &value, is_bipolar);

@@ -12,6 +12,7 @@
 
 #include <QApplication>
 #include <QButtonGroup>
+#include <QEvent>
 #include <QFrame>
 #include <QGridLayout>
 #include <QLabel>
@@ -43,6 +44,18 @@ void show_as_swatch(SmoothButton &button, const Swatch &swatch)
 	button.border_checked = Qt::white;
 	button.border_width[1] = 2.0;
 }
+
+// A slider that goes out of sight with its page or its dock while the user holds it never learns that it was let go.
+class ReleaseWhenHidden : public QObject {
+protected:
+	bool eventFilter(QObject *watched, QEvent *event) override
+	{
+		auto *slider = qobject_cast<QSlider *>(watched);
+		if (slider && event->type() == QEvent::Hide)
+			slider->setSliderDown(false);
+		return false;
+	}
+};
 
 void show_value(SliderRowRecord &row, int value)
 {
@@ -106,9 +119,12 @@ QString translated(const std::string &key)
 }
 
 Rows::Rows(std::function<void()> refresh_panel)
-	: refresh_panel_(std::move(refresh_panel)), captions_(std::make_shared<CaptionColumn>())
+	: refresh_panel_(std::move(refresh_panel)), captions_(std::make_shared<CaptionColumn>()),
+	  release_when_hidden_(std::make_unique<ReleaseWhenHidden>())
 {
 }
+
+Rows::~Rows() = default;
 
 void Rows::add_translation(std::function<void()> translate_widget)
 {
@@ -136,6 +152,12 @@ QLabel *Rows::addLabel(QBoxLayout *layout, const char *key)
 	return label;
 }
 
+QLabel *Rows::addSection(QBoxLayout *layout, const char *key)
+{
+	section_key_ = key;
+	return addLabel(layout, key);
+}
+
 void Rows::addDivider(QBoxLayout *layout)
 {
 	layout->addWidget(make_divider(layout->parentWidget()));
@@ -144,6 +166,7 @@ void Rows::addDivider(QBoxLayout *layout)
 Card Rows::addCard(QBoxLayout *layout, const char *title_key, CardOptions options)
 {
 	captions_ = std::make_shared<CaptionColumn>();
+	section_key_ = nullptr;
 	QFrame *frame = make_card_frame(layout->parentWidget());
 	auto *body = new QVBoxLayout(frame);
 	body->setContentsMargins(16, 11, 16, 11);
@@ -171,8 +194,10 @@ Card Rows::addCard(QBoxLayout *layout, const char *title_key, CardOptions option
 			button->setAccessibleName(button->toolTip() + QStringLiteral(": ") + translated(title_key));
 		});
 		header->addWidget(button);
-		QObject::connect(button, &QPushButton::clicked, button,
-				 [this, reset = std::move(options.reset)] { store_choice(reset); });
+		QObject::connect(
+			button, &QPushButton::clicked, button, [this, title_key, reset = std::move(options.reset)] {
+				store_choice({.caption_key = title_key, .section_key = "console.resetShort"}, reset);
+			});
 	}
 	addDivider(body);
 	return {frame, body};
@@ -188,10 +213,10 @@ Switch *Rows::addSwitchRow(QBoxLayout *layout, const char *key, bool *value)
 	auto *toggle = new Switch(layout->parentWidget());
 	toggle->setFixedSize(33, 18);
 	toggle->setCursor(Qt::PointingHandCursor);
-	toggle->on_toggled = [this, value](bool checked) {
+	toggle->on_toggled = [this, value, change = label_of(key)](bool checked) {
 		*value = checked;
 		if (!syncing_)
-			push_change();
+			push_change(change);
 	};
 	add_translation([toggle, key] { toggle->setAccessibleName(translated(key)); });
 	add_refresher([toggle, value] { show_checked(*toggle, *value); });
@@ -229,11 +254,15 @@ void Rows::addSliderRow(QBoxLayout *layout, const char *key, float *value, bool 
 	value_label->setMinimumWidth(36);
 	row_layout->addWidget(value_label);
 
-	slider_rows_.push_back(
-		{row, slider, caption, value_label, key, value, std::move(is_visible), slider_position(*value)});
+	slider_rows_.push_back({row, slider, caption, value_label, key, label_of(key), value, std::move(is_visible),
+				slider_position(*value)});
 	const size_t index = slider_rows_.size() - 1;
 	QObject::connect(slider, &QSlider::valueChanged, slider,
 			 [this, index](int position) { slider_moved(slider_rows_[index], position); });
+	QObject::connect(slider, &QSlider::sliderPressed, slider,
+			 [this, index] { hold_control(slider_rows_[index].change); });
+	QObject::connect(slider, &QSlider::sliderReleased, slider, release_control);
+	slider->installEventFilter(release_when_hidden_.get());
 }
 
 void Rows::slider_moved(SliderRowRecord &row, int position)
@@ -242,7 +271,9 @@ void Rows::slider_moved(SliderRowRecord &row, int position)
 		return;
 	*row.value = static_cast<float>(position) / 100.0f;
 	show_value(row, position);
-	push_change();
+	ChangeLabel change = row.change;
+	change.is_step = true;
+	push_change(change);
 }
 
 void Rows::add_option_grid(QBoxLayout *layout, const char *key, OptionField field,
@@ -280,14 +311,16 @@ void Rows::add_option_grid(QBoxLayout *layout, const char *key, OptionField fiel
 
 	add_refresher([group, read = field.read] { check_only(*group, group->button(read())); });
 	QObject::connect(group, &QButtonGroup::idClicked, group,
-			 [this, write = std::move(field.write)](int id) { store_choice([&write, id] { write(id); }); });
+			 [this, change = label_of(key), write = std::move(field.write)](int id) {
+				 store_choice(change, [&write, id] { write(id); });
+			 });
 }
 
-void Rows::store_choice(const std::function<void()> &store)
+void Rows::store_choice(const ChangeLabel &label, const std::function<void()> &store)
 {
 	if (!syncing_) {
 		store();
-		push_change();
+		push_change(label);
 	}
 	refresh_panel_();
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "panel/undo_history.h"
+
 #include <QBoxLayout>
 #include <QColor>
 #include <functional>
@@ -13,6 +15,7 @@ class QAbstractButton;
 class QButtonGroup;
 class QFrame;
 class QLabel;
+class QObject;
 class QSlider;
 
 namespace kalvio {
@@ -28,6 +31,7 @@ struct SliderRowRecord {
 	QLabel *caption;
 	QLabel *value_label;
 	const char *caption_key;
+	ChangeLabel change;               // of each of its changes
 	float *value;                     // of the parameters that the panel edits
 	std::function<bool()> is_visible; // empty: always
 	int shown_value;                  // what the value label says
@@ -69,6 +73,9 @@ class Rows {
 public:
 	// `refresh_panel` brings every control of the panel up to date.
 	explicit Rows(std::function<void()> refresh_panel);
+	~Rows();
+	Rows(const Rows &) = delete;
+	Rows &operator=(const Rows &) = delete;
 
 	// Runs `translate_widget` now, and again at each retranslate().
 	void add_translation(std::function<void()> translate_widget);
@@ -76,6 +83,8 @@ public:
 
 	QLabel *addMutedLabel(QBoxLayout *layout, const char *key);
 	QLabel *addLabel(QBoxLayout *layout, const char *key);
+	// A label over the rows that follow in the card, which names them in the host's undo history too.
+	QLabel *addSection(QBoxLayout *layout, const char *key);
 	void addDivider(QBoxLayout *layout);
 	// The card belongs to the widget of `layout`, but the caller puts it there.
 	Card addCard(QBoxLayout *layout, const char *title_key, CardOptions options);
@@ -91,7 +100,7 @@ public:
 
 	// The user clicked a member of a group of options or tiles: `store` writes the parameters, unless a refresh is
 	// running. In any case the panel is refreshed.
-	void store_choice(const std::function<void()> &store);
+	void store_choice(const ChangeLabel &label, const std::function<void()> &store);
 
 	void retranslate();
 	// Sliders first, then the refreshers in their order. The caller has set syncing.
@@ -126,10 +135,13 @@ private:
 	};
 	void add_option_grid(QBoxLayout *layout, const char *key, OptionField field,
 			     const std::vector<OptionButton> &buttons, int columns, std::span<const Swatch> swatches);
+	ChangeLabel label_of(const char *key) const { return {.caption_key = key, .section_key = section_key_}; }
 	void slider_moved(SliderRowRecord &row, int position);
 
 	std::function<void()> refresh_panel_;
-	std::shared_ptr<CaptionColumn> captions_; // of the sliders of the card that is being built
+	std::shared_ptr<CaptionColumn> captions_;      // of the sliders of the card that is being built
+	const char *section_key_ = nullptr;            // of the rows that are being built
+	std::unique_ptr<QObject> release_when_hidden_; // watches the sliders
 	std::vector<std::function<void()>> translations_;
 	std::vector<SliderRowRecord> slider_rows_;
 	std::vector<std::function<void()>> refreshers_;

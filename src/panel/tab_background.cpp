@@ -128,7 +128,8 @@ void add_presets(Rows &rows, QBoxLayout *layout)
 			   is_shown ? group->button(static_cast<int>(preset - background_presets.begin())) : nullptr);
 	});
 	QObject::connect(group, &QButtonGroup::idClicked, group, [&rows, group] {
-		rows.store_choice([group] { store_preset(preset_id(*group->checkedButton())); });
+		rows.store_choice({.caption_key = "bg.presets"},
+				  [group] { store_preset(preset_id(*group->checkedButton())); });
 	});
 }
 
@@ -150,11 +151,13 @@ void add_image_buttons(Rows &rows, QBoxLayout *layout)
 
 	QPushButton *choose = add_quiet_button(rows, row, "bg.chooseImage");
 	QObject::connect(choose, &QPushButton::clicked, choose, [&rows, choose] {
-		choose_image(*choose,
-			     [&rows](const QString &path) { rows.store_choice([&path] { store_image(path); }); });
+		choose_image(*choose, [&rows](const QString &path) {
+			rows.store_choice({.caption_key = "bg.customImage"}, [&path] { store_image(path); });
+		});
 	});
 	QPushButton *use_preset = add_quiet_button(rows, row, "bg.usePreset");
-	QObject::connect(use_preset, &QPushButton::clicked, use_preset, [&rows] { rows.store_choice(drop_image); });
+	QObject::connect(use_preset, &QPushButton::clicked, use_preset,
+			 [&rows] { rows.store_choice({.caption_key = "bg.usePreset"}, drop_image); });
 }
 
 } // namespace

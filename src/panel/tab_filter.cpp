@@ -52,7 +52,7 @@ void build_filter_tab(Rows &rows, QVBoxLayout *page)
 	page->addWidget(card.frame);
 	TileGroup tiles(rows, card.body, "fid");
 	tiles.add_grid(card.body, filter_tiles(), columns);
-	tiles.bind(&set.filter_id, store_filter);
+	tiles.bind("filter.title", &set.filter_id, store_filter);
 	rows.addSliderRow(card.body, "filter.intensity", &set.filter_intensity, false);
 }
 

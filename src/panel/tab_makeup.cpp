@@ -131,7 +131,7 @@ public:
 	{
 		if (layout->count() > header_entries)
 			rows.addDivider(layout);
-		rows.addLabel(layout, title_key);
+		rows.addSection(layout, title_key);
 	}
 
 	template <class T>

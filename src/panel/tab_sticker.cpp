@@ -66,7 +66,7 @@ void build_sticker_tab(Rows &rows, QVBoxLayout *page)
 		rows.addLabel(card.body, groups[i].title_key);
 		tiles.add_grid(card.body, sticker_tiles()[i], columns);
 	}
-	tiles.bind(&set.sticker_id, [&set](const std::string &id) { set.sticker_id = id; });
+	tiles.bind("sticker.title", &set.sticker_id, [&set](const std::string &id) { set.sticker_id = id; });
 }
 
 } // namespace kalvio

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/targeting.h"
 
+#include "filter/callback_shim.h"
 #include "panel/translations.h"
 #include "panel/ui_preferences.h"
 
 #include <algorithm>
+#include <iterator>
 #include <obs.hpp>
+#include <optional>
 #include <string_view>
 #include <tuple>
 #include <unordered_map>
@@ -140,6 +143,66 @@ void follow_update_service(Targeting &state)
 	state.changed = true;
 }
 
+// The filters that a push writes.
+std::vector<uint64_t> push_targets(const Targeting &state)
+{
+	std::vector<uint64_t> ids;
+	const auto selected = static_cast<size_t>(state.selected_index);
+	if (!ui_preferences().apply_global) {
+		if (selected < state.filters.size())
+			ids.push_back(state.filters[selected].id);
+	} else if (has_known_filter(state)) {
+		Filters current;
+		list_registered_filters(current);
+		std::ranges::transform(current, std::back_inserter(ids), &RegisteredFilter::id);
+	}
+	return ids;
+}
+
+PanelSelection selection_of(const Targeting &state, bool apply_global, int index)
+{
+	const auto position = static_cast<size_t>(index);
+	const uint64_t id = index >= 0 && position < state.filters.size() ? state.filters[position].id : 0;
+	return {apply_global, id, filter_uuid(id)};
+}
+
+// A filter that is not in the list, or not yet, leaves the choice as it is.
+void follow_selection(Targeting &state, const PanelSelection &selection)
+{
+	ui_preferences().apply_global = selection.apply_global;
+	ui_preferences().dirty = true;
+	const auto chosen = std::ranges::find(state.filters, selection.filter_id, &RegisteredFilter::id);
+	if (chosen != state.filters.end())
+		state.selected_index = static_cast<int>(chosen - state.filters.begin());
+}
+
+// The user undoes or redoes a change: the controls follow it at once, and what they still wanted to write is void.
+void undo_or_redo(const char *data)
+{
+	Targeting &state = targeting();
+	if (state.filters_loading)
+		return;
+	const std::optional<RestoredChange> restored = restore_change(data);
+	if (!restored)
+		return;
+	state.pending_push = false;
+	forget_change(state.change);
+	if (restored->selection)
+		follow_selection(state, *restored->selection);
+	request_save(state.save);
+	sync_from_filter(shown_index(state));
+	state.changed = true;
+	if (state.refresh)
+		state.refresh();
+}
+
+// After a write that was recorded: while a control is held the change goes on.
+void end_change(Targeting &state, const std::optional<PanelSelection> &selection = {})
+{
+	if (finish_change(state.change, Shim<undo_or_redo>::call, selection))
+		request_save(state.save);
+}
+
 void save_preferences_if_dirty()
 {
 	UiPreferences &preferences = ui_preferences();
@@ -164,6 +227,8 @@ void poll_targets()
 	follow_update_service(state);
 	save_preferences_if_dirty();
 	push_pending();
+	if (!state.filters_loading)
+		poll_save(state.save, state.change.is_held);
 }
 
 bool take_changed()
@@ -173,9 +238,13 @@ bool take_changed()
 
 void begin_loading_filters()
 {
+	Targeting &state = targeting();
+	state.pending_label = {}; // too late for an entry of its own
 	push_pending();
-	targeting().filters_loading = true;
-	targeting().values_loaded = false;
+	forget_change(state.change);
+	state.save = {};
+	state.filters_loading = true;
+	state.values_loaded = false;
 }
 
 void end_loading_filters()
@@ -205,24 +274,67 @@ bool sync_from_filter(int index)
 void push_pending()
 {
 	Targeting &state = targeting();
+	const ChangeLabel label = std::exchange(state.pending_label, {});
 	if (!std::exchange(state.pending_push, false) || state.filters_loading || !state.values_loaded)
 		return;
-
+	const std::vector<uint64_t> targets = push_targets(state);
+	if (targets.empty())
+		return;
+	ChangeRecord &change = state.change;
+	if (!change.is_held)
+		change.label = label;
+	// What nobody does by hand while a control is held is no part of its change.
+	if (!change.is_held || label.caption_key)
+		record_before(change, targets);
 	const OBSDataAutoRelease settings = obs_data_create();
 	write_parameters(state.parameters, settings);
-	const auto selected = static_cast<size_t>(state.selected_index);
-	if (!ui_preferences().apply_global) {
-		if (selected < state.filters.size())
-			update_filter(state.filters[selected].id, settings);
-	} else if (has_known_filter(state)) {
+	if (ui_preferences().apply_global)
 		update_all_filters(settings);
-	}
+	else
+		update_filter(targets.front(), settings);
+	if (change.is_held)
+		return;
+	std::optional<PanelSelection> selection;
+	if (change.selection_before)
+		selection = selection_of(state, ui_preferences().apply_global, state.selected_index);
+	end_change(state, selection);
 }
 
-void push_change()
+void push_change(const ChangeLabel &label)
+{
+	push_later(label);
+	push_pending();
+}
+
+void push_later(const ChangeLabel &label)
 {
 	targeting().pending_push = true;
+	targeting().pending_label = label;
+}
+
+void hold_control(const ChangeLabel &label)
+{
+	Targeting &state = targeting();
 	push_pending();
+	release_control();
+	state.change.label = label;
+	state.change.is_held = true;
+}
+
+void release_control()
+{
+	Targeting &state = targeting();
+	if (!state.change.is_held)
+		return;
+	end_change(state);
+	state.change.is_held = false;
+}
+
+void save_changes_now()
+{
+	Targeting &state = targeting();
+	if (!state.filters_loading && !state.change.is_held)
+		save_now(state.save);
 }
 
 void select_target(bool previous_apply_global, int previous_index)
@@ -232,7 +344,9 @@ void select_target(bool previous_apply_global, int previous_index)
 	if (preferences.apply_global != previous_apply_global) {
 		preferences.dirty = true;
 		if (preferences.apply_global) {
-			push_change();
+			state.change.selection_before = selection_of(state, previous_apply_global, previous_index);
+			push_change({.caption_key = "obs.allSources"});
+			state.change.selection_before.reset();
 		} else {
 			state.pending_push = false;
 			sync_from_filter(state.selected_index);
@@ -250,7 +364,7 @@ void reset_all_parameters()
 	const bool enabled = parameters.enabled;
 	parameters = ParameterSet();
 	parameters.enabled = enabled;
-	push_change();
+	push_change({.caption_key = "console.reset"});
 }
 
 bool controls_enabled()

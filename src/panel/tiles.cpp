@@ -88,7 +88,7 @@ void TileGroup::add_grid(QBoxLayout *layout, const std::vector<Tile> &tiles, int
 		grid->setColumnStretch(column, 1);
 }
 
-void TileGroup::bind(const std::string *id, std::function<void(const std::string &)> store)
+void TileGroup::bind(const char *caption_key, const std::string *id, std::function<void(const std::string &)> store)
 {
 	rows_.add_refresher([group = group_, ids = ids_, id] {
 		const auto tile = std::ranges::find(ids, *id);
@@ -96,8 +96,8 @@ void TileGroup::bind(const std::string *id, std::function<void(const std::string
 	});
 	Rows *rows = &rows_;
 	QObject::connect(group_, &QButtonGroup::idClicked, group_,
-			 [rows, group = group_, property = id_property_, store = std::move(store)] {
-				 rows->store_choice([&] {
+			 [rows, caption_key, group = group_, property = id_property_, store = std::move(store)] {
+				 rows->store_choice({.caption_key = caption_key}, [&] {
 					 const QAbstractButton *tile = group->checkedButton();
 					 store(tile->property(property).toString().toStdString());
 				 });

@@ -29,8 +29,8 @@ public:
 	void add_grid(QBoxLayout *layout, const std::vector<Tile> &tiles, int columns);
 
 	// After the grids: binds the group to `*id`: that tile is checked; `store` runs with the id of a tile that the
-	// user clicks.
-	void bind(const std::string *id, std::function<void(const std::string &)> store);
+	// user clicks, which is a change called `caption_key`.
+	void bind(const char *caption_key, const std::string *id, std::function<void(const std::string &)> store);
 
 private:
 	Rows &rows_;

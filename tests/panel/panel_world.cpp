@@ -2,6 +2,7 @@
 #include "panel_world.h"
 
 #include "filter/filter_source.h"
+#include "kit/history_double.h"
 #include "panel/controls/smooth_button.h"
 #include "panel/translations.h"
 #include "params/effect_catalog.h"
@@ -86,6 +87,7 @@ void use_built_data()
 PanelWorld::PanelWorld()
 {
 	host_double().reset();
+	history_double().reset();
 	host_double().set_data_folder(data_folder());
 	reset_recording_engine();
 	reset_neighbours();
@@ -131,6 +133,9 @@ KalvioPanel &PanelWorld::open_panel(int width, int height)
 {
 	panel_ = std::make_unique<KalvioPanel>();
 	panel_->resize(width, height);
+	targeting().refresh = [this] {
+		show_changes();
+	};
 	poll();
 	panel_->show();
 	settle();
@@ -140,6 +145,11 @@ KalvioPanel &PanelWorld::open_panel(int width, int height)
 void PanelWorld::poll()
 {
 	poll_targets();
+	show_changes();
+}
+
+void PanelWorld::show_changes()
+{
 	if (take_changed() && panel_)
 		panel_->refreshControls();
 }

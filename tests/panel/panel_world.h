@@ -41,6 +41,8 @@ public:
 
 	// What the panel's timer does.
 	void poll();
+	// What it does when there is something to show.
+	void show_changes();
 
 	SmoothButton &tab(int index);
 	// Chooses an effect page and lays it out.

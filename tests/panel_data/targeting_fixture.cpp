@@ -2,6 +2,7 @@
 #include "targeting_fixture.h"
 
 #include "filter/filter_registry.h"
+#include "kit/history_double.h"
 
 #include <obs.hpp>
 
@@ -10,6 +11,7 @@ namespace kalvio::test {
 TargetingTest::TargetingTest()
 {
 	host_double().reset();
+	history_double().reset();
 	set_config_folder(folder.file("config"));
 	set_update_status({});
 	targeting() = {};
