@@ -37,13 +37,13 @@ constexpr int poll_interval_ms = 200;
 struct DockHost {
 	bool is_running = false; // between start and EXIT or stop; nothing is created outside
 	bool has_callback = false;
+	bool has_dock = false; // the host took the panel into a dock
 	bool is_dock_hooked = false;
 	bool is_placing = false; // our own moves of the dock are not the user's
 	bool is_placed = false;  // nothing is saved before, so that the host's moves at its start never are
 	bool open_on_startup = true;
 	DockGeometry geometry;
 	QPointer<KalvioPanel> panel;
-	QPointer<QWidget> registered; // the panel for as long as the host has it in a dock, also after EXIT
 	QPointer<QTimer> poll_timer;
 };
 
@@ -105,17 +105,26 @@ void save_geometry()
 }
 
 // A floating dock that is moved tells nobody. Its last position is what it comes back to after it was docked.
-class FloatingMoves : public QObject {
+void note_floating_position(const QDockWidget &dock)
+{
+	DockHost &state = host();
+	if (dock.isFloating() && state.is_placed && !state.is_placing)
+		read_floating_position(dock, state.geometry);
+}
+
+class DockEvents : public QObject {
 public:
 	using QObject::QObject;
 
 protected:
 	bool eventFilter(QObject *watched, QEvent *event) override
 	{
-		DockHost &state = host();
 		const auto *dock = qobject_cast<QDockWidget *>(watched);
-		if (event->type() == QEvent::Move && dock && dock->isFloating() && state.is_placed && !state.is_placing)
-			read_floating_position(*dock, state.geometry);
+		if (dock && event->type() == QEvent::Move)
+			note_floating_position(*dock);
+		// Who puts the panel away is done with it.
+		if (host().is_running && (event->type() == QEvent::Hide || event->type() == QEvent::Close))
+			Shim<save_changes_now>::call();
 		return false;
 	}
 };
@@ -149,7 +158,7 @@ void hook_dock()
 		style_dock(find_dock_widget());
 	});
 	QObject::connect(dock, &QDockWidget::dockLocationChanged, dock, [] { save_geometry(); });
-	dock->installEventFilter(new FloatingMoves(dock));
+	dock->installEventFilter(new DockEvents(dock));
 	// The host rewrites the features of every dock when the user locks and unlocks them.
 	QObject::connect(dock, &QDockWidget::featuresChanged, dock, [dock](QDockWidget::DockWidgetFeatures features) {
 		if (features.testFlag(QDockWidget::DockWidgetClosable))
@@ -158,12 +167,17 @@ void hook_dock()
 	});
 }
 
-void poll()
+void show_changes()
 {
-	poll_targets();
 	KalvioPanel *panel = host().panel;
 	if (panel && take_changed())
 		panel->refreshControls();
+}
+
+void poll()
+{
+	poll_targets();
+	show_changes();
 }
 
 void start_polling()
@@ -174,6 +188,7 @@ void start_polling()
 	state.poll_timer = new QTimer(state.panel);
 	QObject::connect(state.poll_timer, &QTimer::timeout, state.panel, Shim<poll>::call);
 	state.poll_timer->start(poll_interval_ms);
+	targeting().refresh = Shim<show_changes>::call;
 	poll();
 }
 
@@ -183,6 +198,7 @@ void stop_polling()
 	if (state.poll_timer)
 		state.poll_timer->stop();
 	state.poll_timer = nullptr;
+	targeting().refresh = nullptr;
 }
 
 // False without a panel in a dock, now and as long as the host refuses it.
@@ -201,7 +217,7 @@ bool make_panel()
 	}
 	blog(LOG_INFO, "[Kalvio] Qt dock added");
 	state.panel = panel.release();
-	state.registered = state.panel.data();
+	state.has_dock = true;
 	return true;
 }
 
@@ -223,8 +239,7 @@ void finish_loading()
 	is_frontend_ready = true;
 }
 
-void remove_event_callback();
-
+// The callback stays with the host to the unload, and hears nothing more.
 void exit_frontend()
 {
 	DockHost &state = host();
@@ -232,18 +247,22 @@ void exit_frontend()
 	stop_polling();
 	state.panel = nullptr;
 	state.is_running = false;
-	remove_event_callback();
 }
 
 void frontend_event(obs_frontend_event event, void *)
 {
+	if (!host().is_running)
+		return;
 	switch (event) {
 	case OBS_FRONTEND_EVENT_FINISHED_LOADING:
+		is_collection_changing = false; // the start has its clean-ups, and not each is followed by CHANGED
 		Shim<create_dock>::call();
 		// In the next turn, when the host has restored its own state of the docks.
 		post_to_ui_thread(Shim<finish_loading>::call);
 		break;
 	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING:
+	// All that versions from 31 on send before they load the copy of a collection that is duplicated.
+	case OBS_FRONTEND_EVENT_SCENE_COLLECTION_CLEANUP:
 		is_collection_changing = true;
 		begin_loading_filters();
 		break;
@@ -259,13 +278,6 @@ void frontend_event(obs_frontend_event event, void *)
 	default:
 		break;
 	}
-}
-
-// The host's library complains when it is called after EXIT, and walks its list so that a callback may go in its call.
-void remove_event_callback()
-{
-	if (std::exchange(host().has_callback, false))
-		obs_frontend_remove_event_callback(Shim<frontend_event>::call, nullptr);
 }
 
 void add_tools_entry()
@@ -293,6 +305,7 @@ void start()
 	if (!has_user_interface())
 		return;
 	state.is_running = true;
+	targeting().change = {}; // a panel may have gone with a slider held
 	begin_loading_filters();
 	obs_frontend_add_event_callback(Shim<frontend_event>::call, nullptr);
 	state.has_callback = true;
@@ -304,10 +317,11 @@ void stop()
 {
 	DockHost &state = host();
 	state.is_running = false;
-	remove_event_callback();
+	// After EXIT the host has done both by itself, and its library says no more than that there is no host.
+	if (std::exchange(state.has_callback, false))
+		obs_frontend_remove_event_callback(Shim<frontend_event>::call, nullptr);
 	stop_polling();
-	// Gone already when the host went through its exit, where it takes the docks along.
-	if (state.registered)
+	if (std::exchange(state.has_dock, false))
 		remove_frontend_dock(dock_id);
 	state.panel = nullptr;
 }

@@ -2,6 +2,7 @@
 #include "dock_fixture.h"
 
 #include "kit/config_double.h"
+#include "kit/history_double.h"
 #include "panel/targeting.h"
 #include "panel/translations.h"
 #include "panel/ui_preferences.h"
@@ -47,6 +48,7 @@ void wait_for_update_check()
 DockTest::DockTest() : frontend(std::make_unique<FrontendDouble>())
 {
 	host_double().reset();
+	history_double().reset();
 	set_config_folder(folder.file("config"));
 	reset_update_service({fetch_nothing, some_moment, open_nothing, no_file});
 	targeting() = {};
@@ -74,13 +76,14 @@ void DockTest::run_event_loop()
 void DockTest::start()
 {
 	start_dock_host();
-	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
+	frontend->load_first_collection();
+	frontend->finish_loading();
 	run_event_loop();
 }
 
 void DockTest::quit()
 {
-	frontend->send(OBS_FRONTEND_EVENT_EXIT);
+	frontend->close();
 	frontend->delete_window();
 	stop_dock_host();
 }

@@ -5,12 +5,14 @@
 #include "filter/filter_registry.h"
 #include "kit/allocation_check.h"
 #include "kit/config_double.h"
+#include "kit/history_double.h"
 #include "panel/targeting.h"
 #include "panel/ui_preferences.h"
 
 #include <QApplication>
 #include <QComboBox>
 #include <QPointer>
+#include <QSlider>
 #include <thread>
 
 using namespace kalvio;
@@ -255,6 +257,130 @@ TEST_F(DockTest, CollectionEventsBeforeTheHostHasLoadedDoNotEndTheLoading)
 	EXPECT_TRUE(targeting().filters_loading);
 }
 
+TEST_F(DockTest, CleanUpsOfTheStartDoNotKeepTheFrontendFromBeingReady)
+{
+	start_dock_host();
+	frontend->load_first_collection();
+	EXPECT_FALSE(frontend_ready());
+	frontend->load_first_collection(); // the collection was not there, and an empty one is made
+	frontend->finish_loading();
+	run_event_loop();
+	EXPECT_TRUE(frontend_ready());
+	EXPECT_FALSE(targeting().filters_loading);
+}
+
+// The copy's filters come while the others are late in going, and nothing but CLEANUP tells.
+TEST_F(DockTest, DuplicatedCollectionKeepsItsValuesAndTheDockHidden)
+{
+	for (const bool all : {false, true}) {
+		write_preferences(all ? R"({"apply_global": true})" : R"({"apply_global": false})");
+		start();
+		FakeSource first("Camera");
+		FakeSource second("Screen");
+		obs_data_set_double(first.settings, "smoothing", 0.25);
+		register_filter(first.handle());
+		fire(*poll_timer());
+		dock().hide();
+		frontend->duplicate_collection_from_31_on([&] {
+			EXPECT_FALSE(frontend_ready());
+			obs_data_set_double(second.settings, "smoothing", 0.75);
+			register_filter(second.handle());
+			fire(*poll_timer());
+		});
+		fire(*poll_timer());
+		EXPECT_DOUBLE_EQ(obs_data_get_double(second.settings, "smoothing"), 0.75);
+		EXPECT_DOUBLE_EQ(obs_data_get_double(first.settings, "smoothing"), 0.25);
+		EXPECT_TRUE(dock().isHidden());
+		EXPECT_TRUE(frontend_ready());
+		frontend->duplicate_collection_in_30();
+		fire(*poll_timer());
+		EXPECT_DOUBLE_EQ(obs_data_get_double(second.settings, "smoothing"), 0.75);
+		EXPECT_TRUE(frontend_ready());
+		unregister_filter(first.handle());
+		unregister_filter(second.handle());
+		quit();
+		frontend = std::make_unique<FrontendDouble>();
+	}
+}
+
+// Undo and saving
+
+TEST_F(DockTest, UndoIsShownAtOnce)
+{
+	start();
+	FakeSource filter("Camera");
+	obs_data_set_double(filter.settings, "smoothing", 0.25);
+	register_filter(filter.handle());
+	fire(*poll_timer());
+	QSlider *smooth = nullptr;
+	for (QSlider *slider : panel()->findChildren<QSlider *>()) {
+		if (slider->accessibleName() == "Smooth")
+			smooth = slider;
+	}
+	ASSERT_TRUE(smooth);
+	smooth->setValue(50);
+	history_double().undo();
+	EXPECT_EQ(smooth->value(), 25);
+	unregister_filter(filter.handle());
+}
+
+TEST_F(DockTest, HiddenDockIsSavedAtOnceIfAnythingChanged)
+{
+	start();
+	FakeSource filter("Camera");
+	register_filter(filter.handle());
+	fire(*poll_timer());
+	dock().hide();
+	EXPECT_EQ(history_double().saves, 0);
+	dock().show();
+	targeting().parameters.smoothing = 0.5f;
+	push_change({.caption_key = "skin.smoothing"});
+	dock().hide();
+	EXPECT_EQ(history_double().saves, 1);
+	fire(*poll_timer());
+	dock().show();
+	dock().hide();
+	EXPECT_EQ(history_double().saves, 1);
+	unregister_filter(filter.handle());
+}
+
+TEST_F(DockTest, FloatingDockWhoseWindowIsClosedIsSavedAtOnce)
+{
+	start();
+	FakeSource filter("Camera");
+	register_filter(filter.handle());
+	fire(*poll_timer());
+	float_at(100, 100, 400, 600);
+	targeting().parameters.smoothing = 0.5f;
+	push_change({.caption_key = "skin.smoothing"});
+	dock().close();
+	EXPECT_EQ(history_double().saves, 1);
+	unregister_filter(filter.handle());
+}
+
+TEST_F(DockTest, NothingIsSavedWhileCollectionsComeAndGo)
+{
+	start();
+	FakeSource filter("Camera");
+	register_filter(filter.handle());
+	fire(*poll_timer());
+	targeting().parameters.smoothing = 0.5f;
+	push_change({.caption_key = "skin.smoothing"});
+	const auto load = [&] {
+		for (int poll = 0; poll < 20; ++poll)
+			fire(*poll_timer());
+		dock().hide();
+		dock().show();
+	};
+	frontend->switch_collection(load);
+	frontend->duplicate_collection_from_31_on(load);
+	for (int poll = 0; poll < 20; ++poll)
+		fire(*poll_timer());
+	quit();
+	EXPECT_EQ(history_double().saves, 0);
+	unregister_filter(filter.handle());
+}
+
 // Out of memory
 
 TEST_F(DockTest, EventThatFindsNoMemoryIsReportedAndTheNextPollDoesItsWork)
@@ -307,16 +433,43 @@ TEST_F(DockTest, ExitStopsThePollsAndLeavesThePanelToTheHost)
 	start();
 	QPointer<QTimer> timer = poll_timer();
 	QPointer<QWidget> widget = panel();
-	frontend->send(OBS_FRONTEND_EVENT_EXIT);
+	frontend->close();
 	ASSERT_TRUE(timer && widget);
 	EXPECT_FALSE(timer->isActive());
-	EXPECT_EQ(frontend->callback_count(), 0u);
+}
+
+TEST_F(DockTest, NothingIsRemovedBeforeTheUnload)
+{
+	start();
+	frontend->close();
+	EXPECT_EQ(frontend->callback_count(), 1u);
+	EXPECT_TRUE(frontend->calls_after_end.empty());
+	EXPECT_EQ(frontend->docks_removed, 0);
+}
+
+TEST_F(DockTest, EventsAfterExitAreIgnored)
+{
+	start();
+	FakeSource filter("Camera");
+	register_filter(filter.handle());
+	fire(*poll_timer());
+	frontend->close();
+	targeting().filters_loading = false;
+	for (const obs_frontend_event event :
+	     {OBS_FRONTEND_EVENT_SCENE_COLLECTION_CLEANUP, OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING,
+	      OBS_FRONTEND_EVENT_FINISHED_LOADING, OBS_FRONTEND_EVENT_EXIT})
+		frontend->send_to_all(event);
+	run_event_loop();
+	EXPECT_FALSE(targeting().filters_loading);
+	EXPECT_FALSE(poll_timer() && poll_timer()->isActive());
+	EXPECT_TRUE(frontend->calls_after_end.empty());
+	unregister_filter(filter.handle());
 }
 
 TEST_F(DockTest, NothingIsCreatedAfterExit)
 {
 	start();
-	frontend->send(OBS_FRONTEND_EVENT_EXIT);
+	frontend->close();
 	show_dock();
 	std::thread(show_dock).join();
 	run_event_loop();
@@ -327,26 +480,37 @@ TEST_F(DockTest, TaskOfTheStartThatIsLateDoesNothingAfterExit)
 {
 	start_dock_host();
 	frontend->send(OBS_FRONTEND_EVENT_FINISHED_LOADING);
-	frontend->send(OBS_FRONTEND_EVENT_EXIT);
+	frontend->close();
 	run_event_loop();
 	EXPECT_FALSE(frontend_ready());
 }
 
-TEST_F(DockTest, UnloadAfterTheMainWindowCallsNothingOfTheFrontEnd)
+TEST_F(DockTest, UnloadAfterExitCallsBothRemoversInTheirOrder)
 {
 	start();
 	quit();
-	EXPECT_EQ(frontend->calls_without_window, 0);
-	EXPECT_EQ(frontend->docks_removed, 0);
+	const std::vector<std::string> removers = {"obs_frontend_remove_event_callback", "obs_frontend_remove_dock"};
+	EXPECT_EQ(frontend->calls_after_end, removers);
+	stop_dock_host();
+	EXPECT_EQ(frontend->calls_after_end, removers);
 }
 
-TEST_F(DockTest, UnloadAfterExitRemovesADockThatIsStillThere)
+TEST_F(DockTest, UnloadRemovesTheCallbackBeforeItStopsThePollsAndTheDockAfter)
 {
 	start();
-	frontend->send(OBS_FRONTEND_EVENT_EXIT);
+	QPointer<QTimer> timer = poll_timer();
+	bool is_polling_without_callback = false;
+	bool is_polling_without_dock = true;
+	frontend->on_call = [&](const std::string &function) {
+		const bool is_active = timer && timer->isActive();
+		if (function == "obs_frontend_remove_event_callback")
+			is_polling_without_callback = is_active;
+		if (function == "obs_frontend_remove_dock")
+			is_polling_without_dock = is_active;
+	};
 	stop_dock_host();
-	EXPECT_EQ(frontend->docks_removed, 1);
-	EXPECT_FALSE(frontend->dock());
+	EXPECT_TRUE(is_polling_without_callback);
+	EXPECT_FALSE(is_polling_without_dock);
 }
 
 TEST_F(DockTest, UnloadWithoutExitRemovesTheDockAndTheCallback)
@@ -370,8 +534,8 @@ TEST_F(DockTest, UnloadAfterARefusedDockRemovesNone)
 {
 	frontend->refuses_docks = true;
 	start();
-	stop_dock_host();
-	EXPECT_EQ(frontend->docks_removed, 0);
+	quit();
+	EXPECT_EQ(frontend->calls_after_end, std::vector<std::string>{"obs_frontend_remove_event_callback"});
 }
 
 TEST_F(DockTest, TwentyStartsAndQuitsLeaveNothingBehind)

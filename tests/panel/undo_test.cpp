@@ -203,7 +203,7 @@ TEST_F(PanelUndoTest, LiveToggleIsAnEntryWithTheNextPoll)
 	world.poll();
 	EXPECT_EQ(newest(), "Kalvio: Live");
 	history_double().undo();
-	EXPECT_TRUE(live->isChecked());
+	EXPECT_TRUE(live->checked);
 	EXPECT_TRUE(setting_bool(filter, "enabled"));
 }
 

@@ -26,7 +26,7 @@ constexpr int exit_failed = 99;
 const ProbeCase *find_case(const QString &name)
 {
 	for (const auto table : {picture_cases, filter_cases, host_cases, dock_cases, drag_cases, live_cases,
-				 failure_cases, update_cases, sample_cases})
+				 undo_cases, failure_cases, update_cases, sample_cases})
 		for (const ProbeCase &entry : table())
 			if (name == entry.name)
 				return &entry;
