@@ -155,18 +155,18 @@ TEST_F(PanelUndoTest, KeysOnTwoSlidersOfOneCaptionAreTwoEntries)
 	click_key(sliders.at(0), Qt::Key_Right);
 	click_key(sliders.at(1), Qt::Key_Right);
 	EXPECT_EQ(entries(), 2u);
-	EXPECT_EQ(newest(), "Kalvio: Blush: Intensity");
+	EXPECT_EQ(newest(), "Kalvio: Blush: Strength");
 }
 
 TEST_F(PanelUndoTest, OptionIsAnEntry)
 {
 	const std::string start = settings();
-	click(*find_named<SmoothButton>(world.panel(), QStringLiteral("Skin tone: Tan")));
+	click(*find_named<SmoothButton>(world.panel(), QStringLiteral("Skin tone: Bronze")));
 	EXPECT_EQ(entries(), 1u);
 	EXPECT_EQ(newest(), "Kalvio: Skin tone");
 	history_double().undo();
 	EXPECT_EQ(settings(), start);
-	EXPECT_FALSE(find_named<SmoothButton>(world.panel(), QStringLiteral("Skin tone: Tan"))->isChecked());
+	EXPECT_FALSE(find_named<SmoothButton>(world.panel(), QStringLiteral("Skin tone: Bronze"))->isChecked());
 }
 
 TEST_F(PanelUndoTest, TileIsAnEntry)

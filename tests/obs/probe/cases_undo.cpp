@@ -458,6 +458,9 @@ void forty_filters_are_measured()
 	wait(3000);
 	const QPointF start = handle_of(*slider);
 	send_mouse(*slider, QEvent::MouseButtonPress, start);
+	check(slider->isSliderDown(), "the slider is held", QString::number(slider->value()));
+	int moves = 0;
+	QObject::connect(slider, &QSlider::valueChanged, slider, [&moves] { ++moves; });
 	std::vector<double> steps;
 	for (int step = 1; step <= 60; ++step) {
 		QElapsedTimer clock;
@@ -466,6 +469,7 @@ void forty_filters_are_measured()
 		steps.push_back(milliseconds(clock));
 		wait(20);
 	}
+	check(moves == int(steps.size()), "each step moves it", QString::number(moves));
 	QElapsedTimer clock;
 	clock.start();
 	send_mouse(*slider, QEvent::MouseButtonRelease, QPointF(10, start.y()));
