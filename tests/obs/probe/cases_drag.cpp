@@ -76,6 +76,7 @@ QPointF handle_of(const QSlider &slider)
 {
 	QStyleOptionSlider option;
 	option.initFrom(&slider);
+	option.state |= QStyle::State_Horizontal; // OBS's style sheet draws by it
 	option.orientation = Qt::Horizontal;
 	option.minimum = slider.minimum();
 	option.maximum = slider.maximum();
@@ -87,6 +88,7 @@ QPointF handle_of(const QSlider &slider)
 Frames watch_dragging(QSlider &slider, int milliseconds)
 {
 	send_mouse(slider, QEvent::MouseButtonPress, handle_of(slider));
+	check(slider.isSliderDown(), "the press takes the slider's handle");
 	int x = 0;
 	int step = 3;
 	QTimer hand;

@@ -80,6 +80,7 @@ QPointF handle_of(const QSlider &slider)
 {
 	QStyleOptionSlider option;
 	option.initFrom(&slider);
+	option.state |= QStyle::State_Horizontal; // OBS's style sheet draws by it
 	option.orientation = Qt::Horizontal;
 	option.minimum = slider.minimum();
 	option.maximum = slider.maximum();
@@ -91,6 +92,8 @@ void drag(QSlider &slider, int to_x, int steps = 5)
 {
 	const QPointF start = handle_of(slider);
 	send_mouse(slider, QEvent::MouseButtonPress, start);
+	if (!slider.isSliderDown())
+		check(false, "the press takes the slider's handle", slider.accessibleName());
 	for (int step = 1; step <= steps; ++step)
 		send_mouse(slider, QEvent::MouseMove,
 			   QPointF(start.x() + (to_x - start.x()) * step / steps, start.y()));
