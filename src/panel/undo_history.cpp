@@ -124,6 +124,16 @@ uint64_t find_referenced_filter(obs_data_t *reference)
 	return find_filter(obs_data_get_string(reference, "uuid"), id > 0 ? static_cast<uint64_t>(id) : 0);
 }
 
+// The number of the filter's settings among those of the data; -1 where there is none.
+long long settings_index(obs_data_t *filter)
+{
+	obs_data_item_t *item = obs_data_item_byname(filter, "settings");
+	const bool is_number = item && obs_data_item_gettype(item) == OBS_DATA_NUMBER;
+	const long long index = is_number ? obs_data_item_get_int(item) : -1;
+	obs_data_item_release(&item);
+	return index;
+}
+
 // False unless every filter of the data names one of its settings.
 bool read_resets(obs_data_t *data, std::vector<FilterReset> &resets)
 {
@@ -134,8 +144,8 @@ bool read_resets(obs_data_t *data, std::vector<FilterReset> &resets)
 	const auto settings_count = static_cast<long long>(obs_data_array_count(settings));
 	for (size_t i = 0; i < obs_data_array_count(filters); ++i) {
 		const OBSDataAutoRelease filter = obs_data_array_item(filters, i);
-		const long long index = obs_data_get_int(filter, "settings");
-		if (!obs_data_has_user_value(filter, "settings") || index < 0 || index >= settings_count)
+		const long long index = settings_index(filter);
+		if (index < 0 || index >= settings_count)
 			return false;
 		resets.push_back(
 			{find_referenced_filter(filter), obs_data_array_item(settings, static_cast<size_t>(index))});

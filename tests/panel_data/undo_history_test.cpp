@@ -460,15 +460,21 @@ TEST_F(UndoTest, UselessDataChangesNothing)
 	push_smoothing(0.5f, smooth);
 	const HistoryDouble::Entry entry = history_double().undo_entries().front();
 	const std::string before = json_of(filter);
-	for (const char *data :
-	     {"", "{", "[]", "null", "{}", "\xff\xfe", R"({"kalvio_change":2,"filters":[],"settings":[]})",
-	      R"({"filters":[{"id":1,"settings":0}],"settings":[{}]})", R"({"kalvio_change":1})",
-	      R"({"kalvio_change":1,"filters":{},"settings":7})",
-	      R"({"kalvio_change":1,"filters":[{"id":1}],"settings":[{}]})",
-	      R"({"kalvio_change":1,"filters":[{"id":1,"settings":1}],"settings":[{}]})",
-	      R"({"kalvio_change":1,"filters":[{"id":1,"settings":-1}],"settings":[{}]})",
-	      R"({"kalvio_change":1,"filters":[{"id":-1,"settings":0}],"settings":[{}]})"}) {
-		entry.undo(data);
+	const std::string filter_reference = R"([{"id":)" + std::to_string(targeting().filters.front().id);
+	const auto change = [&filter_reference](const std::string &index) {
+		return R"({"kalvio_change":1,"filters":)" + filter_reference + index + R"(}],"settings":[{}]})";
+	};
+	const auto replaced = [&entry](std::string_view part, std::string_view by) {
+		std::string data = entry.undo_data;
+		return data.replace(data.find(part), part.size(), by);
+	};
+	for (const std::string &data :
+	     {std::string(), std::string("{"), std::string("[]"), std::string("null"), std::string("{}"),
+	      std::string("\xff\xfe"), std::string(R"({"kalvio_change":1})"),
+	      std::string(R"({"kalvio_change":1,"filters":{},"settings":7})"), change(""), change(R"(,"settings":1)"),
+	      change(R"(,"settings":-1)"), change(R"(,"settings":"x")"), replaced("kalvio_change", "other_change"),
+	      replaced(R"("kalvio_change":1)", R"("kalvio_change":2)")}) {
+		entry.undo(data.c_str());
 		EXPECT_EQ(json_of(filter), before) << data;
 	}
 	entry.undo(nullptr);
