@@ -295,6 +295,13 @@ void many_actions_are_undone_to_the_start()
 	const std::vector<QByteArray> start = settings_of(filters);
 	const unsigned seed = 29;
 	std::mt19937 random(seed);
+	press_key(*dock()->widget(), Qt::Key_4, Qt::ControlModifier);
+	for (QAbstractButton *tile : usable<QAbstractButton>())
+		if (!tile->property("fid").toString().isEmpty())
+			click(*tile);
+	check(settings_of(filters.front()).contains("\"filter_id\":\"") &&
+		      !settings_of(filters.front()).contains("\"filter_id\":\"\""),
+	      "a colour filter is chosen");
 	for (int action = 0; action < 200; ++action)
 		act_at_random(random);
 	wait(polls_ms);
