@@ -146,18 +146,25 @@ private:
 		if (scenes_.empty())
 			return;
 		wait_for_change_of_view();
-		// Inside the walk, which keeps the graphics thread from clearing away an item whose source is gone.
-		size_t items_before = below(4);
+		// Inside the walk, which keeps the graphics thread from clearing away an item whose source is gone. The
+		// item itself goes after it: what it frees is locked in the other order by the host's tick.
+		struct Choice {
+			size_t items_before;
+			obs_sceneitem_t *removed;
+		} choice = {below(4), nullptr};
 		obs_scene_enum_items(
 			scenes_[below(scenes_.size())],
-			[](obs_scene_t *, obs_sceneitem_t *item, void *before) {
-				size_t &left = *static_cast<size_t *>(before);
-				if (left-- > 0)
+			[](obs_scene_t *, obs_sceneitem_t *item, void *data) {
+				auto &chosen = *static_cast<Choice *>(data);
+				if (chosen.items_before-- > 0)
 					return true;
+				obs_sceneitem_addref(item);
 				obs_sceneitem_remove(item);
+				chosen.removed = item;
 				return false;
 			},
-			&items_before);
+			&choice);
+		obs_sceneitem_release(choice.removed);
 		note_change_of_view();
 	}
 
