@@ -29,7 +29,7 @@ public:
 			&Evening::make_source,    &Evening::drop_source,     &Evening::make_scene,
 			&Evening::drop_scene,     &Evening::add_item,        &Evening::add_group,
 			&Evening::remove_item,    &Evening::show_something,  &Evening::duplicate_source,
-			&Evening::copy_filters,   &Evening::rename_source,   &Evening::resize_source,
+			&Evening::copy_filters,   &Evening::rename_scene,    &Evening::resize_source,
 			&Evening::feed_frame,     &Evening::add_one_filter,  &Evening::add_one_filter,
 			&Evening::add_one_filter, &Evening::remove_filter,   &Evening::remove_filter,
 			&Evening::hide_filter,    &Evening::reorder_filters, &Evening::update_one,
@@ -192,10 +192,12 @@ private:
 		obs_source_copy_filters(to, from);
 	}
 
-	void rename_source()
+	// Not a source that stands in a scene: OBS 29 frees the names of its hotkeys twice when its item goes.
+	void rename_scene()
 	{
-		if (obs_source_t *const place = any_place())
-			obs_source_set_name(place, (new_name() + any_text()).c_str());
+		if (!scenes_.empty())
+			obs_source_set_name(obs_scene_get_source(scenes_[below(scenes_.size())]),
+					    (new_name() + any_text()).c_str());
 	}
 
 	void resize_source()
