@@ -278,7 +278,8 @@ protected:
 			EXPECT_EQ(watch.wrong_frames(), 0) << "of " << watch.frames();
 			// A frame that the host has begun before a removal and that reaches the filter after it lacks
 			// what the filter would have drawn, as it does with the host's own filters.
-			EXPECT_LE(watch.lost_frames(), rounds.removals()) << "of " << watch.frames();
+			// Up to 4 of 100 removals have been seen to do that at 2000 frames per second.
+			EXPECT_LE(watch.lost_frames(), 2 + rounds.removals() / 10) << "of " << watch.frames();
 			EXPECT_GT(watch.frames(), 0);
 			RecordProperty("frames", watch.frames());
 			RecordProperty("lost_frames", watch.lost_frames());

@@ -366,6 +366,7 @@ TEST_F(OptionsTest, ColorKeyReachesTheEngineCountedFromZero)
 	EXPECT_EQ(last_engine_arguments("kl_set_chroma_key"), std::vector<Argument>{1});
 	call_journal().reset();
 	click(*cutout.button(0));
+	host_double().tick();
 	EXPECT_EQ(call_journal().count("kl_clear_chroma_key"), 1u);
 }
 

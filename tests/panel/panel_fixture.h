@@ -29,9 +29,10 @@ protected:
 
 	static void click(QWidget &widget) { click_mouse(&widget); }
 
-	// The arguments of the last call of this name that an engine got.
+	// The arguments of the last call of this name that an engine got, after the host's next tick.
 	static std::vector<Argument> last_engine_arguments(const char *name)
 	{
+		host_double().tick();
 		const std::vector<Call> calls = call_journal().calls_named(name);
 		return calls.empty() ? std::vector<Argument>() : calls.back().arguments;
 	}

@@ -114,6 +114,7 @@ protected:
 	static void expect_arrived(const SliderRow &row, FakeSource &filter, float value)
 	{
 		EXPECT_FLOAT_EQ(static_cast<float>(setting_double(filter, row.setting)), value);
+		filter.tick();
 		const std::vector<Call> calls = call_journal().calls_named(row.engine_call);
 		const std::vector<Argument> expected = row.engine_index == value_only
 							       ? std::vector<Argument>{value}

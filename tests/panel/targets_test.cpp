@@ -91,6 +91,7 @@ protected:
 		std::vector<ParameterSet> before;
 		for (const FakeSource *filter : filters_)
 			before.push_back(set_of(*filter));
+		host_double().tick();
 		call_journal().reset();
 		operate();
 		++controls_;
@@ -110,9 +111,10 @@ protected:
 		}
 	}
 
-	// Each target's engine was told the same, the whole set, and nobody else's anything.
+	// At the host's next tick each target's engine is told the same, the whole set, and nobody else's anything.
 	void check_engines() const
 	{
+		host_double().tick();
 		std::map<const void *, std::vector<Call>> told;
 		for (const Call &call : call_journal().take()) {
 			if (call.origin == CallOrigin::Engine)

@@ -92,6 +92,7 @@ TEST_F(TilesTest, EveryFilterTileReachesSettingsAndEngine)
 	}
 	call_journal().reset();
 	click_tile(FilterPage, "fid", "");
+	host_double().tick();
 	EXPECT_EQ(setting_string(filter, "filter_id"), "");
 	EXPECT_EQ(call_journal().count("kl_clear_filter"), 1u);
 }

@@ -62,6 +62,7 @@ double TargetingTest::smoothing_of(FakeSource &filter)
 
 int TargetingTest::take_updates(FakeSource &filter)
 {
+	filter.tick();
 	return std::exchange(placed_.at(&filter)->updates, 0);
 }
 
