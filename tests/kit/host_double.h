@@ -61,7 +61,7 @@ public:
 	void remove_from_source();
 
 	std::string name;
-	std::string uuid; // empty: a host that has none
+	std::string uuid;      // empty: a host that has none
 	bool nameless = false; // the name is a null pointer
 	obs_data_t *settings;  // owned
 	std::atomic<FakeSource *> parent = nullptr;

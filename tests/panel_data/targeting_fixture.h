@@ -32,7 +32,8 @@ protected:
 	void remove_all_filters();
 
 	static double smoothing_of(FakeSource &filter);
-	// How often the host updates this filter in its next tick: 1 however often it was asked since the last look, or 0.
+	// How often the host updates this filter in its next tick: 1 however often it was asked since the last look, or
+	// 0.
 	int take_updates(FakeSource &filter);
 
 	void drive_all(bool all);
