@@ -2,18 +2,19 @@
 # SPDX-License-Identifier: GPL-2.0-or-later
 #
 # The host that the module for Windows is linked with and tested in, made once, in $KALVIO_CACHE/mingw-host: headers and
-# names of OBS 30 from Debian 13's packages; and of OBS 30 itself what only handles data (settings, properties, texts, files,
-# memory, log), from its sources, as an obs.dll. There is no OBS for Windows to be had from Debian, and graphics and sources
-# are doubled in the tests anyway. With it the fonts that the panel is drawn with.
+# names of OBS 30 from Debian 13's packages; and of OBS 30 itself what only handles data (settings, properties, signals,
+# texts, files, memory, log), from its sources, as an obs.dll. There is no OBS for Windows to be had from Debian, and
+# graphics and sources are doubled in the tests anyway. With it the fonts that the panel is drawn with.
 
 
 readonly MINGW_HOST_SUITE=trixie
 readonly MINGW_HOST_PACKAGES=(libobs-dev libobs0t64 uthash-dev)
 readonly MINGW_HOST_DATA=(
-	obs-data.c obs-properties.c util/base.c util/bmem.c util/crc32.c util/dstr.c util/lexer.c util/platform.c
+	callback/calldata.c callback/decl.c callback/signal.c obs-data.c obs-properties.c util/base.c util/bmem.c
+	util/cf-lexer.c util/cf-parser.c util/crc32.c util/dstr.c util/lexer.c util/platform.c
 	util/platform-windows.c util/text-lookup.c util/threading-windows.c util/utf8.c
 )
-readonly MINGW_HOST_RECIPE=4
+readonly MINGW_HOST_RECIPE=5
 
 mingw_host_folder() { printf '%s/mingw-host' "$KALVIO_CACHE"; }
 

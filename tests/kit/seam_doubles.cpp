@@ -14,6 +14,7 @@ namespace {
 std::atomic<bool> is_ready = false;
 std::atomic<bool> is_forced = false;
 std::function<void()> show_action;
+std::function<void()> dismissal_action;
 
 void record_seam(const char *name)
 {
@@ -27,6 +28,7 @@ void reset_seams()
 	is_ready = false;
 	is_forced = false;
 	show_action = nullptr;
+	dismissal_action = nullptr;
 }
 
 void set_frontend_ready(bool ready)
@@ -42,6 +44,11 @@ void set_update_forced(bool forced)
 void on_show_dock(std::function<void()> action)
 {
 	show_action = std::move(action);
+}
+
+void on_load_update_dismissal(std::function<void()> action)
+{
+	dismissal_action = std::move(action);
 }
 
 } // namespace kalvio::test
@@ -79,6 +86,8 @@ void stop_dock_host()
 void load_update_dismissal()
 {
 	test::record_seam("load_update_dismissal");
+	if (test::dismissal_action)
+		test::dismissal_action();
 }
 
 bool update_is_forced()

@@ -13,7 +13,8 @@ void reset_seams();
 void set_frontend_ready(bool ready);
 void set_update_forced(bool forced);
 
-// Called inside show_dock; may throw.
+// Called inside show_dock and load_update_dismissal; may throw.
 void on_show_dock(std::function<void()> action);
+void on_load_update_dismissal(std::function<void()> action);
 
 } // namespace kalvio::test

@@ -196,6 +196,13 @@ TEST_F(EntryPoints, LoadSucceedsWithoutABundleAndWithAnEngineThatCannotBeMade)
 	EXPECT_EQ(call_journal().calls(CallOrigin::Engine), Calls());
 }
 
+TEST_F(EntryPoints, LoadRegistersTheFilterAlsoWhenTheDismissalCannotBeRead)
+{
+	on_load_update_dismissal([] { throw std::bad_alloc(); });
+	EXPECT_TRUE(obs_module_load());
+	EXPECT_EQ(host_double().registrations().size(), 1u);
+}
+
 TEST_F(EntryPoints, PostLoadStartsTheDockAndNothingElse)
 {
 	obs_module_load();
