@@ -70,6 +70,8 @@ mingw_host_data() {
 		x86_64-w64-mingw32-gcc-posix -O2 -w -D_WIN32_WINNT=0x0A00 -DUNICODE -D_UNICODE -DHAVE_OBSCONFIG_H
 		# MSVC's exceptions of the system, which nothing here is to rely on.
 		'-D__try=if(1)' '-D__except(filter)=else'
+		# MSVC's own way to read a volatile.
+		'-D__iso_volatile_load32(place)=(*(place))' '-D__iso_volatile_load8(place)=(*(place))'
 		"-I$objects" "-I$sources" "-I$2/deps/libcaption" "-I$headers" "-I$folder/jansson/include"
 	)
 	mkdir -p "$objects" "$folder/bin"

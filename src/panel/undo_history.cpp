@@ -64,7 +64,7 @@ std::vector<FilterState> read_after(std::vector<FilterState> &before)
 
 std::string filter_reference(uint64_t id, const std::string &uuid)
 {
-	return "\"id\":" + std::to_string(id) + ",\"uuid\":\"" + uuid + "\"";
+	return R"("id":)" + std::to_string(id) + R"(,"uuid":")" + uuid + '"';
 }
 
 std::string selection_json(const PanelSelection &selection)
