@@ -63,16 +63,14 @@ std::map<fs::path, fs::file_time_type> files_below(const fs::path &folder)
 // that kind; a main window, and a camera that shows skin.
 class WholeModule : public testing::Test {
 protected:
-	WholeModule()
-	{
-		set_config_folder(config_folder_);
-		camera_.picture = solid_picture(64, 36, {180, 120, 100, 255});
-	}
+	WholeModule() { set_config_folder(config_folder_); }
 
 	// The host's start, up to where it has loaded everything and its event loop runs.
 	void start(const char *language = "en-US")
 	{
 		host_double().reset();
+		camera_.emplace("Camera");
+		camera_->picture = solid_picture(64, 36, {180, 120, 100, 255});
 		host_double().set_data_folder(KALVIO_TEST_PROGRAM_FOLDER "/data");
 		frontend_ = std::make_unique<FrontendDouble>();
 		frontend_->locale = language;
@@ -89,16 +87,19 @@ protected:
 	void add_filter()
 	{
 		filter_.emplace("Kalvio");
-		filter_->put_on(camera_);
+		filter_->put_on(*camera_);
 		filter_->create_filter(host_double().registrations().at(0).info);
 		poll();
 	}
 
 	void quit()
 	{
-		if (filter_)
+		if (filter_) {
+			filter_->remove_from_source();
 			filter_->destroy_filter();
+		}
 		filter_.reset();
+		camera_.reset();
 		frontend_->send(OBS_FRONTEND_EVENT_EXIT);
 		frontend_->delete_window();
 		module().function<void()>("obs_module_unload")();
@@ -116,9 +117,10 @@ protected:
 		filter_->update(changes);
 	}
 
-	// What the filter puts in the camera's place.
+	// What the filter puts in the camera's place, after a tick of the host.
 	Picture render()
 	{
+		filter_->tick();
 		const std::vector<Drawn> drawn =
 			host_double().render([this] { filter_->info.video_render(filter_->data, nullptr); });
 		return drawn.size() == 1 ? drawn[0].picture : Picture();
@@ -150,10 +152,10 @@ protected:
 	ScratchFolder scratch_;
 	const std::string config_folder_ =
 		scratch_.file("J\xC3\xBCrgen \xE5\xA4\xAA\xE9\x83\x8E/plugin_config/obs-kalvio");
-	FakeSource camera_{"Camera"};
+	std::optional<FakeSource> camera_;
 	std::unique_ptr<FrontendDouble> frontend_;
 	std::optional<FakeSource> filter_;
-	AllocationCheck allocations_; // from here on: the camera stays
+	AllocationCheck allocations_;
 };
 
 TEST_F(WholeModule, LoadsWithTheEngineBesideIt)
@@ -185,10 +187,10 @@ TEST_F(WholeModule, ProcessesFramesOnlyWhenSomethingIsChosen)
 {
 	start();
 	add_filter();
-	EXPECT_EQ(render(), camera_.picture);
+	EXPECT_EQ(render(), camera_->picture);
 	choose("whitening", 1.0);
 	const Picture brighter = render();
-	EXPECT_GT(brighter.at(32, 18)[1], camera_.picture.at(32, 18)[1] + 5);
+	EXPECT_GT(brighter.at(32, 18)[1], camera_->picture.at(32, 18)[1] + 5);
 	EXPECT_EQ(brighter.at(32, 18)[3], 255);
 	quit();
 }
