@@ -114,6 +114,7 @@ std::vector<std::string> registered_filter_names()
 	References held;
 	Registry &list = registry();
 	const std::lock_guard lock(list.mutex);
+	held.reserve(list.filters.size());
 	std::vector<std::string> names;
 	names.reserve(list.filters.size());
 	for (const Entry &entry : list.filters)
@@ -126,6 +127,7 @@ void list_registered_filters(std::vector<RegisteredFilter> &filters)
 	References held;
 	Registry &list = registry();
 	const std::lock_guard lock(list.mutex);
+	held.reserve(list.filters.size());
 	filters.resize(list.filters.size());
 	for (size_t index = 0; index < filters.size(); ++index) {
 		filters[index].id = list.filters[index].id;
@@ -138,6 +140,7 @@ bool are_registered_filters(const std::vector<RegisteredFilter> &filters)
 	References held;
 	Registry &list = registry();
 	const std::lock_guard lock(list.mutex);
+	held.reserve(list.filters.size());
 	return std::ranges::equal(list.filters, filters, [&held](const Entry &entry, const RegisteredFilter &known) {
 		return entry.id == known.id && known.name == display_name(entry.source, held);
 	});
