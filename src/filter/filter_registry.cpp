@@ -25,6 +25,7 @@ struct Registry {
 	std::mutex mutex;
 	std::vector<Entry> filters;
 	uint64_t last_id = 0;
+	std::vector<OBSSourceAutoRelease> spare; // empty; memory that the next listing uses again
 };
 
 Registry &registry()
@@ -77,16 +78,38 @@ const char *name_of(obs_source_t *source)
 }
 
 // References that are released when the registry is unlocked again: the last one to a source destroys it, and its
-// filters then leave the registry.
-using References = std::vector<OBSSourceAutoRelease>;
+// filters then leave the registry. Make it before the registry is locked.
+class References {
+public:
+	References()
+	{
+		const std::lock_guard lock(registry().mutex);
+		sources_.swap(registry().spare);
+	}
+	~References()
+	{
+		sources_.clear();
+		const std::lock_guard lock(registry().mutex);
+		sources_.swap(registry().spare);
+	}
+	References(const References &) = delete;
+	References &operator=(const References &) = delete;
+
+	// Null when `source` is null or going away.
+	obs_source_t *hold(obs_source_t *source)
+	{
+		return sources_.emplace_back(source ? obs_source_get_ref(source) : nullptr);
+	}
+
+private:
+	std::vector<OBSSourceAutoRelease> sources_;
+};
 
 // The name of the source that the filter sits on, else its own. Another thread may remove the filter from that source
 // and free it: `held` keeps it. The text belongs to the host; good for as long as the registry is locked.
 const char *display_name(obs_source_t *filter, References &held)
 {
-	obs_source_t *parent = obs_filter_get_parent(filter);
-	held.emplace_back(parent ? obs_source_get_ref(parent) : nullptr);
-	const char *name = name_of(held.back());
+	const char *name = name_of(held.hold(obs_filter_get_parent(filter)));
 	return *name ? name : name_of(filter);
 }
 
@@ -114,7 +137,6 @@ std::vector<std::string> registered_filter_names()
 	References held;
 	Registry &list = registry();
 	const std::lock_guard lock(list.mutex);
-	held.reserve(list.filters.size());
 	std::vector<std::string> names;
 	names.reserve(list.filters.size());
 	for (const Entry &entry : list.filters)
@@ -127,7 +149,6 @@ void list_registered_filters(std::vector<RegisteredFilter> &filters)
 	References held;
 	Registry &list = registry();
 	const std::lock_guard lock(list.mutex);
-	held.reserve(list.filters.size());
 	filters.resize(list.filters.size());
 	for (size_t index = 0; index < filters.size(); ++index) {
 		filters[index].id = list.filters[index].id;
@@ -140,7 +161,6 @@ bool are_registered_filters(const std::vector<RegisteredFilter> &filters)
 	References held;
 	Registry &list = registry();
 	const std::lock_guard lock(list.mutex);
-	held.reserve(list.filters.size());
 	return std::ranges::equal(list.filters, filters, [&held](const Entry &entry, const RegisteredFilter &known) {
 		return entry.id == known.id && known.name == display_name(entry.source, held);
 	});
