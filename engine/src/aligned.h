@@ -9,12 +9,13 @@
 
 namespace kalvio::engine {
 
-// A block of plain numbers, aligned for the widest vectors. Its content is undefined after `require` made it larger.
+// A block of plain numbers, aligned for the widest vectors. Its content is undefined after `ensure_capacity` made it
+// larger.
 template <typename Number>
 class Aligned {
 public:
 	// At least `count` numbers. Memory is only taken when more is needed than ever before.
-	Number *require(size_t count)
+	Number *ensure_capacity(size_t count)
 	{
 		if (count > capacity_) {
 			numbers_ = nullptr;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 
 // Effects that are loaded from files.
-#include "call.h"
+#include "guarded_call.h"
 
 #include <utility>
 
@@ -9,28 +9,27 @@ using namespace kalvio::engine;
 
 namespace {
 
-using StickerLoader = ReadResult (*)(const char *path, Sticker &sticker);
-
-int32_t load_into(std::optional<Sticker> Effects::*place, StickerLoader load, const char *what, kl_engine *engine,
-		  const char *path)
+// Loads an effect with `load` and puts it in its place; `use` does what else that means for the engine's effects.
+template <typename Effect, typename Use>
+int32_t load_effect(kl_engine *engine, const char *what, const char *path,
+		    ReadResult (*load)(const char *path, Effect &effect), Use use)
 {
-	return call(engine, [=](kl_engine &self) -> int32_t {
+	return guarded_call(engine, [=](kl_engine &self) -> int32_t {
 		if (path == nullptr)
 			return KL_ERROR_INVALID_ARGUMENT;
-		Sticker sticker;
-		if (const ReadResult result = load(path, sticker); !result)
+		Effect effect;
+		if (const ReadResult result = load(path, effect); !result)
 			return self.report_failed_load(what, path, result.status, result.reason);
-		self.effects.*place = std::move(sticker);
-		if (place == &Effects::sticker)
-			self.effects.sticker_start_us.reset();
+		use(self.effects, std::move(effect));
 		self.log->write(LogLevel::Information, "engine %d: %s %s loaded", self.number, what, path);
 		return KL_OK;
 	});
 }
 
-int32_t clear(std::optional<Sticker> Effects::*place, kl_engine *engine)
+template <typename Effect>
+int32_t clear_effect(kl_engine *engine, std::optional<Effect> Effects::*place)
 {
-	return call(engine, [=](kl_engine &self) -> int32_t {
+	return guarded_call(engine, [=](kl_engine &self) -> int32_t {
 		(self.effects.*place).reset();
 		return KL_OK;
 	});
@@ -42,22 +41,15 @@ extern "C" {
 
 int32_t kl_set_filter(kl_engine *engine, const char *path)
 {
-	return call(engine, [=](kl_engine &self) -> int32_t {
-		if (path == nullptr)
-			return KL_ERROR_INVALID_ARGUMENT;
-		ColorLattice lattice;
-		if (const ReadResult result = load_color_lattice(path, lattice); !result)
-			return self.report_failed_load("filter", path, result.status, result.reason);
-		self.effects.filter = std::move(lattice);
-		self.effects.lookup_intensity = -1;
-		self.log->write(LogLevel::Information, "engine %d: filter %s loaded", self.number, path);
-		return KL_OK;
+	return load_effect<Lut3d>(engine, "filter", path, load_lut3d, [](Effects &effects, Lut3d lut) {
+		effects.filter = std::move(lut);
+		effects.lookup_intensity = -1;
 	});
 }
 
 int32_t kl_clear_filter(kl_engine *engine)
 {
-	return call(engine, [](kl_engine &self) -> int32_t {
+	return guarded_call(engine, [](kl_engine &self) -> int32_t {
 		self.effects.filter.reset();
 		self.effects.lookup.clear();
 		self.effects.lookup_intensity = -1;
@@ -67,27 +59,32 @@ int32_t kl_clear_filter(kl_engine *engine)
 
 int32_t kl_set_sticker(kl_engine *engine, const char *path)
 {
-	return load_into(&Effects::sticker, load_sticker, "sticker", engine, path);
+	return load_effect<Sticker>(engine, "sticker", path, load_sticker, [](Effects &effects, Sticker sticker) {
+		effects.sticker = std::move(sticker);
+		effects.sticker_start_us.reset();
+	});
 }
 
 int32_t kl_set_3d_sticker(kl_engine *engine, const char *path)
 {
-	return load_into(&Effects::sticker_3d, load_3d_sticker, "3D sticker", engine, path);
+	return load_effect<Sticker3d>(
+		engine, "3D sticker", path, load_3d_sticker,
+		[](Effects &effects, Sticker3d sticker) { effects.sticker_3d = std::move(sticker); });
 }
 
 int32_t kl_clear_sticker(kl_engine *engine)
 {
-	return clear(&Effects::sticker, engine);
+	return clear_effect(engine, &Effects::sticker);
 }
 
 int32_t kl_clear_3d_sticker(kl_engine *engine)
 {
-	return clear(&Effects::sticker_3d, engine);
+	return clear_effect(engine, &Effects::sticker_3d);
 }
 
 int32_t kl_set_virtual_background(kl_engine *engine, const char *path)
 {
-	return call(engine, [=](kl_engine &self) -> int32_t {
+	return guarded_call(engine, [=](kl_engine &self) -> int32_t {
 		if (path == nullptr)
 			return KL_ERROR_INVALID_ARGUMENT;
 		ImageFile file;
@@ -100,7 +97,7 @@ int32_t kl_set_virtual_background(kl_engine *engine, const char *path)
 
 int32_t kl_set_virtual_background_blur(kl_engine *engine, float strength)
 {
-	return call(engine, [=](kl_engine &self) -> int32_t {
+	return guarded_call(engine, [=](kl_engine &self) -> int32_t {
 		const std::optional<float> clamped = finite_in_range(strength, 0.0F, 1.0F);
 		if (!clamped)
 			return KL_ERROR_INVALID_ARGUMENT;
@@ -114,7 +111,7 @@ int32_t kl_set_virtual_background_blur(kl_engine *engine, float strength)
 
 int32_t kl_clear_virtual_background(kl_engine *engine)
 {
-	return call(engine, [](kl_engine &self) -> int32_t {
+	return guarded_call(engine, [](kl_engine &self) -> int32_t {
 		self.abandon_background_load();
 		self.clear_background();
 		return KL_OK;
@@ -123,7 +120,7 @@ int32_t kl_clear_virtual_background(kl_engine *engine)
 
 int32_t kl_wait_for_loads(kl_engine *engine, int32_t timeout_ms)
 {
-	return call(engine, [=](kl_engine &self) -> int32_t {
+	return guarded_call(engine, [=](kl_engine &self) -> int32_t {
 		if (timeout_ms < 0)
 			return KL_ERROR_INVALID_ARGUMENT;
 		if (!self.background_load || self.background_load->wait(std::chrono::milliseconds(timeout_ms)))

@@ -2,7 +2,8 @@
 
 // Creation, events, frames and the end.
 #include "bundle.h"
-#include "call.h"
+#include "frame.h"
+#include "guarded_call.h"
 #include "pipeline.h"
 
 #include <hwy/targets.h>
@@ -40,6 +41,19 @@ bool is_valid_frame(const Frame &frame, int32_t pixel_format, int32_t flags)
 
 extern "C" {
 
+int32_t kl_get_api_version(void)
+{
+	return KL_API_VERSION;
+}
+
+int32_t kl_get_capabilities(kl_engine *engine)
+{
+	return guarded_call(engine, [](const kl_engine &called) -> int32_t {
+		constexpr int32_t with_nets = KL_CAPABILITY_FACES | KL_CAPABILITY_PERSON_MATTE | KL_CAPABILITY_BODY;
+		return called.nets->is_complete() ? with_nets : 0;
+	});
+}
+
 int32_t kl_set_log_config(const kl_log_config *config)
 {
 	if (config == nullptr)
@@ -70,7 +84,7 @@ kl_engine *kl_engine_create(const kl_engine_config *config)
 				   result.reason.c_str());
 			return nullptr;
 		}
-		auto engine = std::make_unique<kl_engine>(log);
+		auto engine = std::make_unique<kl_engine>(log, shared_nets(resources));
 		log->write(LogLevel::Information, "engine %d: created for %s with %s (%s)", engine->number,
 			   config->application_id != nullptr ? config->application_id : "", config->resource_path,
 			   resources.name().c_str());
@@ -82,7 +96,7 @@ kl_engine *kl_engine_create(const kl_engine_config *config)
 
 int32_t kl_engine_set_event_callback(kl_engine *engine, kl_event_callback callback, void *user_data)
 {
-	return call(engine, [=](kl_engine &self) -> int32_t {
+	return guarded_call(engine, [=](kl_engine &self) -> int32_t {
 		self.events->set(callback, user_data);
 		return KL_OK;
 	});
@@ -92,7 +106,7 @@ void kl_engine_destroy(kl_engine *engine)
 {
 	if (engine == nullptr)
 		return;
-	// A call that runs by mistake on another thread is let out first. It ends within one frame.
+	// Wait for a call that is still running on another thread, against the rules. It ends within one frame.
 	while (engine->busy.test_and_set(std::memory_order_acquire))
 		std::this_thread::yield();
 	engine->log->write(LogLevel::Information, "engine %d: destroyed", engine->number);
@@ -102,7 +116,7 @@ void kl_engine_destroy(kl_engine *engine)
 int32_t kl_process_rgba(kl_engine *engine, const uint8_t *input, int32_t width, int32_t height, int32_t stride_bytes,
 			uint8_t *output, int32_t pixel_format, int32_t flags)
 {
-	return call(engine, [=](kl_engine &self) -> int32_t {
+	return guarded_call(engine, [=](kl_engine &self) -> int32_t {
 		const Frame frame = {input, output, width, height, stride_bytes};
 		if (!is_valid_frame(frame, pixel_format, flags))
 			return KL_ERROR_INVALID_ARGUMENT;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "event_receiver.h"
+#include "image_reader.h"
 #include "log.h"
 #include "stages/background_picture.h"
 

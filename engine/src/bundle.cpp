@@ -1,24 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "bundle.h"
 
+#include "file_reader.h"
+
 #include <nlohmann/json.hpp>
 #include <zip.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace kalvio::engine {
 
 namespace {
-
-ReadResult bad_file(std::string reason)
-{
-	return {KL_ERROR_FILE, std::move(reason)};
-}
-
-ReadResult bad_format(std::string reason)
-{
-	return {KL_ERROR_FORMAT, std::move(reason)};
-}
 
 // Payload names are plain relative paths: nothing that could mean another place if a person unpacked the bundle.
 bool is_plain_name(const std::string &name)
@@ -56,31 +49,21 @@ struct EntryFileCloser {
 };
 using EntryFile = std::unique_ptr<zip_file_t, EntryFileCloser>;
 
+// Of arrays and objects in one another; ours have 4.
+constexpr int max_manifest_depth = 32;
+
+// Empties a value from its leaves on. The library's destructor takes memory for each array and object that is not
+// empty, and ends the process where there is none. The depth is at most max_manifest_depth.
+void empty(nlohmann::json &value) // NOLINT(misc-no-recursion)
+{
+	if (!value.is_structured())
+		return;
+	for (nlohmann::json &child : value)
+		empty(child);
+	value.clear();
+}
+
 } // namespace
-
-ReadResult open_file(const char *path, int64_t max_bytes, platform::File &file, int64_t &size)
-{
-	file = platform::open_regular_file(path, size);
-	if (!file)
-		return bad_file("missing, unreadable or no regular file");
-	if (size == 0)
-		return bad_format("the file is empty");
-	if (size > max_bytes)
-		return bad_format("the file is larger than " + std::to_string(max_bytes) + " bytes");
-	return {};
-}
-
-ReadResult read_file(const char *path, int64_t max_bytes, Bytes &bytes)
-{
-	platform::File file;
-	int64_t size = 0;
-	if (ReadResult result = open_file(path, max_bytes, file, size); !result)
-		return result;
-	bytes.resize(static_cast<size_t>(size));
-	if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size())
-		return bad_file("the file could not be read to its end");
-	return {};
-}
 
 struct Bundle::Archive {
 	Bytes bytes; // what the handle reads from; declared first, so that it outlives it
@@ -95,6 +78,12 @@ struct Bundle::Archive {
 			zip_discard(handle);
 	}
 };
+
+void Bundle::ManifestDeleter::operator()(nlohmann::json *manifest) const
+{
+	empty(*manifest);
+	delete manifest;
+}
 
 Bundle::Bundle() = default;
 Bundle::~Bundle() = default;
@@ -178,14 +167,20 @@ ReadResult Bundle::check_manifest(const char *kind)
 	if (ReadResult result = read(entry->first, text); !result)
 		return result;
 
-	manifest_ = std::make_unique<nlohmann::json>(
-		nlohmann::json::parse(text.begin(), text.end(), nullptr, /*allow_exceptions=*/false));
-	if (!manifest_->is_object())
+	bool too_deep = false;
+	const auto keep = [&](int depth, nlohmann::json::parse_event_t, const nlohmann::json &) {
+		too_deep = too_deep || depth > max_manifest_depth;
+		return !too_deep;
+	};
+	manifest_.reset(
+		new nlohmann::json(nlohmann::json::parse(text.begin(), text.end(), keep, /*allow_exceptions=*/false)));
+	if (too_deep || !manifest_->is_object())
 		return bad_format("manifest.json is no JSON object");
 	const auto kind_value = manifest_->find("kind");
 	const auto version_value = manifest_->find("format_version");
 	const auto name_value = manifest_->find("name");
-	if (kind_value == manifest_->end() || !kind_value->is_string() || *kind_value != kind)
+	if (kind_value == manifest_->end() || !kind_value->is_string() ||
+	    kind_value->get_ref<const std::string &>() != kind)
 		return bad_format(std::string("it is no bundle of the kind \"") + kind + "\"");
 	if (version_value == manifest_->end() || !version_value->is_number_integer() ||
 	    *version_value != bundle_format_version)

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "kalvio_engine.h"
-#include "platform.h"
+#include "read_result.h"
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -10,12 +9,9 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 // The ".kld" container: a ZIP archive with "manifest.json" and payload files (docs/bundle-format.md).
 namespace kalvio::engine {
-
-using Bytes = std::vector<uint8_t>;
 
 // Checked before anything of that size is allocated. Generous for what we ship, small for a hostile file.
 struct BundleLimits {
@@ -28,20 +24,6 @@ struct BundleLimits {
 };
 
 inline constexpr int bundle_format_version = 1;
-
-// An outcome of reading: KL_OK, KL_ERROR_FILE or KL_ERROR_FORMAT, and for people what was wrong.
-struct ReadResult {
-	int32_t status = KL_OK;
-	std::string reason;
-
-	explicit operator bool() const { return status == KL_OK; }
-};
-
-// Opens a regular file of 1..`max_bytes` bytes; `size` receives its length.
-ReadResult open_file(const char *path, int64_t max_bytes, platform::File &file, int64_t &size);
-
-// Reads a whole regular file of at most `max_bytes`.
-ReadResult read_file(const char *path, int64_t max_bytes, Bytes &bytes);
 
 // An opened bundle, held in memory whole: nothing is read from the file after open. One thread.
 class Bundle {
@@ -58,6 +40,9 @@ public:
 	const std::string &name() const { return name_; }
 	const nlohmann::json &manifest() const { return *manifest_; }
 
+	// Whether it holds a file of this name.
+	bool contains(const std::string &entry) const { return entries_.count(entry) != 0; }
+
 	// The content of one payload file; KL_ERROR_FORMAT when it is missing or damaged.
 	ReadResult read(const std::string &entry, Bytes &content) const;
 
@@ -66,13 +51,16 @@ private:
 	ReadResult check_manifest(const char *kind);
 
 	struct Archive;
+	struct ManifestDeleter {
+		void operator()(nlohmann::json *manifest) const;
+	};
 	struct Entry {
 		uint64_t index;
 		uint64_t bytes;
 	};
 	std::unique_ptr<Archive> archive_;
 	std::map<std::string, Entry> entries_;
-	std::unique_ptr<nlohmann::json> manifest_;
+	std::unique_ptr<nlohmann::json, ManifestDeleter> manifest_;
 	std::string name_;
 };
 

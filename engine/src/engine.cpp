@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "engine.h"
 
-#include <chrono>
+#include "steady_clock.h"
+
 #include <utility>
 
 using namespace kalvio::engine;
@@ -14,18 +15,17 @@ int next_engine_number()
 	return ++last;
 }
 
-int64_t steady_clock_us()
-{
-	using namespace std::chrono;
-	return duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
 } // namespace
 
-kl_engine::kl_engine(std::shared_ptr<Log> engine_log)
-	: number(next_engine_number()), log(std::move(engine_log)), pool(Pool::acquire()), loader(Loader::acquire()),
-	  events(std::make_shared<EventReceiver>()), clock_us(steady_clock_us)
+kl_engine::kl_engine(std::shared_ptr<Log> engine_log, std::shared_ptr<const NetLibrary> net_library)
+	: number(next_engine_number()), log(std::move(engine_log)), nets(std::move(net_library)), pool(Pool::acquire()),
+	  loader(Loader::acquire()), events(std::make_shared<EventReceiver>()), clock_us(steady_clock_us)
 {
+	if (nets->is_complete())
+		return;
+	log->write(LogLevel::Warning, "engine %d: face effects and the portrait cut-out are off: %s", number,
+		   nets->reason.c_str());
+	events->keep(Event::ResourceFailed, "face effects and the portrait cut-out are off: " + nets->reason);
 }
 
 // The loader's thread is waited for by the last engine alone, and then for an abandoned load, which ends soon.

@@ -11,7 +11,15 @@ void EventReceiver::set(kl_event_callback callback, void *user_data)
 	if (callback_ != nullptr && ready_is_due_) {
 		ready_is_due_ = false;
 		emit(Event::Ready, "engine ready");
+		for (const auto &[event, message] : std::exchange(kept_, {}))
+			emit(event, message);
 	}
+}
+
+void EventReceiver::keep(Event event, const std::string &message)
+{
+	const std::lock_guard lock(mutex_);
+	kept_.emplace_back(event, message);
 }
 
 void EventReceiver::emit(Event event, const std::string &message)

@@ -5,6 +5,8 @@
 
 #include <mutex>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace kalvio::engine {
 
@@ -25,6 +27,9 @@ public:
 	// Without a callback the event is lost.
 	void emit(Event event, const std::string &message);
 
+	// What occurred before there could be a callback; the first one learns it.
+	void keep(Event event, const std::string &message);
+
 	// No event is delivered afterwards.
 	void close();
 
@@ -37,6 +42,7 @@ private:
 	kl_event_callback callback_ = nullptr;
 	void *user_data_ = nullptr;
 	bool ready_is_due_ = true;
+	std::vector<std::pair<Event, std::string>> kept_;
 };
 
 } // namespace kalvio::engine

@@ -7,15 +7,15 @@
 
 namespace kalvio::engine {
 
-int FrameTimes::class_of(int64_t microseconds)
+int FrameTimes::bucket_of(int64_t microseconds)
 {
 	const double octaves = std::log2(static_cast<double>(std::max<int64_t>(microseconds, 1)));
-	return std::min(static_cast<int>(octaves * classes_an_octave), classes - 1);
+	return std::min(static_cast<int>(octaves * buckets_per_octave), buckets - 1);
 }
 
 int64_t FrameTimes::middle_of(int index)
 {
-	return std::llround(std::exp2((index + 0.5) / classes_an_octave));
+	return std::llround(std::exp2((index + 0.5) / buckets_per_octave));
 }
 
 bool FrameTimes::add(const Times &times, int64_t now_us)
@@ -23,7 +23,7 @@ bool FrameTimes::add(const Times &times, int64_t now_us)
 	if (started_us_ < 0)
 		started_us_ = now_us;
 	for (size_t stage = 0; stage < stage_count; ++stage)
-		++counts_[stage][static_cast<size_t>(class_of(times[stage]))];
+		++counts_[stage][static_cast<size_t>(bucket_of(times[stage]))];
 	++frames_;
 	if (now_us - started_us_ < report_interval_us)
 		return false;
@@ -37,7 +37,7 @@ FrameTimes::Report FrameTimes::report()
 	for (size_t stage = 0; stage < stage_count; ++stage) {
 		int seen = 0;
 		int index = 0;
-		while (index < classes - 1 &&
+		while (index < buckets - 1 &&
 		       (seen += static_cast<int>(counts_[stage][static_cast<size_t>(index)])) * 2 < frames_)
 			++index;
 		result.medians[stage] = middle_of(index);

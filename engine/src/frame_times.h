@@ -7,13 +7,13 @@
 
 namespace kalvio::engine {
 
-// What an engine's frames cost, stage by stage, told once a minute at most: medians, so that one slow frame does not
-// colour them.
+// Median times of an engine's frames per stage, reported at most once per minute. Medians, so that a single slow frame
+// does not show.
 class FrameTimes {
 public:
 	enum Stage { Measure, Rows, Whole, stage_count };
 
-	// A thirtieth of a second: beyond it a 30 frames a second source cannot be kept up with.
+	// Above it, a source of 30 frames per second loses frames.
 	static constexpr int64_t frame_budget_us = 33333;
 	static constexpr int64_t report_interval_us = 60'000'000;
 
@@ -33,14 +33,14 @@ public:
 	Report report();
 
 private:
-	// Times fall into classes an eighth of an octave wide: a fixed record for any number of frames.
-	static constexpr int classes_an_octave = 8;
-	static constexpr int classes = 24 * classes_an_octave;
+	// Times fall into buckets an eighth of an octave wide: a fixed record for any number of frames.
+	static constexpr int buckets_per_octave = 8;
+	static constexpr int buckets = 24 * buckets_per_octave;
 
-	static int class_of(int64_t microseconds);
+	static int bucket_of(int64_t microseconds);
 	static int64_t middle_of(int index);
 
-	std::array<std::array<uint32_t, classes>, stage_count> counts_ = {};
+	std::array<std::array<uint32_t, buckets>, stage_count> counts_ = {};
 	int frames_ = 0;
 	int64_t started_us_ = -1;
 };

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "decode_control.h"
 #include "image.h"
+#include "read_result.h"
 
 namespace kalvio::engine {
 

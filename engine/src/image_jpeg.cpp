@@ -37,7 +37,7 @@ ErrorManager &errors_of(j_common_ptr decoder)
 	std::longjmp(errors_of(decoder).jump, 1);
 }
 
-// A truncated picture is reported as a warning and filled with grey: for a background that is damage enough.
+// A truncated picture is reported as a warning and filled with gray: for a background that is damage enough.
 void treat_warning_as_error(j_common_ptr decoder, int level)
 {
 	if (level < 0)
@@ -60,13 +60,13 @@ void watch(j_common_ptr decoder)
 }
 
 // A decompressor of the library, freed however the decoding ends.
-struct Decoder {
+struct JpegDecoder {
 	jpeg_decompress_struct handle = {};
 	ErrorManager errors = {};
 	Progress progress = {};
 	int orientation = 1; // 1..8, as Exif counts them
 
-	explicit Decoder(const DecodeControl &control)
+	explicit JpegDecoder(const DecodeControl &control)
 	{
 		handle.err = jpeg_std_error(&errors.base);
 		errors.base.error_exit = fail;
@@ -76,9 +76,9 @@ struct Decoder {
 		progress.base.progress_monitor = watch;
 		progress.control = &control;
 	}
-	~Decoder() { jpeg_destroy_decompress(&handle); } // also of one that was never made: then it does nothing
-	Decoder(const Decoder &) = delete;
-	Decoder &operator=(const Decoder &) = delete;
+	~JpegDecoder() { jpeg_destroy_decompress(&handle); } // also of one that was never made: then it does nothing
+	JpegDecoder(const JpegDecoder &) = delete;
+	JpegDecoder &operator=(const JpegDecoder &) = delete;
 };
 
 // The orientation 1..8 out of an Exif segment, 1 when it says none.
@@ -150,7 +150,7 @@ int orientation_of(const jpeg_decompress_struct &decoder)
 
 // The eighths of its size at which a picture still covers as many pixels as asked for. All eight give the same bytes as
 // a decoder that knows no scaling.
-unsigned eighths_needed(const Decoder &decoder, const DecodeControl &control)
+unsigned eighths_needed(const JpegDecoder &decoder, const DecodeControl &control)
 {
 	const bool turned = decoder.orientation >= 5;
 	const int64_t width = turned ? decoder.handle.image_height : decoder.handle.image_width;
@@ -164,9 +164,9 @@ unsigned eighths_needed(const Decoder &decoder, const DecodeControl &control)
 	return eighths;
 }
 
-// setjmp lives here, among plain values only: what has a destructor belongs to the caller. False: errors.reason says
+// No objects with destructors in this frame: longjmp skips them. False: errors.reason says
 // why.
-bool decode(Decoder &owner, const Bytes &bytes, Image &image, const DecodeControl &control)
+bool decode(JpegDecoder &owner, const Bytes &bytes, Image &image, const DecodeControl &control)
 {
 	constexpr int exif_marker = JPEG_APP0 + 1;
 	jpeg_decompress_struct &decoder = owner.handle;
@@ -202,7 +202,7 @@ bool decode(Decoder &owner, const Bytes &bytes, Image &image, const DecodeContro
 
 ReadResult decode_jpeg(const Bytes &bytes, Image &image, const DecodeControl &control)
 {
-	Decoder decoder(control);
+	JpegDecoder decoder(control);
 	if (!decode(decoder, bytes, image, control)) {
 		if (decoder.errors.base.msg_code == JERR_OUT_OF_MEMORY)
 			return {KL_ERROR_OUT_OF_MEMORY, "out of memory"};

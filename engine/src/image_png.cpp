@@ -11,7 +11,7 @@ namespace kalvio::engine {
 
 namespace {
 
-struct Reader {
+struct PngReader {
 	const Bytes *bytes;
 	size_t position;
 	const DecodeControl *control;
@@ -19,19 +19,19 @@ struct Reader {
 };
 
 // The library's handles, freed however the decoding ends.
-struct Decoder {
+struct PngDecoder {
 	png_structp png = nullptr;
 	png_infop information = nullptr;
 
-	Decoder() = default;
-	~Decoder() { png_destroy_read_struct(&png, &information, nullptr); }
-	Decoder(const Decoder &) = delete;
-	Decoder &operator=(const Decoder &) = delete;
+	PngDecoder() = default;
+	~PngDecoder() { png_destroy_read_struct(&png, &information, nullptr); }
+	PngDecoder(const PngDecoder &) = delete;
+	PngDecoder &operator=(const PngDecoder &) = delete;
 };
 
 void stop_if_asked(png_structp png)
 {
-	auto *reader = static_cast<Reader *>(png_get_io_ptr(png));
+	auto *reader = static_cast<PngReader *>(png_get_io_ptr(png));
 	if (const char *reason = reader->control->reason_to_stop(); reason != nullptr) {
 		reader->reason = reason;
 		png_longjmp(png, 1);
@@ -41,7 +41,7 @@ void stop_if_asked(png_structp png)
 void read_bytes(png_structp png, png_bytep out, size_t count)
 {
 	stop_if_asked(png);
-	auto *reader = static_cast<Reader *>(png_get_io_ptr(png));
+	auto *reader = static_cast<PngReader *>(png_get_io_ptr(png));
 	if (count > reader->bytes->size() - reader->position)
 		png_error(png, "truncated");
 	std::memcpy(out, reader->bytes->data() + reader->position, count);
@@ -58,10 +58,10 @@ void ignore_warning(png_structp, png_const_charp) {}
 // Everything becomes 8-bit RGBA. The number of passes over the picture is returned.
 int request_rgba(png_structp png, png_infop information)
 {
-	const int colour = png_get_color_type(png, information);
+	const int color = png_get_color_type(png, information);
 	png_set_expand(png);
 	png_set_scale_16(png);
-	if (colour == PNG_COLOR_TYPE_GRAY || colour == PNG_COLOR_TYPE_GRAY_ALPHA)
+	if (color == PNG_COLOR_TYPE_GRAY || color == PNG_COLOR_TYPE_GRAY_ALPHA)
 		png_set_gray_to_rgb(png);
 	png_set_add_alpha(png, 0xFF, PNG_FILLER_AFTER);
 	const int passes = png_set_interlace_handling(png);
@@ -69,9 +69,9 @@ int request_rgba(png_structp png, png_infop information)
 	return passes;
 }
 
-// setjmp lives here, among plain values only: what has a destructor belongs to the caller. False: reader.reason says
+// No objects with destructors in this frame: longjmp skips them. False: reader.reason says
 // why.
-bool decode(const Decoder &decoder, Reader &reader, Image &image)
+bool decode(const PngDecoder &decoder, PngReader &reader, Image &image)
 {
 	png_structp png = decoder.png;
 	if (setjmp(png_jmpbuf(png)))
@@ -102,8 +102,8 @@ bool decode(const Decoder &decoder, Reader &reader, Image &image)
 
 ReadResult decode_png(const Bytes &bytes, Image &image, const DecodeControl &control)
 {
-	Reader reader = {&bytes, 0, &control, damaged_png};
-	Decoder decoder;
+	PngReader reader = {&bytes, 0, &control, damaged_png};
+	PngDecoder decoder;
 	decoder.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, fail, ignore_warning);
 	if (decoder.png != nullptr)
 		decoder.information = png_create_info_struct(decoder.png);
@@ -111,7 +111,7 @@ ReadResult decode_png(const Bytes &bytes, Image &image, const DecodeControl &con
 		return {KL_ERROR_OUT_OF_MEMORY, "no memory for a PNG picture"};
 	png_set_read_fn(decoder.png, &reader, read_bytes);
 	png_set_user_limits(decoder.png, max_image_side, max_image_side);
-	// Text and colour-profile chunks are not used and may unpack to anything.
+	// Text and color-profile chunks are not used and may unpack to anything.
 	png_set_chunk_malloc_max(decoder.png, 8 << 20);
 	return decode(decoder, reader, image) ? ReadResult{} : image_error(reader.reason);
 }

@@ -8,14 +8,14 @@ namespace kalvio::engine {
 
 namespace {
 
-struct Shared {
+struct SharedLoader {
 	std::mutex mutex;
 	std::weak_ptr<Loader> loader;
 };
 
-Shared &shared()
+SharedLoader &shared_loader()
 {
-	static auto *state = new Shared; // never destroyed: an engine may be made by a late thread
+	static auto *state = new SharedLoader; // never destroyed: an engine may be made by a late thread
 	return *state;
 }
 
@@ -23,11 +23,11 @@ Shared &shared()
 
 std::shared_ptr<Loader> Loader::acquire()
 {
-	const std::lock_guard lock(shared().mutex);
-	std::shared_ptr<Loader> loader = shared().loader.lock();
+	const std::lock_guard lock(shared_loader().mutex);
+	std::shared_ptr<Loader> loader = shared_loader().loader.lock();
 	if (!loader) {
 		loader = std::make_shared<Loader>();
-		shared().loader = loader;
+		shared_loader().loader = loader;
 	}
 	return loader;
 }

@@ -4,25 +4,41 @@
 // go through all stages while they are in the cache. A stage without effect is not entered. The order:
 //
 //   measured on grids    smoothing field, skin map        stages/retouch_field, stages/skin_map
-//                        face and body geometry           (comes with face landmarks; the settings are kept)
+//                        faces                            faces/face_tracker, where a stage asks for them
+//                        makeup on each face              stages/makeup, where an item is on
+//                        people's matte                   stages/person_matte, where a background or a body asks for it
+//                        bodies                           stages/body_shape, where bodies are to be reshaped
+//                        reshape field                    stages/reshape_field, stages/body_moves
+//                        stickers on faces                stages/face_sticker, stages/head_depth
+//                        the screen behind a key          stages/screen_field
 //                        blurred background               stages/background_blur
-//   row by row           smoothing, whitening, rosiness   kernels retouch_row
+//   row by row           smoothing, skin mask             kernels retouch_row
+//                        whitening, rosiness              stages/tone, kernels lookup_row
 //                        sharpening                       kernels sharpen_row
-//                        makeup, reshape                  (come with face landmarks)
-//                        key, background                  stages/color_key, kernels composite_row
-//                        colour filter                    stages/color_lookup
-//                        stickers                         stages/sticker (on a face: with face landmarks)
+//                        makeup                           stages/makeup, kernels makeup_row
+//                        key or matte                     stages/color_key or stages/person_matte
+//                        background                       kernels composite_row
+//                        color filter                     stages/color_lut
+//                        stickers                         stages/sticker_drawing
+//   again round people   reshape                          kernels warp_row, of what is in front and of its matte
+//                        background, filter, stickers     as above
+//
+// The matte is reshaped together with the person, so that a slimmer face does not bend the background behind it. What a
+// reshaped pixel is read from lies in other rows, too: the rows round faces are kept before the background comes in,
+// and all rows are done before the first is reshaped.
 #include "pipeline.h"
 
 #include "engine.h"
+#include "finished_row.h"
+#include "frame_plan.h"
 #include "kernels/kernels.h"
-#include "stages/color_key.h"
-#include "stages/tone.h"
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstring>
+#include <memory>
+#include <optional>
+#include <span>
 
 namespace kalvio::engine {
 
@@ -31,8 +47,8 @@ namespace {
 // Fixed, so that the work is cut the same way however many threads there are.
 constexpr int rows_per_band = 32;
 
-// The strongest sharpening adds one and a half times the detail; 8 fraction bits.
-constexpr float strongest_sharpening = 1.5F * 256.0F;
+// The kernels write whole vectors: between two parts of a row they must not reach over what lies between. Pixels.
+constexpr int least_gap = kernels::row_padding_bytes / bytes_per_pixel;
 
 void copy_frame(const Frame &frame)
 {
@@ -44,89 +60,37 @@ void copy_frame(const Frame &frame)
 		std::memcpy(frame.output_row(y), frame.input_row(y), frame.row_bytes());
 }
 
-// What the stages of one frame need, worked out once before the rows.
-struct FramePlan {
-	bool retouch = false;
-	bool masked = false;
-	kernels::ToneGains tone = {};
-	int sharpening = 0;
-	bool keyed = false;
-	kernels::ColorKey key = {};
-	float blur_deviation = 0;                   // of the background, in pixels
-	const BackgroundPicture *picture = nullptr; // in the background's place
-	const int16_t *lookup = nullptr;            // the colour filter
-	int sprite_count = 0;                       // of a screen sticker
-	std::array<PlacedSprite, max_moving_sprites> sprites;
-
-	bool does_nothing_but_sharpen() const { return !retouch && !keyed && lookup == nullptr && sprite_count == 0; }
-	bool is_neutral() const { return does_nothing_but_sharpen() && sharpening == 0; }
-};
-
-// The colour filter, mixed with no change as the settings ask; null without one.
-const int16_t *prepare_lookup(Effects &effects, float intensity)
+SeenFaces follow_faces(kl_engine &engine, const Frame &frame, int64_t now_us)
 {
-	if (!effects.filter || intensity == 0)
-		return nullptr;
-	if (effects.lookup_intensity != intensity) {
-		effects.lookup.build(*effects.filter, intensity);
-		effects.lookup_intensity = intensity;
-	}
-	return effects.lookup.cells();
+	if (!engine.faces)
+		engine.faces = std::make_unique<FaceTracker>(face_nets(*engine.nets), engine.nets->head);
+	const int64_t step_us = now_us - engine.faces_time_us;
+	engine.faces_time_us = now_us;
+	engine.faces->update(frame, static_cast<double>(now_us) / 1e6, *engine.pool);
+	constexpr int64_t longest_step_us = 1'000'000;
+	return {engine.faces->faces(), static_cast<float>(std::clamp(step_us, int64_t{0}, longest_step_us)) / 1e6F};
 }
 
-// Without a matte there is no telling what is background: then nothing is done. A blur of strength 0 behind a matte is
-// the captured picture.
-void plan_background(FramePlan &plan, kl_engine &engine, const Frame &frame)
+void follow_person(kl_engine &engine, const Frame &frame, int64_t now_us, bool is_cut_out)
 {
-	const Settings &settings = engine.settings;
-	if (!settings.chroma_key.enabled)
-		return;
-	if (settings.background == BackgroundMode::Blur && settings.background_blur == 0)
-		return;
-	plan.keyed = true;
-	plan.key = color_key(settings.chroma_key);
-	if (settings.background == BackgroundMode::Blur) {
-		plan.blur_deviation = settings.background_blur * BackgroundBlur::strongest_deviation *
-				      static_cast<float>(frame.height);
-	} else if (settings.background == BackgroundMode::Picture) {
-		engine.effects.picture->fit(frame.width, frame.height, engine.pool.get());
-		plan.picture = &*engine.effects.picture;
-	}
-}
-
-// How long the sticker has been shown.
-int64_t sticker_age_us(Effects &effects, int64_t now_us)
-{
-	if (!effects.sticker_start_us)
-		effects.sticker_start_us = now_us;
-	return now_us - *effects.sticker_start_us;
-}
-
-FramePlan plan_frame(kl_engine &engine, const Frame &frame, int64_t now_us)
-{
-	const Settings &settings = engine.settings;
-	FramePlan plan;
-	plan.retouch = RetouchField::is_needed(settings);
-	plan.masked = plan.retouch && settings.skin_only;
-	plan.tone = tone_gains(settings);
-	plan.sharpening = static_cast<int>(std::lrint(settings.sharpening * strongest_sharpening));
-	plan_background(plan, engine, frame);
-	plan.lookup = prepare_lookup(engine.effects, settings.filter_intensity);
-	if (engine.effects.sticker && engine.effects.sticker->on_screen) {
-		plan.sprite_count = place_sprites(*engine.effects.sticker, sticker_age_us(engine.effects, now_us),
-						  frame.width, frame.height, plan.sprites.data());
-	}
-	return plan;
+	if (!engine.person)
+		engine.person = std::make_unique<PersonMatte>(engine.nets->person_matte);
+	engine.person->update(frame, now_us, *engine.pool, is_cut_out);
 }
 
 void resize(FrameMemory &memory, const Frame &frame, int slots)
 {
+	constexpr size_t single_rows = 4;
+	constexpr size_t rows_per_slot = std::tuple_size_v<decltype(FrameMemory::WorkerScratch::retouched)> +
+					 std::tuple_size_v<decltype(FrameMemory::WorkerScratch::captured)> +
+					 single_rows;
 	memory.slots.resize(std::max(memory.slots.size(), size_t(slots)));
 	const size_t row_bytes = (frame.row_bytes() + 2 * kernels::row_padding_bytes + 63) / 64 * 64;
-	for (FrameMemory::Slot &slot : memory.slots) {
-		uint8_t *bytes = slot.bytes.require(row_bytes * 9) + kernels::row_padding_bytes;
-		for (std::array<uint8_t *, 3> *ring : {&slot.retouched, &slot.captured}) {
-			for (uint8_t *&row : *ring) {
+	for (FrameMemory::WorkerScratch &slot : memory.slots) {
+		uint8_t *bytes = slot.bytes.ensure_capacity(row_bytes * rows_per_slot) + kernels::row_padding_bytes;
+		for (const std::span<uint8_t *> ring :
+		     {std::span<uint8_t *>(slot.retouched), std::span<uint8_t *>(slot.captured)}) {
+			for (uint8_t *&row : ring) {
 				row = bytes;
 				bytes += row_bytes;
 			}
@@ -134,6 +98,7 @@ void resize(FrameMemory &memory, const Frame &frame, int slots)
 		slot.row = bytes;
 		slot.matte = bytes + row_bytes;
 		slot.background = bytes + 2 * row_bytes;
+		slot.toned = bytes + 3 * row_bytes;
 	}
 }
 
@@ -146,38 +111,38 @@ void load_row(const Frame &frame, int y, uint8_t *row)
 	std::memcpy(end, end - bytes_per_pixel, bytes_per_pixel);
 }
 
-uint8_t *ring_row(const std::array<uint8_t *, 3> &ring, int y)
-{
-	return ring[size_t(y) % 3];
-}
-
 // Smoothing, whitening and rosiness.
 void retouch(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int y, int slot, uint8_t *row)
 {
 	std::memcpy(row, frame.input_row(y), frame.row_bytes());
 	if (plan.retouch)
-		kernels::retouch_row(row, frame.width, memory.field.row(y, slot), plan.masked, plan.tone, y);
+		kernels::retouch_row(row, frame.width, memory.field.row(y, slot), memory.field.cell_pixels(),
+				     plan.masked, y);
+	if (plan.tone == nullptr)
+		return;
+	if (plan.masked) {
+		uint8_t *toned = memory.slots[size_t(slot)].toned;
+		std::memcpy(toned, row, frame.row_bytes());
+		kernels::lookup_row(toned, frame.width, plan.tone);
+		kernels::mix_row_by_alpha(row, frame.width, toned);
+	} else {
+		kernels::lookup_row(row, frame.width, plan.tone);
+	}
 }
 
-// The key looks at the captured colours; what it leaves is despilled, cut out or laid over its background.
-void replace_background(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int y, int slot_number)
+// The matte looks at the captured colors; what it leaves is freed from the background's light.
+void cut_out(const FramePlan &plan, kl_engine &engine, const Frame &frame, int y, int slot_number)
 {
-	const FrameMemory::Slot &slot = memory.slots[size_t(slot_number)];
+	const FrameMemory::WorkerScratch &slot = engine.memory.slots[size_t(slot_number)];
 	const uint8_t *captured = ring_row(slot.captured, y);
-	kernels::key_row_among(ring_row(slot.captured, std::max(y - 1, 0)), captured,
-			       ring_row(slot.captured, std::min(y + 1, frame.height - 1)), frame.width, plan.key,
-			       slot.matte);
-	if (plan.key.despill > 0)
-		kernels::despill_row(slot.row, frame.width, plan.key);
-	if (plan.picture != nullptr) {
-		kernels::composite_row(slot.row, frame.width, slot.matte, plan.picture->row(y));
-	} else if (plan.blur_deviation > 0) {
-		memory.blur.write_row(y, slot_number, frame.width, slot.background);
-		if (memory.blur.mix() < 256)
-			kernels::mix_row(slot.background, frame.width, captured, 256 - memory.blur.mix());
-		kernels::composite_row(slot.row, frame.width, slot.matte, slot.background);
+	if (plan.person) {
+		const MatteUse use = plan.picture != nullptr ? MatteUse::Picture : MatteUse::Blur;
+		engine.person->write_row(y, slot_number, frame.width, use, captured, slot.row, slot.matte);
 	} else {
-		kernels::cut_row(slot.row, frame.width, slot.matte);
+		const std::array<const uint8_t *, 3> rows = {
+			ring_row(slot.captured, std::max(y - 1, 0)), captured,
+			ring_row(slot.captured, std::min(y + 1, frame.height - 1))};
+		engine.memory.key.write_row(y, slot_number, frame.width, rows, slot.row, slot.matte);
 	}
 }
 
@@ -185,53 +150,206 @@ void replace_background(const FramePlan &plan, FrameMemory &memory, const Frame 
 void sharpen_band(const FramePlan &plan, const Frame &frame, int first, int end)
 {
 	for (int y = first; y < end; ++y)
-		kernels::sharpen_row(frame.input_row(std::max(y - 1, 0)), frame.input_row(y),
-				     frame.input_row(std::min(y + 1, frame.height - 1)), frame.width, plan.sharpening,
-				     false, frame.output_row(y));
+		kernels::sharpen_row(frame.input_row(std::max(y - plan.sharpen_step, 0)), frame.input_row(y),
+				     frame.input_row(std::min(y + plan.sharpen_step, frame.height - 1)), frame.width,
+				     plan.sharpen_step, plan.sharpening, false, frame.output_row(y));
 }
 
-void process_band(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int band, int slot_number)
+// What the rows from `first` on need of the rows before them.
+void begin_rows(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int first, int slot_number)
 {
-	FrameMemory::Slot &slot = memory.slots[size_t(slot_number)];
+	FrameMemory::WorkerScratch &slot = memory.slots[size_t(slot_number)];
+	if (plan.sharpening > 0) {
+		const int end = std::min(first + plan.sharpen_step, frame.height);
+		for (int y = std::max(first - plan.sharpen_step, 0); y < end; ++y)
+			retouch(plan, memory, frame, y, slot_number, ring_row(slot.retouched, y));
+	}
+	if (plan.has_matte()) {
+		for (int y = std::max(first - 1, 0); y <= first; ++y)
+			load_row(frame, y, ring_row(slot.captured, y));
+	}
+}
+
+// The person's own row: smoothed, toned, sharpened and made up, with the captured alpha. Rows come one after the other,
+// after begin_rows. The captured rows that a matte looks at are in their ring afterwards.
+void produce_row(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int y, int slot_number, uint8_t *row)
+{
+	FrameMemory::WorkerScratch &slot = memory.slots[size_t(slot_number)];
+	if (plan.sharpening > 0) {
+		const int step = plan.sharpen_step;
+		if (y + step < frame.height)
+			retouch(plan, memory, frame, y + step, slot_number, ring_row(slot.retouched, y + step));
+		kernels::sharpen_row(ring_row(slot.retouched, std::max(y - step, 0)), ring_row(slot.retouched, y),
+				     ring_row(slot.retouched, std::min(y + step, frame.height - 1)), frame.width, step,
+				     plan.sharpening, plan.masked, row);
+	} else {
+		retouch(plan, memory, frame, y, slot_number, row);
+	}
+	if (plan.has_matte() && y + 1 < frame.height)
+		load_row(frame, y + 1, ring_row(slot.captured, y + 1));
+	else if (plan.masked && !plan.has_matte())
+		load_row(frame, y, ring_row(slot.captured, y));
+	if (plan.masked) // the skin mask travelled in the row's alpha
+		kernels::copy_alpha(ring_row(slot.captured, y), frame.width, row);
+	if (plan.makeup)
+		memory.makeup.apply_row(y, slot_number, frame.width, row);
+}
+
+// The part of row `y` that lies in a region; empty where none does.
+RowPart part_in(const ReshapeField::Region &region, int y, const Frame &frame)
+{
+	const DisplacementGrid &grid = region.grid;
+	const int line = (y - grid.y) >> grid.cell_shift;
+	if (y < grid.y || line >= grid.rows - 1)
+		return {0, 0};
+	const int end = std::min(grid.x + (grid.columns - 1) * grid.cell(), frame.width);
+	return {grid.x, end - grid.x};
+}
+
+// The pixels of row `y` that a region displaces; empty where it does none.
+RowPart displaced_part(const ReshapeField::Region &region, int y, const Frame &frame)
+{
+	const DisplacementGrid &grid = region.grid;
+	if (part_in(region, y, frame).width == 0)
+		return {0, 0};
+	const auto [first, end] = region.spans[size_t((y - grid.y) >> grid.cell_shift)];
+	if (first >= end)
+		return {0, 0};
+	const int x = grid.x + first * grid.cell();
+	return {x, std::min(grid.x + end * grid.cell(), frame.width) - x};
+}
+
+// What of a row is not displaced. The rest is finished when it is reshaped.
+void finish_resting_parts(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int y, int slot_number)
+{
+	load_background(plan, memory, frame, y, slot_number);
+	const FrameMemory::WorkerScratch &slot = memory.slots[size_t(slot_number)];
+	// The next displaced part from a column on.
+	const auto next_displaced = [&](int x) {
+		RowPart next = {frame.width, 0};
+		for (const ReshapeField::Region &region : memory.reshape.regions()) {
+			const RowPart part = displaced_part(region, y, frame);
+			if (part.width >= least_gap && part.x >= x && part.x < next.x)
+				next = part;
+		}
+		return next;
+	};
+	for (int x = 0; x < frame.width;) {
+		const RowPart gap = plan.reshape ? next_displaced(x) : RowPart{frame.width, 0};
+		if (gap.x > x)
+			finish_part(plan, slot, frame, y, {x, gap.x - x});
+		x = gap.x + gap.width;
+	}
+}
+
+// Keeps of a row what reshaped pixels may be read from.
+void keep_row(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int y, const uint8_t *row,
+	      const uint8_t *matte)
+{
+	const size_t line = size_t(y) * frame.row_bytes();
+	for (const ReshapeField::Region &region : memory.reshape.regions()) {
+		const RowPart part = part_in(region, y, frame);
+		const size_t first = part.first_byte();
+		std::memcpy(memory.front.data() + line + first, row + first, part.byte_count());
+		if (plan.has_matte())
+			std::memcpy(memory.front_matte.data() + line + first, matte + first, part.byte_count());
+	}
+}
+
+// Straight from the captured rows to the output.
+void pass_band(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int first, int end)
+{
+	if (plan.sharpening > 0)
+		sharpen_band(plan, frame, first, end);
+	for (int y = first; y < end; ++y) {
+		if (plan.sharpening == 0)
+			std::memcpy(frame.output_row(y), frame.input_row(y), frame.row_bytes());
+		else if (plan.reshape)
+			keep_row(plan, memory, frame, y, frame.output_row(y), nullptr);
+	}
+}
+
+void process_band(const FramePlan &plan, kl_engine &engine, const Frame &frame, int band, int slot_number)
+{
+	FrameMemory &memory = engine.memory;
+	FrameMemory::WorkerScratch &slot = memory.slots[size_t(slot_number)];
 	const int first = band * rows_per_band;
 	const int end = std::min(frame.height, first + rows_per_band);
-	if (plan.does_nothing_but_sharpen() && frame.width >= kernels::unpadded_pixels) {
-		sharpen_band(plan, frame, first, end);
+	if (plan.leaves_rows_alone() || (plan.does_nothing_but_sharpen() && frame.width >= kernels::unpadded_pixels)) {
+		pass_band(plan, memory, frame, first, end);
 		return;
 	}
 
-	if (plan.sharpening > 0) {
-		for (int y = std::max(first - 1, 0); y <= first; ++y)
-			retouch(plan, memory, frame, y, slot_number, ring_row(slot.retouched, y));
-	}
-	if (plan.keyed) {
-		for (int y = std::max(first - 1, 0); y <= first; ++y)
-			load_row(frame, y, ring_row(slot.captured, y));
-	}
+	begin_rows(plan, memory, frame, first, slot_number);
 	for (int y = first; y < end; ++y) {
-		uint8_t *row = slot.row;
-		if (plan.sharpening > 0) {
-			if (y + 1 < frame.height)
-				retouch(plan, memory, frame, y + 1, slot_number, ring_row(slot.retouched, y + 1));
-			kernels::sharpen_row(ring_row(slot.retouched, std::max(y - 1, 0)), ring_row(slot.retouched, y),
-					     ring_row(slot.retouched, std::min(y + 1, frame.height - 1)), frame.width,
-					     plan.sharpening, plan.masked, row);
-		} else {
-			retouch(plan, memory, frame, y, slot_number, row);
-		}
-		if (plan.keyed && y + 1 < frame.height)
-			load_row(frame, y + 1, ring_row(slot.captured, y + 1));
-		else if (plan.masked && !plan.keyed)
-			load_row(frame, y, ring_row(slot.captured, y));
-		if (plan.masked) // the skin mask travelled in the row's alpha
-			kernels::copy_alpha(ring_row(slot.captured, y), frame.width, row);
-		if (plan.keyed)
-			replace_background(plan, memory, frame, y, slot_number);
-		if (plan.lookup != nullptr)
-			kernels::lookup_row(row, frame.width, plan.lookup);
-		draw_sprites(plan.sprites.data(), plan.sprite_count, y, row);
-		std::memcpy(frame.output_row(y), row, frame.row_bytes());
+		produce_row(plan, memory, frame, y, slot_number, slot.row);
+		if (plan.has_matte())
+			cut_out(plan, engine, frame, y, slot_number);
+		if (plan.reshape)
+			keep_row(plan, memory, frame, y, slot.row, slot.matte);
+		finish_resting_parts(plan, memory, frame, y, slot_number);
 	}
+}
+
+// The pixels of a row that are displaced, once more: the kept ones in their new places.
+void reshape_row(const FramePlan &plan, FrameMemory &memory, const Frame &frame, const ReshapeField::Region &region,
+		 int y, int slot_number)
+{
+	const RowPart part = displaced_part(region, y, frame);
+	if (part.width == 0)
+		return;
+	const DisplacementGrid &grid = region.grid;
+	const auto [first, end] = region.spans[size_t((y - grid.y) >> grid.cell_shift)];
+	const FrameMemory::WorkerScratch &slot = memory.slots[size_t(slot_number)];
+	const kernels::WarpLine line = region.line(y, first);
+	const int cells = end - first;
+	const auto warp = [&](const uint8_t *pixels, size_t row_bytes, uint8_t *out) {
+		const kernels::WarpSource source = {pixels, static_cast<ptrdiff_t>(row_bytes), frame.width,
+						    frame.height};
+		kernels::warp_row(source, line, cells, out + part.first_byte());
+	};
+	if (plan.leaves_rows_alone())
+		warp(frame.input, size_t(frame.stride_bytes), slot.row);
+	else
+		warp(memory.front.data(), frame.row_bytes(), slot.row);
+	if (plan.has_matte()) {
+		warp(memory.front_matte.data(), frame.row_bytes(), slot.matte);
+		load_row(frame, y, ring_row(slot.captured, y));
+		load_background(plan, memory, frame, y, slot_number);
+	}
+	finish_part(plan, slot, frame, y, part);
+}
+
+void reshape_band(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int band, int slot_number)
+{
+	const int first = band * rows_per_band;
+	const int end = std::min(frame.height, first + rows_per_band);
+	for (const ReshapeField::Region &region : memory.reshape.regions()) {
+		for (int y = first; y < end; ++y)
+			reshape_row(plan, memory, frame, region, y, slot_number);
+	}
+}
+
+// Where the faces and bodies are to go. Without a face on the frame nothing is reshaped.
+void plan_reshape(FramePlan &plan, kl_engine &engine, const Frame &frame, const SeenFaces &seen)
+{
+	FrameMemory &memory = engine.memory;
+	BodyRequest bodies;
+	if (seen.faces.empty()) {
+		memory.bodies.restart();
+	} else if (plan.bodies) {
+		memory.bodies.update(engine.person->coarse(), engine.person->presence(), frame.width, frame.height,
+				     seen.faces, seen.seconds);
+		bodies = {engine.settings.body_reshape, memory.bodies.figures()};
+	}
+	memory.reshape.build(frame.width, frame.height, engine.settings.face_reshape, seen.faces, bodies);
+	plan.reshape = !memory.reshape.regions().empty();
+	if (!plan.reshape || plan.leaves_rows_alone())
+		return;
+	const size_t bytes = frame.row_bytes() * size_t(frame.height);
+	memory.front.ensure_capacity(bytes);
+	if (plan.has_matte())
+		memory.front_matte.ensure_capacity(bytes);
 }
 
 // A picture that is ready takes effect, and one that is still loaded learns what size it will be needed in.
@@ -244,13 +362,13 @@ void take_in_background_load(kl_engine &engine, const Frame &frame)
 		engine.background_load->set_frame_size(frame.width, frame.height);
 }
 
-} // namespace
-
-void process_frame(kl_engine &engine, const Frame &frame)
+void process_with_memory(kl_engine &engine, const Frame &frame)
 {
 	const int64_t start = engine.clock_us();
 	take_in_background_load(engine, frame);
-	const FramePlan plan = plan_frame(engine, frame, start);
+	FramePlan plan = plan_frame(engine, frame, start);
+	if (!plan.bodies)
+		engine.memory.bodies.restart();
 	if (plan.is_neutral()) {
 		copy_frame(frame);
 		return;
@@ -258,15 +376,46 @@ void process_frame(kl_engine &engine, const Frame &frame)
 	Pool &pool = *engine.pool;
 	FrameMemory &memory = engine.memory;
 	resize(memory, frame, pool.threads());
+	std::optional<SeenFaces> seen;
+	if (needs_faces(engine, plan))
+		seen = follow_faces(engine, frame, start);
+	if (plan.face_stickers)
+		place_face_stickers(plan, engine, frame, seen->faces);
+	if (plan.person || (plan.bodies && !seen->faces.empty()))
+		follow_person(engine, frame, start, plan.person);
+	if (plan.reshape)
+		plan_reshape(plan, engine, frame, *seen);
 	if (plan.retouch)
-		memory.field.build(frame, engine.settings, pool);
-	if (plan.blur_deviation > 0)
-		memory.blur.build(frame, &plan.key, plan.blur_deviation, pool);
+		memory.field.build(frame, engine.settings, pool, seen);
+	if (plan.makeup)
+		memory.makeup.build(frame, engine.settings, *seen, pool);
+	if (plan.keyed)
+		memory.key.update(frame, engine.settings.chroma_key, start, pool);
+	if (plan.blur_sigma > 0 && plan.person)
+		memory.blur.build_linear(frame, engine.person->widened(), plan.blur_sigma, pool);
+	else if (plan.blur_sigma > 0)
+		memory.blur.build(frame, plan.keyed ? &memory.key : nullptr, plan.blur_sigma, pool);
 	const int64_t measured = engine.clock_us();
 	const int bands = (frame.height + rows_per_band - 1) / rows_per_band;
-	pool.run(bands, [&](int band, int slot) { process_band(plan, memory, frame, band, slot); });
+	pool.run(bands, [&](int band, int slot) { process_band(plan, engine, frame, band, slot); });
+	if (plan.reshape)
+		pool.run(bands, [&](int band, int slot) { reshape_band(plan, memory, frame, band, slot); });
 	const int64_t end = engine.clock_us();
 	engine.record({measured - start, end - measured, end - start}, end);
+}
+
+} // namespace
+
+void process_frame(kl_engine &engine, const Frame &frame)
+{
+	if (!engine.is_memory_whole) {
+		engine.memory = FrameMemory();
+		engine.faces.reset();
+		engine.person.reset();
+	}
+	engine.is_memory_whole = false;
+	process_with_memory(engine, frame);
+	engine.is_memory_whole = true;
 }
 
 } // namespace kalvio::engine

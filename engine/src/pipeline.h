@@ -1,30 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include "frame.h"
 
 struct kl_engine;
 
 namespace kalvio::engine {
-
-inline constexpr int bytes_per_pixel = 4;
-
-// One frame as the boundary hands it over, checked: RGBA rows from top to bottom, two buffers that do not overlap.
-struct Frame {
-	const uint8_t *input;
-	uint8_t *output;
-	int width;
-	int height;
-	int stride_bytes;
-
-	const uint8_t *input_row(int y) const { return input + size_t(y) * size_t(stride_bytes); }
-	uint8_t *output_row(int y) const { return output + size_t(y) * size_t(stride_bytes); }
-	size_t row_bytes() const { return size_t(width) * bytes_per_pixel; }
-	// Kernels that work in whole vectors of up to 64 bytes stay within such a row; others go through scratch
-	// memory.
-	bool has_rows_of_whole_vectors() const { return row_bytes() % 64 == 0; }
-};
 
 // Writes the whole output according to the engine's settings and loaded effects.
 void process_frame(kl_engine &engine, const Frame &frame);

@@ -5,6 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
+
 namespace kalvio::engine::platform {
 
 File open_regular_file(const char *path_utf8, int64_t &size)
@@ -37,11 +39,23 @@ File open_for_append(const char *path_utf8)
 
 	struct stat information = {};
 	std::FILE *file = nullptr;
-	if (::fstat(descriptor, &information) == 0 && S_ISREG(information.st_mode))
+	if (::fstat(descriptor, &information) == 0 && S_ISREG(information.st_mode) &&
+	    information.st_uid == ::geteuid() && information.st_nlink == 1)
 		file = ::fdopen(descriptor, "ab");
 	if (file == nullptr)
 		::close(descriptor);
 	return File(file);
+}
+
+bool make_empty(std::FILE *file)
+{
+	return ::ftruncate(::fileno(file), 0) == 0;
+}
+
+std::string environment_value(const char *name)
+{
+	const char *value = std::getenv(name);
+	return value && std::char_traits<char>::length(value) <= longest_environment_value ? value : "";
 }
 
 std::tm local_time(std::time_t time)

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "pool.h"
 
+#include "platform.h"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -8,14 +10,14 @@ namespace kalvio::engine {
 
 namespace {
 
-struct Shared {
+struct SharedPool {
 	std::mutex mutex;
 	std::weak_ptr<Pool> pool;
 };
 
-Shared &shared()
+SharedPool &shared_pool()
 {
-	static auto *state = new Shared; // never destroyed: an engine may be made by a late thread
+	static auto *state = new SharedPool; // never destroyed: an engine may be made by a late thread
 	return *state;
 }
 
@@ -23,22 +25,20 @@ Shared &shared()
 
 int Pool::threads_for_machine()
 {
-	if (const char *requested = std::getenv("KALVIO_ENGINE_THREADS")) {
-		const int threads = std::atoi(requested);
-		if (threads >= 1)
-			return std::min(threads, max_requested_threads);
-	}
+	const int requested = std::atoi(platform::environment_value("KALVIO_ENGINE_THREADS").c_str());
+	if (requested >= 1)
+		return std::min(requested, max_requested_threads);
 	const int cores = static_cast<int>(std::thread::hardware_concurrency());
 	return std::clamp(cores / 2, 1, max_threads);
 }
 
 std::shared_ptr<Pool> Pool::acquire()
 {
-	const std::lock_guard lock(shared().mutex);
-	std::shared_ptr<Pool> pool = shared().pool.lock();
+	const std::lock_guard lock(shared_pool().mutex);
+	std::shared_ptr<Pool> pool = shared_pool().pool.lock();
 	if (!pool) {
 		pool = std::make_shared<Pool>(threads_for_machine());
-		shared().pool = pool;
+		shared_pool().pool = pool;
 	}
 	return pool;
 }

@@ -1,29 +1,28 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "kalvio_engine.h"
+
 #include <array>
 #include <cstdint>
 
 namespace kalvio::engine {
 
-inline constexpr int face_reshape_count = 26;
-inline constexpr int body_reshape_count = 9;
-
-// One makeup item: how strong, which style, which colour. Items without styles or colours leave theirs at 0.
+// One makeup item: how strong, which style, which color. Items without styles or colors leave theirs at 0.
 struct Makeup {
 	float strength = 0;
 	int32_t style = 0;
 	int32_t color = 0;
 };
 
-enum class KeyColor : int32_t { Green = 0, Blue = 1, Red = 2 };
-
 struct ChromaKeySettings {
 	bool enabled = false;
-	int32_t color = 0; // KeyColor
+	int32_t color = KL_CHROMA_KEY_COLOR_GREEN;
 	float similarity = 0;
 	float smoothness = 0;
 	float desaturation = 0;
+
+	bool operator==(const ChromaKeySettings &) const = default;
 };
 
 enum class BackgroundMode { Captured, Blur, Picture };
@@ -31,15 +30,15 @@ enum class BackgroundMode { Captured, Blur, Picture };
 // Everything that a setter of the boundary stores, always within its range. The initial values are neutral.
 struct Settings {
 	float smoothing = 0;
-	int32_t smoothing_style = 1;
+	int32_t smoothing_style = KL_SMOOTHING_STYLE_TEXTURE;
 	float whitening = 0;
-	int32_t whitening_style = 0;
+	int32_t whitening_style = KL_WHITENING_STYLE_COLD_WHITE;
 	float rosiness = 0;
 	float sharpening = 0;
 	bool skin_only = false;
 
-	std::array<float, face_reshape_count> face_reshape = {};
-	std::array<float, body_reshape_count> body_reshape = {};
+	std::array<float, KL_RESHAPE_COUNT> face_reshape = {};
+	std::array<float, KL_BODY_RESHAPE_COUNT> body_reshape = {};
 
 	Makeup lipstick;
 	Makeup blush;

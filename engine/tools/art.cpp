@@ -17,7 +17,7 @@ namespace {
 
 using nlohmann::json;
 
-// Premultiplied colours, 0..1.
+// Premultiplied colors, 0..1.
 using Color = std::array<float, 4>;
 
 struct Canvas {
@@ -30,12 +30,15 @@ struct Canvas {
 struct Transform {
 	double a = 1, b = 0, c = 0, d = 1, e = 0, f = 0;
 
-	Point operator()(Point point) const { return {a * point.x + c * point.y + e, b * point.x + d * point.y + f}; }
+	PathPoint operator()(PathPoint point) const
+	{
+		return {a * point.x + c * point.y + e, b * point.x + d * point.y + f};
+	}
 };
 
 Transform operator*(const Transform &outer, const Transform &inner)
 {
-	const Point origin = outer({inner.e, inner.f});
+	const PathPoint origin = outer({inner.e, inner.f});
 	return {outer.a * inner.a + outer.c * inner.b,
 		outer.b * inner.a + outer.d * inner.b,
 		outer.a * inner.c + outer.c * inner.d,
@@ -67,7 +70,7 @@ Transform transform_of(const json &shape)
 Color color_of(const std::string &text)
 {
 	if ((text.size() != 7 && text.size() != 9) || text[0] != '#')
-		throw std::runtime_error("no colour: " + text);
+		throw std::runtime_error("no color: " + text);
 	const auto channel = [&](size_t index) {
 		return static_cast<float>(std::stoi(text.substr(1 + index * 2, 2), nullptr, 16)) / 255.0F;
 	};
@@ -75,7 +78,7 @@ Color color_of(const std::string &text)
 	return {channel(0) * alpha, channel(1) * alpha, channel(2) * alpha, alpha};
 }
 
-// A colour or a gradient in the shape's own coordinates.
+// A color or a gradient in the shape's own coordinates.
 class Paint {
 public:
 	Paint(const json &fill, const Transform &transform) : transform_(transform)
@@ -136,10 +139,10 @@ private:
 	std::vector<Stop> stops_;
 };
 
-void add_curve(Polygon &polygon, Point p1, Point p2, Point p3)
+void add_curve(Polygon &polygon, PathPoint p1, PathPoint p2, PathPoint p3)
 {
 	constexpr int pieces = 24;
-	const Point p0 = polygon.back();
+	const PathPoint p0 = polygon.back();
 	for (int piece = 1; piece <= pieces; ++piece) {
 		const double t = static_cast<double>(piece) / pieces;
 		const double u = 1 - t;
@@ -154,7 +157,7 @@ std::vector<Polygon> polygons_of_path(const std::string &path)
 	std::vector<Polygon> polygons;
 	std::istringstream stream(path);
 	const auto point = [&] {
-		Point result;
+		PathPoint result;
 		if (!(stream >> result.x >> result.y))
 			throw std::runtime_error("a path ends too early: " + path);
 		return result;
@@ -168,13 +171,13 @@ std::vector<Polygon> polygons_of_path(const std::string &path)
 		else if (command == 'L')
 			polygons.back().push_back(point());
 		else if (command == 'C') {
-			const Point p1 = point();
-			const Point p2 = point();
+			const PathPoint p1 = point();
+			const PathPoint p2 = point();
 			add_curve(polygons.back(), p1, p2, point());
 		} else if (command == 'Q') {
-			const Point from = polygons.back().back();
-			const Point middle = point();
-			const Point to = point();
+			const PathPoint from = polygons.back().back();
+			const PathPoint middle = point();
+			const PathPoint to = point();
 			add_curve(polygons.back(),
 				  {from.x + 2 * (middle.x - from.x) / 3, from.y + 2 * (middle.y - from.y) / 3},
 				  {to.x + 2 * (middle.x - to.x) / 3, to.y + 2 * (middle.y - to.y) / 3}, to);
@@ -223,8 +226,8 @@ std::vector<Polygon> outline(const std::vector<Polygon> &polygons, double width,
 	for (const Polygon &polygon : polygons) {
 		const size_t pieces = closed ? polygon.size() : polygon.size() - 1;
 		for (size_t index = 0; index < pieces; ++index) {
-			const Point a = polygon[index];
-			const Point b = polygon[(index + 1) % polygon.size()];
+			const PathPoint a = polygon[index];
+			const PathPoint b = polygon[(index + 1) % polygon.size()];
 			const double length = std::hypot(b.x - a.x, b.y - a.y);
 			result.push_back(rounded(a.x - half, a.y - half, width, width, half, half));
 			if (length == 0)
@@ -245,17 +248,17 @@ std::vector<Polygon> outline(const std::vector<Polygon> &polygons, double width,
 }
 
 // One premultiplied pixel over another.
-void lay_over(float *below, const float *above)
+void blend_over(float *below, const float *above)
 {
 	const float rest = 1 - above[3];
 	for (size_t channel = 0; channel < 4; ++channel)
 		below[channel] = above[channel] + rest * below[channel];
 }
 
-void lay_over(Canvas &below, const std::vector<float> &above)
+void blend_over(Canvas &below, const std::vector<float> &above)
 {
 	for (size_t index = 0; index < above.size(); index += 4)
-		lay_over(below.values.data() + index, above.data() + index);
+		blend_over(below.values.data() + index, above.data() + index);
 }
 
 void draw_shape(Canvas &canvas, const json &shape, const Transform &outer);
@@ -269,7 +272,7 @@ void draw_area(Canvas &canvas, const json &shape, const Transform &transform)
 		polygons = outline(polygons, line->get<double>(), closed);
 	}
 	for (Polygon &polygon : polygons) {
-		for (Point &point : polygon)
+		for (PathPoint &point : polygon)
 			point = transform(point);
 	}
 	const Paint paint(shape.at("fill"), transform);
@@ -286,11 +289,11 @@ void draw_area(Canvas &canvas, const json &shape, const Transform &transform)
 		if (blur > 0)
 			std::copy(color.begin(), color.end(), layer.begin() + static_cast<std::ptrdiff_t>(pixel * 4));
 		else
-			lay_over(canvas.values.data() + pixel * 4, color.data());
+			blend_over(canvas.values.data() + pixel * 4, color.data());
 	}
 	if (blur > 0) {
 		blur_plane(layer, canvas.width, canvas.height, 4, blur);
-		lay_over(canvas, layer);
+		blend_over(canvas, layer);
 	}
 }
 
@@ -312,7 +315,7 @@ void draw_once(Canvas &canvas, const json &shape, const Transform &outer)
 	for (const json &item : *group)
 		draw_shape(layer, item, transform);
 	blur_plane(layer.values, layer.width, layer.height, 4, blur);
-	lay_over(canvas, layer.values);
+	blend_over(canvas, layer.values);
 }
 
 void draw_shape(Canvas &canvas, const json &shape, const Transform &outer)
@@ -346,7 +349,7 @@ Image draw_art(const json &definition)
 	for (size_t pixel = 0; pixel < pixels; ++pixel) {
 		const float *from = canvas.values.data() + pixel * 4;
 		uint8_t *to = image.pixels.data() + pixel * 4;
-		// One random offset a pixel instead of plain rounding: wide gradients do not fall into steps.
+		// One random offset per pixel instead of plain rounding: wide gradients do not fall into steps.
 		noise = noise * 1664525U + 1013904223U;
 		const float offset = dithered ? static_cast<float>(noise >> 8) / 16777216.0F : 0.5F;
 		for (size_t channel = 0; channel < 3; ++channel) {

@@ -20,8 +20,8 @@ std::vector<Crossing> crossings_at(const std::vector<Polygon> &polygons, double 
 	std::vector<Crossing> crossings;
 	for (const Polygon &polygon : polygons) {
 		for (size_t index = 0; index < polygon.size(); ++index) {
-			const Point &from = polygon[index];
-			const Point &to = polygon[(index + 1) % polygon.size()];
+			const PathPoint &from = polygon[index];
+			const PathPoint &to = polygon[(index + 1) % polygon.size()];
 			if ((from.y <= y) == (to.y <= y))
 				continue;
 			const double x = from.x + (y - from.y) / (to.y - from.y) * (to.x - from.x);
@@ -43,7 +43,8 @@ void add_span(float *row, int width, double from, double to)
 	}
 }
 
-// One pass over a line of `count` values, `step` apart, with mirrored ends left out: the mean of what is there.
+// One pass of a box filter of 2 * `radius` + 1 values over a line of `count` values that lie `step` apart. Beyond both
+// ends the line continues with its last value.
 void box_line(float *line, int count, size_t step, int radius, std::vector<float> &copy)
 {
 	copy.resize(static_cast<size_t>(count));
@@ -69,7 +70,7 @@ std::vector<float> cover(const std::vector<Polygon> &polygons, int width, int he
 	double top = height;
 	double bottom = 0;
 	for (const Polygon &polygon : polygons) {
-		for (const Point &point : polygon) {
+		for (const PathPoint &point : polygon) {
 			top = std::min(top, point.y);
 			bottom = std::max(bottom, point.y);
 		}
@@ -93,11 +94,10 @@ std::vector<float> cover(const std::vector<Polygon> &polygons, int width, int he
 	return coverage;
 }
 
-void blur_plane(std::vector<float> &values, int width, int height, int channels, double deviation)
+void blur_plane(std::vector<float> &values, int width, int height, int channels, double sigma)
 {
 	// Three boxes of this radius have the variance (2 r + 1)^2 - 1 over 4.
-	const int radius =
-		std::max(1, static_cast<int>(std::lround((std::sqrt(4 * deviation * deviation + 1) - 1) / 2)));
+	const int radius = std::max(1, static_cast<int>(std::lround((std::sqrt(4 * sigma * sigma + 1) - 1) / 2)));
 	const size_t row = size_t(width) * size_t(channels);
 	std::vector<float> copy;
 	for (int pass = 0; pass < 3; ++pass) {

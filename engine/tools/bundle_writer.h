@@ -14,8 +14,8 @@ struct BundleFile {
 	Bytes content;
 };
 
-// Writes a bundle; the same files give the same bytes. Throws std::runtime_error when it cannot be written or when the
-// reader would refuse it for its manifest.
+// Writes a bundle; the same files give the same bytes. The manifest is one of the files, and no check is made of it or
+// of any other. Throws std::runtime_error when the bundle cannot be written.
 void write_bundle(const std::filesystem::path &output, std::vector<BundleFile> files);
 
 } // namespace kalvio::engine

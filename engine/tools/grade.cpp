@@ -11,8 +11,6 @@ namespace kalvio::engine {
 
 namespace {
 
-using Color = Grade::Color;
-
 double to_linear(double value)
 {
 	return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
@@ -23,7 +21,7 @@ double to_encoded(double value)
 	return value <= 0.0031308 ? value * 12.92 : 1.055 * std::pow(value, 1 / 2.4) - 0.055;
 }
 
-double luma(const Color &color)
+double luma(const Grade::Color &color)
 {
 	return 0.2126 * color[0] + 0.7152 * color[1] + 0.0722 * color[2];
 }
@@ -48,11 +46,11 @@ double contrast_curve(double value, double slope)
 	return x < 0.5 ? bent : 1 - bent;
 }
 
-void expose_and_balance(const Grade &grade, Color &color)
+void expose_and_balance(const Grade &grade, Grade::Color &color)
 {
 	const double exposure = std::exp2(grade.exposure);
-	const Color balance = {1 + 0.18 * grade.temperature + 0.06 * grade.tint, 1 - 0.12 * grade.tint,
-			       1 - 0.22 * grade.temperature + 0.06 * grade.tint};
+	const Grade::Color balance = {1 + 0.18 * grade.temperature + 0.06 * grade.tint, 1 - 0.12 * grade.tint,
+				      1 - 0.22 * grade.temperature + 0.06 * grade.tint};
 	const double unchanged = 1 / luma(balance);
 	for (size_t channel = 0; channel < 3; ++channel) {
 		const double light = to_linear(color[channel]) * exposure * balance[channel] * unchanged;
@@ -62,18 +60,18 @@ void expose_and_balance(const Grade &grade, Color &color)
 	}
 }
 
-void saturate(Color &color, double factor)
+void saturate(Grade::Color &color, double factor)
 {
-	const double grey = luma(color);
+	const double gray = luma(color);
 	for (double &channel : color)
-		channel = grey + factor * (channel - grey);
+		channel = gray + factor * (channel - gray);
 }
 
-void move_hues(const std::vector<Grade::HueRange> &ranges, Color &color)
+void move_hues(const std::vector<Grade::HueRange> &ranges, Grade::Color &color)
 {
 	constexpr double degrees = 180 / 3.14159265358979323846;
 	// An opponent plane: chroma and angle without the corners of a hexagon.
-	const double grey = luma(color);
+	const double gray = luma(color);
 	const double x = color[0] - 0.5 * (color[1] + color[2]);
 	const double y = std::sqrt(3.0) / 2 * (color[1] - color[2]);
 	const double angle = std::atan2(y, x) * degrees;
@@ -91,14 +89,14 @@ void move_hues(const std::vector<Grade::HueRange> &ranges, Color &color)
 		return;
 	const double turned_x = factor * (x * std::cos(turn / degrees) - y * std::sin(turn / degrees));
 	const double turned_y = factor * (x * std::sin(turn / degrees) + y * std::cos(turn / degrees));
-	Color moved = {2.0 / 3 * turned_x, -turned_x / 3 + turned_y / std::sqrt(3.0),
-		       -turned_x / 3 - turned_y / std::sqrt(3.0)};
-	const double missing = grey - luma(moved) + lighter;
+	Grade::Color moved = {2.0 / 3 * turned_x, -turned_x / 3 + turned_y / std::sqrt(3.0),
+			      -turned_x / 3 - turned_y / std::sqrt(3.0)};
+	const double missing = gray - luma(moved) + lighter;
 	for (size_t channel = 0; channel < 3; ++channel)
 		color[channel] = moved[channel] + missing;
 }
 
-void split_tone(const Grade &grade, Color &color)
+void split_tone(const Grade &grade, Grade::Color &color)
 {
 	const double level = clamp01(luma(color));
 	const double shadows = (1 - level) * (1 - level) * (1 - std::exp(-12 * level));
@@ -110,9 +108,9 @@ void split_tone(const Grade &grade, Color &color)
 
 } // namespace
 
-Color apply_grade(const Grade &grade, const Color &input)
+Grade::Color apply_grade(const Grade &grade, const Grade::Color &input)
 {
-	Color color = input;
+	Grade::Color color = input;
 	if (grade.exposure != 0 || grade.temperature != 0 || grade.tint != 0)
 		expose_and_balance(grade, color);
 	for (size_t channel = 0; channel < 3; ++channel) {
@@ -133,17 +131,17 @@ Color apply_grade(const Grade &grade, const Color &input)
 
 namespace {
 
-void read(const nlohmann::json &value, double &field)
+void read_field(const nlohmann::json &value, double &field)
 {
 	field = value.get<double>();
 }
 
-void read(const nlohmann::json &value, Color &field)
+void read_field(const nlohmann::json &value, Grade::Color &field)
 {
-	field = value.get<Color>();
+	field = value.get<Grade::Color>();
 }
 
-void read(const nlohmann::json &value, std::vector<Grade::HueRange> &field)
+void read_field(const nlohmann::json &value, std::vector<Grade::HueRange> &field)
 {
 	for (const nlohmann::json &item : value) {
 		field.push_back({item.at("hue").get<double>(), item.value("width", 30.0), item.value("shift", 0.0),
@@ -159,7 +157,7 @@ Grade grade_from_json(const nlohmann::json &json)
 	size_t known = 0;
 	const auto field = [&](const char *name, auto &place) {
 		if (const auto found = json.find(name); found != json.end()) {
-			read(*found, place);
+			read_field(*found, place);
 			++known;
 		}
 	};
@@ -177,7 +175,7 @@ Grade grade_from_json(const nlohmann::json &json)
 	field("highlight_color", grade.highlight_color);
 	field("fade", grade.fade);
 	if (known + json.count("name") != json.size())
-		throw std::runtime_error("the grade has a name that means nothing");
+		throw std::runtime_error("the grade has an unknown field");
 	return grade;
 }
 

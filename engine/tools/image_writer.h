@@ -2,6 +2,7 @@
 #pragma once
 
 #include "image.h"
+#include "read_result.h"
 
 #include <filesystem>
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 
-// kld-grade OUTPUT DEFINITION: makes the colour filter bundle OUTPUT from a grade in JSON.
+// kld-grade OUTPUT DEFINITION: makes the color filter bundle OUTPUT from a grade in JSON.
 #include "arguments.h"
 #include "bundle_writer.h"
 #include "grade.h"
-#include "stages/color_lookup.h"
+#include "stages/color_lut.h"
 
 #include <nlohmann/json.hpp>
 
@@ -18,9 +18,9 @@ using namespace kalvio::engine;
 
 Bytes table_of(const Grade &grade)
 {
-	constexpr int side = ColorLattice::side;
+	constexpr int side = Lut3d::side;
 	Bytes bytes;
-	bytes.reserve(ColorLattice::values * 2);
+	bytes.reserve(Lut3d::values * 2);
 	for (int index = 0; index < side * side * side; ++index) {
 		const double last = side - 1;
 		const Grade::Color color = apply_grade(
@@ -41,10 +41,10 @@ void make(const std::filesystem::path &output, const std::filesystem::path &defi
 	const nlohmann::json manifest = {{"kind", "filter"},
 					 {"format_version", bundle_format_version},
 					 {"name", json.at("name")},
-					 {"size", ColorLattice::side}};
+					 {"size", Lut3d::side}};
 	const std::string text = manifest.dump(2) + "\n";
 	write_bundle(output, {{"manifest.json", Bytes(text.begin(), text.end())},
-			      {ColorLattice::entry, table_of(grade_from_json(json))}});
+			      {Lut3d::entry, table_of(grade_from_json(json))}});
 }
 
 } // namespace

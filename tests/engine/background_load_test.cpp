@@ -20,7 +20,7 @@ using Pixel = std::array<uint8_t, 4>;
 constexpr Pixel screen = {48, 172, 66, 255};
 constexpr Pixel blue = {30, 60, 190, 255};
 constexpr Pixel red = {200, 30, 40, 255};
-constexpr Pixel nothing = {48, 172, 66, 0}; // the screen, cut out
+constexpr Pixel nothing = {0, 0, 0, 0}; // the screen, cut out, with no foreground in sight
 constexpr int32_t long_enough_ms = 60'000;
 
 Image plain_image(int width, int height, Pixel color)

@@ -2,6 +2,7 @@
 #include "stages/background_picture.h"
 
 #include "engine_fixture.h"
+#include "image_reader.h"
 #include "jpeg_files.h"
 #include "pool.h"
 
@@ -28,18 +29,18 @@ double reference(const Image &image, int width, int height, int x, int y, int ch
 	const double scale =
 		std::min(static_cast<double>(image.width) / width, static_cast<double>(image.height) / height);
 	const double radius = std::max(scale, 1.0);
-	const double centre_x = (image.width - width * scale) / 2 + (x + 0.5) * scale - 0.5;
-	const double centre_y = (image.height - height * scale) / 2 + (y + 0.5) * scale - 0.5;
+	const double center_x = (image.width - width * scale) / 2 + (x + 0.5) * scale - 0.5;
+	const double center_y = (image.height - height * scale) / 2 + (y + 0.5) * scale - 0.5;
 	const auto weight = [radius](int place, double centre) {
 		return std::max(1 - std::abs(place - centre) / radius, 0.0);
 	};
 	double sum = 0;
 	double total = 0;
 	for (int source_y = 0; source_y < image.height; ++source_y) {
-		const double row = weight(source_y, centre_y);
+		const double row = weight(source_y, center_y);
 		for (int source_x = 0; row > 0 && source_x < image.width; ++source_x) {
-			sum += row * weight(source_x, centre_x) * image.pixel(source_x, source_y)[channel];
-			total += row * weight(source_x, centre_x);
+			sum += row * weight(source_x, center_x) * image.pixel(source_x, source_y)[channel];
+			total += row * weight(source_x, center_x);
 		}
 	}
 	return sum / total;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "engine_fixture.h"
-#include "image.h"
+#include "image_reader.h"
 #include "image_writer.h"
 
 #include <algorithm>
@@ -327,6 +327,7 @@ TEST_F(BadInput, TwoThreadsOnOneHandle_EachCallIsDoneOrTurnedAway)
 	EXPECT_EQ(wrong, 0);
 	// The handle is as good as before.
 	kl_clear_chroma_key(engine.get());
+	kl_clear_virtual_background(engine.get());
 	kl_set_smoothing(engine.get(), 0);
 	EXPECT_EQ(processed(input).bytes, input.bytes);
 }

@@ -109,6 +109,19 @@ TEST_F(BundleTest, ManifestsThatAreNoManifestAreRefused)
 	}
 }
 
+TEST_F(BundleTest, AManifestThatIsNestedTooDeeplyIsRefused)
+{
+	const auto status_at = [&](size_t depth) {
+		const std::string text = R"({"kind":"filter","format_version":1,"name":"test","deep":)" +
+					 std::string(depth, '[') + std::string(depth, ']') + "}";
+		write_bundle(scratch.place("a.kld"), {{"manifest.json", Bytes(text.begin(), text.end())}});
+		return open(scratch.path("a.kld")).status;
+	};
+	EXPECT_EQ(status_at(20), KL_OK);
+	EXPECT_EQ(status_at(40), KL_ERROR_FORMAT);
+	EXPECT_EQ(status_at(100'000), KL_ERROR_FORMAT);
+}
+
 TEST_F(BundleTest, NamesThatLeaveTheBundleAreRefused)
 {
 	for (const std::string name : {"../x", "a/../../x", "/etc/x", "C:/x", "a\\b", "a//b", "./x", "a/."}) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "effect_lists.h"
 #include "engine_fixture.h"
-#include "stages/color_lookup.h"
+#include "stages/color_lut.h"
 
 #include <algorithm>
 #include <array>
@@ -10,11 +11,6 @@
 namespace kalvio::engine::testing {
 namespace {
 
-constexpr const char *filter_ids[] = {"initial_heart", "first_love", "vivid",    "confession",   "milk_tea",
-				      "mousse",        "japanese",   "dawn",     "cookie",       "lively",
-				      "pure",          "fair",       "snow",     "plain",        "natural",
-				      "rose",          "tender",     "tender_2", "extraordinary"};
-
 std::string filter_path(const std::string &id)
 {
 	return std::string(KALVIO_DATA_DIR) + "/filters/" + id + "/" + id + ".kld";
@@ -22,9 +18,9 @@ std::string filter_path(const std::string &id)
 
 // Interpolation in tetrahedra, from its definition: walk from the cell's corner along the channels, largest fraction
 // first.
-std::array<double, 3> reference(const ColorLattice &lattice, const uint8_t *pixel, double intensity)
+std::array<double, 3> reference(const Lut3d &lut, const uint8_t *pixel, double intensity)
 {
-	constexpr int side = ColorLattice::side;
+	constexpr int side = Lut3d::side;
 	std::array<double, 3> fraction;
 	std::array<size_t, 3> place;
 	for (size_t channel = 0; channel < 3; ++channel) {
@@ -35,7 +31,7 @@ std::array<double, 3> reference(const ColorLattice &lattice, const uint8_t *pixe
 	std::array<size_t, 3> order = {0, 1, 2};
 	std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return fraction[a] > fraction[b]; });
 	const auto color = [&](const std::array<size_t, 3> &at, size_t channel) {
-		return lattice.colors[((at[2] * side + at[1]) * side + at[0]) * 3 + channel] / 257.0;
+		return lut.colors[((at[2] * side + at[1]) * side + at[0]) * 3 + channel] / 257.0;
 	};
 	std::array<double, 3> result;
 	for (size_t channel = 0; channel < 3; ++channel) {
@@ -57,23 +53,23 @@ protected:
 	{
 		const std::string manifest =
 			R"({"kind":"filter","format_version":1,"name":"test","size":)" + size + "}";
-		write_bundle(scratch.place(name), {{"manifest.json", Bytes(manifest.begin(), manifest.end())},
-						   {ColorLattice::entry, table}});
+		write_bundle(scratch.place(name),
+			     {{"manifest.json", Bytes(manifest.begin(), manifest.end())}, {Lut3d::entry, table}});
 		return scratch.path(name);
 	}
 
 	static Bytes random_table()
 	{
 		const Picture noise = noise_picture(256, 256, 42);
-		return Bytes(noise.bytes.begin(), noise.bytes.begin() + ColorLattice::values * 2);
+		return Bytes(noise.bytes.begin(), noise.bytes.begin() + Lut3d::values * 2);
 	}
 };
 
 TEST_F(ColorFilter, IsWithinOneLevelOfTheReference_EvenForARandomTable)
 {
 	const std::string path = write_lattice("random.kld", random_table());
-	ColorLattice lattice;
-	ASSERT_TRUE(load_color_lattice(path.c_str(), lattice));
+	Lut3d lut;
+	ASSERT_TRUE(load_lut3d(path.c_str(), lut));
 	ASSERT_EQ(kl_set_filter(engine.get(), path.c_str()), KL_OK);
 	const Picture input = noise_picture(511, 303, 9);
 	for (const float intensity : {1.0F, 0.37F}) {
@@ -82,7 +78,7 @@ TEST_F(ColorFilter, IsWithinOneLevelOfTheReference_EvenForARandomTable)
 		double worst = 0;
 		for (int y = 0; y < input.height; ++y) {
 			for (int x = 0; x < input.width; ++x) {
-				const auto expected = reference(lattice, input.pixel(x, y), double{intensity});
+				const auto expected = reference(lut, input.pixel(x, y), double{intensity});
 				for (size_t channel = 0; channel < 3; ++channel)
 					worst = std::max(worst,
 							 std::abs(output.pixel(x, y)[channel] - expected[channel]));
@@ -96,8 +92,8 @@ TEST_F(ColorFilter, IsWithinOneLevelOfTheReference_EvenForARandomTable)
 TEST_F(ColorFilter, EveryGreyAndPureColourIsWithinOneLevelOfTheReference)
 {
 	const std::string path = filter_path("extraordinary");
-	ColorLattice lattice;
-	ASSERT_TRUE(load_color_lattice(path.c_str(), lattice));
+	Lut3d lut;
+	ASSERT_TRUE(load_lut3d(path.c_str(), lut));
 	kl_set_filter(engine.get(), path.c_str());
 	Picture input(256, 8);
 	for (int x = 0; x < 256; ++x) {
@@ -111,7 +107,7 @@ TEST_F(ColorFilter, EveryGreyAndPureColourIsWithinOneLevelOfTheReference)
 	const Picture output = processed(input);
 	for (int y = 0; y < 8; ++y) {
 		for (int x = 0; x < 256; ++x) {
-			const auto expected = reference(lattice, input.pixel(x, y), 1);
+			const auto expected = reference(lut, input.pixel(x, y), 1);
 			for (size_t channel = 0; channel < 3; ++channel)
 				ASSERT_NEAR(output.pixel(x, y)[channel], expected[channel], 0.6) << x << ", " << y;
 		}
@@ -122,7 +118,7 @@ TEST_F(ColorFilter, AllNineteenLoad_AndNoTwoLookAlike)
 {
 	const Picture input = noise_picture(64, 64, 21);
 	std::vector<Picture> outputs;
-	for (const char *id : filter_ids) {
+	for (const char *id : effects::filters) {
 		ASSERT_EQ(kl_set_filter(engine.get(), filter_path(id).c_str()), KL_OK) << id;
 		outputs.push_back(processed(input));
 	}
@@ -132,7 +128,7 @@ TEST_F(ColorFilter, AllNineteenLoad_AndNoTwoLookAlike)
 			for (size_t index = 0; index < input.bytes.size(); ++index)
 				difference += std::abs(outputs[first].bytes[index] - outputs[second].bytes[index]);
 			EXPECT_GT(difference / static_cast<double>(input.bytes.size()), 1.0)
-				<< filter_ids[first] << ", " << filter_ids[second];
+				<< effects::filters[first] << ", " << effects::filters[second];
 		}
 	}
 }
@@ -142,7 +138,7 @@ TEST_F(ColorFilter, KeepsGreyRampsRising)
 	Picture ramp(256, 1);
 	for (int x = 0; x < 256; ++x)
 		std::fill_n(ramp.pixel(x, 0), 4, static_cast<uint8_t>(x));
-	for (const char *id : filter_ids) {
+	for (const char *id : effects::filters) {
 		ASSERT_EQ(kl_set_filter(engine.get(), filter_path(id).c_str()), KL_OK);
 		const Picture output = processed(ramp);
 		for (int x = 1; x < 256; ++x) {

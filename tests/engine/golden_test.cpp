@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "image.h"
+#include "effect_lists.h"
+#include "engine.h"
+#include "image_reader.h"
 #include "image_writer.h"
 #include "skin_chart.h"
 
@@ -50,9 +52,7 @@ void set_key(kl_engine *engine, int color)
 std::vector<GoldenCase> golden_cases()
 {
 	std::vector<GoldenCase> cases;
-	for (const char *id :
-	     {"initial_heart", "first_love", "vivid", "confession", "milk_tea", "mousse", "japanese", "dawn", "cookie",
-	      "lively", "pure", "fair", "snow", "plain", "natural", "rose", "tender", "tender_2", "extraordinary"}) {
+	for (const char *id : effects::filters) {
 		const std::string path = data_file(std::string("filters/") + id + "/" + id + ".kld");
 		cases.push_back({std::string("filter_") + id, Scene::Portrait, View::Means, [path](kl_engine *engine) {
 					 kl_set_filter(engine, path.c_str());
@@ -102,12 +102,6 @@ std::vector<GoldenCase> golden_cases()
 					 kl_set_virtual_background(engine, path.c_str());
 				 }});
 	}
-	// At its widest the red key takes all but the green clothes for background.
-	cases.push_back({"background_blur", Scene::Portrait, View::Means, [](kl_engine *engine) {
-				 set_key(engine, 2);
-				 kl_set_chroma_key_similarity(engine, 0.6F);
-				 kl_set_virtual_background_blur(engine, 0.5F);
-			 }});
 	for (const char *name : {"butterfly", "petals"}) {
 		const std::string path = data_file(std::string("stickers/screen/") + name + ".kld");
 		cases.push_back({std::string("sticker_") + name, Scene::Portrait, View::Means,
@@ -195,6 +189,8 @@ class Golden : public EngineTest, public ::testing::WithParamInterface<GoldenCas
 TEST_P(Golden, LooksAsItDid)
 {
 	const GoldenCase &item = GetParam();
+	if (std::string(item.name) == "skin_only" && !engine->nets->is_complete())
+		GTEST_SKIP() << "skin is told by faces, and the bundle has no nets";
 	const Picture input = picture_of(item.scene);
 	item.set(engine.get());
 	Picture output = processed(input);

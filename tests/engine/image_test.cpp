@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "engine_fixture.h"
-#include "image.h"
+#include "image_reader.h"
 #include "image_writer.h"
 
 #include <cstdio>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "image.h"
+#include "read_result.h"
 
 // JPEG files that the project's own writer does not make.
 namespace kalvio::engine::testing {

@@ -195,11 +195,12 @@ TEST_P(SameBytes, AfterAFrameOfAnotherSize)
 	EXPECT_EQ(processed(input()).bytes, expected.bytes);
 }
 
-// Sides that are no multiple of anything, rows of whole vectors, and a frame smaller than one.
+// Sides that are no multiple of anything, rows of whole vectors, a frame smaller than one, and one so high that effects
+// reach further.
 INSTANTIATE_TEST_SUITE_P(Effects, SameBytes,
 			 ::testing::Combine(::testing::ValuesIn(effects),
 					    ::testing::Values(std::array{333, 217}, std::array{320, 96},
-							      std::array{13, 9})),
+							      std::array{13, 9}, std::array{70, 1090})),
 			 [](const auto &parameters) {
 				 const auto &size = std::get<1>(parameters.param);
 				 return std::get<0>(parameters.param).name + std::to_string(size[0]) + "x" +

@@ -106,6 +106,7 @@ TEST_F(SettingsTest, NullHandlesAreRefused)
 	EXPECT_EQ(kl_clear_filter(nullptr), KL_ERROR_INVALID_ARGUMENT);
 	EXPECT_EQ(kl_clear_sticker(nullptr), KL_ERROR_INVALID_ARGUMENT);
 	EXPECT_EQ(kl_clear_3d_sticker(nullptr), KL_ERROR_INVALID_ARGUMENT);
+	EXPECT_EQ(kl_get_capabilities(nullptr), KL_ERROR_INVALID_ARGUMENT);
 	EXPECT_EQ(kl_clear_virtual_background(nullptr), KL_ERROR_INVALID_ARGUMENT);
 }
 
@@ -168,13 +169,9 @@ TEST_F(SettingsTest, ClearingTheKeyKeepsItsValues)
 }
 
 // What has no effect yet must not pretend to have one.
-TEST_F(SettingsTest, MakeupAndReshapeChangeNoPixel)
+TEST_F(SettingsTest, BodyReshapeChangesNoPixel)
 {
 	const Picture input = noise_picture(64, 48, 3);
-	for (const MakeupItem &item : makeup_items)
-		item.set_strength(engine.get(), 1);
-	for (int id = 0; id < 26; ++id)
-		kl_set_reshape(engine.get(), id, 1);
 	for (int id = 0; id < 9; ++id)
 		kl_set_body_reshape(engine.get(), id, 1);
 	EXPECT_EQ(processed(input).bytes, input.bytes);

@@ -228,6 +228,13 @@ SkinScore score_skin_map(kl_engine *engine, const SkinScene &scene)
 			  KL_OK);
 		return output;
 	};
+	// A frame of another size ends what the engine knows of the last scene.
+	const Picture nothing(1, 1);
+	Picture ignored(1, 1);
+	kl_set_whitening(engine, 1);
+	kl_set_beauty_skin_only(engine, true);
+	EXPECT_EQ(kl_process_rgba(engine, nothing.bytes.data(), 1, 1, 4, ignored.bytes.data(), KL_PIXEL_FORMAT_RGBA, 0),
+		  KL_OK);
 	const Picture everywhere = whitened(false);
 	const Picture on_skin = whitened(true);
 

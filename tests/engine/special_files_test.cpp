@@ -2,6 +2,7 @@
 #include "engine_fixture.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 // Files that are none, as POSIX systems have them.
 namespace kalvio::engine::testing {
@@ -27,6 +28,19 @@ TEST_F(SpecialFiles, NoLoaderWaitsForAPipe)
 TEST_F(SpecialFiles, NoLoaderReadsADeviceForEver)
 {
 	expect_refused("/dev/zero");
+}
+
+TEST_F(SpecialFiles, ALogThatAnotherUserMadeIsNotWrittenTo)
+{
+	if (::geteuid() != 0)
+		GTEST_SKIP() << "only root can give a file to another user";
+	const std::string path = scratch.write("foreign.log", std::string("foreign"));
+	constexpr uid_t nobody = 65534;
+	ASSERT_EQ(::chown(path.c_str(), nobody, nobody), 0);
+	const kl_log_config log = {0, 1, 2, 0, path.c_str()};
+	EXPECT_EQ(kl_set_log_config(&log), KL_OK);
+	EXPECT_NE(create(), nullptr);
+	EXPECT_EQ(read_text(path), "foreign");
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "engine.h"
 #include "engine_fixture.h"
 #include "image_writer.h"
+#include "stages/sticker_motion.h"
 
 #include <algorithm>
 #include <cmath>
@@ -51,6 +52,32 @@ TEST_F(StickerTest, AllElevenLoad)
 		EXPECT_EQ(set(shipped(name)), KL_OK) << name;
 	for (const char *name : {"3d/oculos", "3d/red_glasses"})
 		EXPECT_EQ(kl_set_3d_sticker(engine.get(), shipped(name).c_str()), KL_OK) << name;
+}
+
+// Each part is within its own limits, all of them together would cover a frame many times.
+TEST_F(StickerTest, PartsThatCoverTooMuchAreRefused)
+{
+	const auto items = [](int count, int size) {
+		std::string text = R"("placement":"face","items":[)";
+		for (int index = 0; index < count; ++index)
+			text += std::string(index > 0 ? "," : "") +
+				R"({"sprite":"a.png","anchor":"nose","offset":[0,0],"size":)" + std::to_string(size) +
+				"}";
+		return text + "]}";
+	};
+	EXPECT_EQ(set(bundle(items(6, 2))), KL_OK);
+	EXPECT_EQ(set(bundle(items(7, 2))), KL_ERROR_FORMAT);
+	EXPECT_EQ(set(bundle(items(1, 5))), KL_ERROR_FORMAT);
+
+	const auto quad = [](const char *corners) {
+		return std::string(R"("quads":[{"sprite":"a.png","corners":)") + corners + "}]}";
+	};
+	const auto set_3d = [this](const std::string &path) {
+		return kl_set_3d_sticker(engine.get(), path.c_str());
+	};
+	EXPECT_EQ(set_3d(bundle(quad("[[0,0,0],[300,0,0],[300,-300,0],[0,-300,0]]"), "sticker3d")), KL_OK);
+	EXPECT_EQ(set_3d(bundle(quad("[[0,0,0],[400,0,0],[400,-400,0],[0,-400,0]]"), "sticker3d")), KL_ERROR_FORMAT);
+	EXPECT_EQ(set_3d(bundle(quad("[[0,0,0],[30,0,0],[30,-30,9],[0,-30,0]]"), "sticker3d")), KL_ERROR_FORMAT);
 }
 
 TEST_F(StickerTest, ScreenStickersAreDrawnOverPartOfTheFrame)
@@ -129,8 +156,8 @@ Strides strides_of(const Sticker &sticker, int64_t from_us)
 	for (int frame = 1; frame <= 120; ++frame) {
 		const int count = place_sprites(sticker, from_us + frame * second_us / 60, 1920, 1080, now.data());
 		for (size_t index = 0; index < size_t(count); ++index) {
-			const double x = now[index].centre_x - before[index].centre_x;
-			const double y = now[index].centre_y - before[index].centre_y;
+			const double x = now[index].center_x - before[index].center_x;
+			const double y = now[index].center_y - before[index].center_y;
 			const double stride = std::hypot(x, y);
 			strides.standing += stride == 0;
 			++strides.pairs;
@@ -166,8 +193,8 @@ TEST_F(StickerTest, MotionIsSteadyAfterManyHours)
 		const int count = place_sprites(sticker, age, 1920, 1080, now.data());
 		place_sprites(sticker, age + second_us / 30, 1920, 1080, next.data());
 		for (int index = 0; index < count; ++index) {
-			EXPECT_NEAR(now[size_t(index)].centre_x, next[size_t(index)].centre_x, 25) << age;
-			EXPECT_NE(now[size_t(index)].centre_x, next[size_t(index)].centre_x) << age;
+			EXPECT_NEAR(now[size_t(index)].center_x, next[size_t(index)].center_x, 25) << age;
+			EXPECT_NE(now[size_t(index)].center_x, next[size_t(index)].center_x) << age;
 		}
 	}
 }
@@ -232,6 +259,16 @@ TEST_F(StickerTest, ManifestsThatMakeNoSenseAreRefused)
 	      std::string(R"("placement":"face","items":[{"sprite":"a.png","anchor":"eyes","size":1}]})"),
 	      std::string(R"("placement":"face","items":[7]})"), std::string(R"("placement":"face","items":{}})")})
 		EXPECT_EQ(set(bundle(end)), KL_ERROR_FORMAT) << end;
+}
+
+TEST_F(StickerTest, SpritesThatWouldCoverTheFrameManyTimesAreRefused)
+{
+	// The sprite is as wide as it is high: 0.25 squares are 25 sprites of a tenth of the frame's height.
+	const std::string moving = R"("placement":"screen","motion":"fall","sprites":["a.png"],)";
+	EXPECT_EQ(set(bundle(moving + R"("count":24,"size":[0.05,0.1]})")), KL_OK);
+	EXPECT_EQ(set(bundle(moving + R"("count":26,"size":[0.05,0.1]})")), KL_ERROR_FORMAT);
+	EXPECT_EQ(set(bundle(moving + R"("count":64,"size":[0.5,0.5]})")), KL_ERROR_FORMAT);
+	EXPECT_TRUE(contains(log_text(), "its moving sprites cover more than a frame can bear"));
 }
 
 TEST_F(StickerTest, QuadsThatMakeNoSenseAreRefused)

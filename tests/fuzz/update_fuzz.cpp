@@ -1,31 +1,30 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "fuzz_input.h"
+#include "kit/scratch.h"
+#include "platform/web_address.h"
 #include "update/dismissal.h"
 #include "update/manifest.h"
+#include "update/update_check.h"
+#include "update/update_hooks.h"
 #include "update/version.h"
-#include "update/web_address.h"
 
 #include <util/base.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <string_view>
-#include <sys/mman.h>
-#include <unistd.h>
 
-// Everything the update service reads that others have written: the manifest, the dismissal file and version texts. The
-// first byte of an input picks the reader. What holds for every input is checked; a breach aborts.
+// Everything the update service reads that others have written: a server's answers, the manifest, the dismissal file
+// and version texts. The first byte of an input picks the reader. What holds for every input is checked; a breach
+// aborts.
 
 namespace {
 
 using namespace kalvio;
-
-void require(bool fact)
-{
-	if (!fact)
-		std::abort();
-}
+using test::require;
 
 void read_versions(std::string_view text)
 {
@@ -68,21 +67,55 @@ std::string manifest_of(std::string_view text)
 	return body + "}";
 }
 
-// A file without a folder, and the path under which this process sees it.
-const int memory_file = memfd_create("update_dismiss.json", 0);
-const std::string memory_file_path = "/proc/self/fd/" + std::to_string(memory_file);
-
 void read_dismissal(std::string_view content)
 {
-	require(ftruncate(memory_file, 0) == 0);
-	require(pwrite(memory_file, content.data(), content.size(), 0) == static_cast<ssize_t>(content.size()));
-	const Dismissal dismissal = load_dismissal(memory_file_path);
+	static const test::ScratchFolder folder;
+	static const std::string path = folder.file("update_dismiss.json");
+	std::filesystem::remove(path + ".bak"); // of an earlier input
+	folder.write("update_dismiss.json", content);
+	const Dismissal dismissal = load_dismissal(path);
 	require(dismissal.version.size() <= content.size());
 
 	// What was read can be written and read again.
-	require(save_dismissal(memory_file_path, dismissal));
-	const Dismissal again = load_dismissal(memory_file_path);
+	require(save_dismissal(path, dismissal));
+	const Dismissal again = load_dismissal(path);
 	require(again.version == dismissal.version && again.until == dismissal.until);
+}
+
+HttpResponse answer;
+std::string opened;
+
+// Two bytes are the status; the rest is the body, of a check that runs after a good one.
+void read_answer(std::string_view text)
+{
+	static const UpdateHooks hooks = {
+		[](const std::string &) { return answer; },
+		[] { return std::int64_t{1'800'000'000}; },
+		[](const std::string &url) {
+			opened = url;
+			return true;
+		},
+		[](const char *) { return std::string(); },
+	};
+	reset_update_service(hooks);
+	answer = {200, R"({"version": "1.0.13", "notes": "before"})"};
+	run_update_check();
+	const UpdateStatus before = update_status();
+
+	const auto byte = [text](size_t index) {
+		return index < text.size() ? static_cast<std::uint8_t>(text[index]) : std::uint8_t{0};
+	};
+	answer = {byte(0) + 256U * byte(1), std::string(text.substr(std::min<size_t>(text.size(), 2)))};
+	run_update_check();
+	const UpdateStatus after = update_status();
+	require(!(after.forced && after.soft));
+	require(after.forced == update_is_forced());
+	if (answer.status != 200 || !parse_manifest(answer.body))
+		require(after.latest == before.latest && after.notes == before.notes && !after.forced);
+
+	opened.clear();
+	open_update_download();
+	require(opened.empty() || is_web_address(opened));
 }
 
 } // namespace
@@ -104,6 +137,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 		break;
 	case 'd':
 		read_dismissal(text);
+		break;
+	case 'h':
+		read_answer(text);
 		break;
 	case 'k':
 		read_manifest(manifest_of(text));

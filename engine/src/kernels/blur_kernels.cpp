@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "kernels/kernels.h"
-#include "kernels/retouch_tables.h"
+#include "pixel_tables.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/blur_kernels.cpp"
@@ -54,7 +54,7 @@ HWY_INLINE WideVector sums_of_lanes(WideVector a, WideVector b, WideVector c, Wi
 	return hn::Add(hn::BitCast(d32, low), hn::BitCast(d32, high));
 }
 
-void cells_of_sums(const ChannelSums &sums, int block, int cells, bool opaque, float *HWY_RESTRICT out)
+void average_blocks(const ChannelSums &sums, int block, int cells, bool opaque, float *HWY_RESTRICT out)
 {
 	const Wide d;
 	const hn::FixedTag<uint16_t, 8> d16;
@@ -77,8 +77,8 @@ void cells_of_sums(const ChannelSums &sums, int block, int cells, bool opaque, f
 		const hn::FixedTag<int32_t, 4> signed32;
 		const auto total = hn::BitCast(signed32, sums_of_lanes(red, blue, green, alpha));
 		const auto mean = hn::Mul(hn::ConvertTo(df, total), scale);
-		const auto colours = hn::FirstN(df, opaque ? 3 : 4);
-		hn::StoreU(hn::IfThenElse(colours, mean, hn::Set(df, 1.0F)), df, out + cell * 4);
+		const auto colors = hn::FirstN(df, opaque ? 3 : 4);
+		hn::StoreU(hn::IfThenElse(colors, mean, hn::Set(df, 1.0F)), df, out + cell * 4);
 	}
 }
 
@@ -108,7 +108,7 @@ void convolve_rows(const float *const *rows, const float *HWY_RESTRICT weights, 
 	}
 }
 
-void fixed_cells(const float *HWY_RESTRICT weighted, int cells, int16_t *HWY_RESTRICT out)
+void unpremultiply_to_fixed(const float *HWY_RESTRICT weighted, int cells, int16_t *HWY_RESTRICT out)
 {
 	const hn::FixedTag<float, 4> df;
 	const hn::FixedTag<int16_t, 4> d16;
@@ -122,24 +122,24 @@ void fixed_cells(const float *HWY_RESTRICT weighted, int cells, int16_t *HWY_RES
 	}
 }
 
-void enlarge_cells(const int16_t *HWY_RESTRICT cells, int block, const int16_t *HWY_RESTRICT left,
-		   const int16_t *HWY_RESTRICT right, int count, const ChannelRows &out)
+void upsample_row(const int16_t *HWY_RESTRICT cells, int block, const int16_t *HWY_RESTRICT left,
+		  const int16_t *HWY_RESTRICT right, int count, const ChannelRows &out)
 {
 	const hn::FixedTag<int16_t, 8> d; // two channels of four pixels
 	const hn::FixedTag<int32_t, 4> d32;
 	for (int cell = 0; cell < count; ++cell) {
 		for (int pair = 0; pair < 2; ++pair) {
-			const auto both_channels = [&](int neighbour) HWY_ATTR {
+			const auto both_channels = [&](int neighbor) HWY_ATTR {
 				int32_t channels;
-				hwy::CopyBytes<4>(cells + (cell + neighbour) * 4 + pair * 2, &channels);
+				hwy::CopyBytes<4>(cells + (cell + neighbor) * 4 + pair * 2, &channels);
 				return hn::BitCast(d, hn::Set(d32, channels));
 			};
-			const auto centre = both_channels(0);
-			const auto before = hn::Sub(both_channels(-1), centre);
-			const auto behind = hn::Sub(both_channels(1), centre);
+			const auto center = both_channels(0);
+			const auto before = hn::Sub(both_channels(-1), center);
+			const auto behind = hn::Sub(both_channels(1), center);
 			int16_t *row = (pair == 0 ? out.red_blue : out.green_alpha) + cell * block * 2;
 			for (int value = 0; value < block * 2; value += 8) {
-				auto sum = hn::Add(centre, hn::MulFixedPoint15(before, hn::LoadU(d, left + value)));
+				auto sum = hn::Add(center, hn::MulFixedPoint15(before, hn::LoadU(d, left + value)));
 				sum = hn::Add(sum, hn::MulFixedPoint15(behind, hn::LoadU(d, right + value)));
 				hn::StoreU(sum, d, row + value);
 			}
@@ -179,11 +179,11 @@ HWY_AFTER_NAMESPACE();
 namespace kalvio::engine::kernels {
 
 HWY_EXPORT(sum_rows);
-HWY_EXPORT(cells_of_sums);
+HWY_EXPORT(average_blocks);
 HWY_EXPORT(convolve_cells);
 HWY_EXPORT(convolve_rows);
-HWY_EXPORT(fixed_cells);
-HWY_EXPORT(enlarge_cells);
+HWY_EXPORT(unpremultiply_to_fixed);
+HWY_EXPORT(upsample_row);
 HWY_EXPORT(blend_rows);
 
 void sum_rows(const uint8_t *const rows[4], int bytes, bool add, const ChannelSums &sums)
@@ -191,9 +191,9 @@ void sum_rows(const uint8_t *const rows[4], int bytes, bool add, const ChannelSu
 	HWY_DYNAMIC_DISPATCH(sum_rows)(rows, bytes, add, sums);
 }
 
-void cells_of_sums(const ChannelSums &sums, int block, int cells, bool opaque, float *out)
+void average_blocks(const ChannelSums &sums, int block, int cells, bool opaque, float *out)
 {
-	HWY_DYNAMIC_DISPATCH(cells_of_sums)(sums, block, cells, opaque, out);
+	HWY_DYNAMIC_DISPATCH(average_blocks)(sums, block, cells, opaque, out);
 }
 
 void convolve_cells(const float *padded, const float *weights, int taps, int cells, float *out)
@@ -206,15 +206,15 @@ void convolve_rows(const float *const *rows, const float *weights, int taps, int
 	HWY_DYNAMIC_DISPATCH(convolve_rows)(rows, weights, taps, floats, out);
 }
 
-void fixed_cells(const float *weighted, int cells, int16_t *out)
+void unpremultiply_to_fixed(const float *weighted, int cells, int16_t *out)
 {
-	HWY_DYNAMIC_DISPATCH(fixed_cells)(weighted, cells, out);
+	HWY_DYNAMIC_DISPATCH(unpremultiply_to_fixed)(weighted, cells, out);
 }
 
-void enlarge_cells(const int16_t *cells, int block, const int16_t *left, const int16_t *right, int count,
-		   const ChannelRows &out)
+void upsample_row(const int16_t *cells, int block, const int16_t *left, const int16_t *right, int count,
+		  const ChannelRows &out)
 {
-	HWY_DYNAMIC_DISPATCH(enlarge_cells)(cells, block, left, right, count, out);
+	HWY_DYNAMIC_DISPATCH(upsample_row)(cells, block, left, right, count, out);
 }
 
 void blend_rows(const ChannelRows &above, const ChannelRows &below, int16_t weight, int width, int y, uint8_t *row)

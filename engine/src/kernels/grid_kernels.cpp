@@ -12,49 +12,69 @@ namespace kalvio::engine::kernels::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 using Cell = hn::FixedTag<float, 4>;
-using CellVector = hn::Vec<Cell>;
 
-// Selects the first three of four lanes.
-HWY_INLINE hn::Mask<Cell> colour_lanes()
-{
-	return hn::FirstN(Cell(), 3);
-}
-
-// r*r + g*g + b*b in every lane; the fourth lane of `colour` is 0.
-HWY_INLINE CellVector squares_of(CellVector colour)
-{
-	CellVector sum = hn::Mul(colour, colour);
-	sum = hn::Add(sum, hn::Shuffle2301(sum));
-	return hn::Add(sum, hn::Shuffle1032(sum));
-}
-
-// The sum of 4 x 4 pixels, channel by channel.
-HWY_INLINE hn::Vec<hn::FixedTag<int32_t, 4>> sum_of_cell(const uint8_t *const rows[4], int first_byte)
+// The sum of a square of pixels, channel by channel.
+HWY_INLINE hn::Vec<hn::FixedTag<int32_t, 4>> sum_of_cell(const uint8_t *const *rows, int cell_pixels, int first_byte)
 {
 	const hn::FixedTag<uint16_t, 8> d16;
 	const hn::FixedTag<uint8_t, 8> d8;
 	auto sum = hn::Zero(d16);
-	for (int row = 0; row < 4; ++row) {
+	for (int row = 0; row < cell_pixels; ++row) {
 		const uint8_t *pixels = rows[row] + first_byte;
-		const auto first = hn::PromoteTo(d16, hn::LoadU(d8, pixels));
-		const auto second = hn::PromoteTo(d16, hn::LoadU(d8, pixels + 8));
-		sum = hn::Add(sum, hn::Add(first, second));
+		for (int byte = 0; byte < cell_pixels * 4; byte += 8)
+			sum = hn::Add(sum, hn::PromoteTo(d16, hn::LoadU(d8, pixels + byte)));
 	}
 	const hn::FixedTag<int32_t, 4> d32;
 	const hn::FixedTag<uint16_t, 4> half;
 	return hn::Add(hn::PromoteTo(d32, hn::LowerHalf(half, sum)), hn::PromoteTo(d32, hn::UpperHalf(half, sum)));
 }
 
-void cell_means(const uint8_t *const rows[4], int cells, float *HWY_RESTRICT out)
+// The colors of a cell that is not opaque all over, weighted by alpha: what is hidden has no say.
+HWY_INLINE void weighted_mean(const uint8_t *const *rows, int cell_pixels, int first_byte, float *HWY_RESTRICT out)
 {
-	const Cell d;
-	const auto scale = hn::Set(d, 1.0F / 16.0F);
-	const auto middle = hn::Set(d, 128.0F);
-	for (int cell = 0; cell < cells; ++cell) {
-		const auto sum = hn::ConvertTo(d, sum_of_cell(rows, cell * 16));
-		const auto mean = hn::IfThenElseZero(colour_lanes(), hn::Sub(hn::Mul(sum, scale), middle));
-		hn::StoreU(hn::IfThenElse(colour_lanes(), mean, squares_of(mean)), d, out + cell * 4);
+	int sums[4] = {0, 0, 0, 0};
+	for (int row = 0; row < cell_pixels; ++row) {
+		const uint8_t *pixel = rows[row] + first_byte;
+		for (int column = 0; column < cell_pixels; ++column, pixel += 4) {
+			for (int channel = 0; channel < 3; ++channel)
+				sums[channel] += pixel[channel] * pixel[3];
+			sums[3] += pixel[3];
+		}
 	}
+	for (int channel = 0; channel < 3; ++channel)
+		out[channel] =
+			sums[3] > 0 ? static_cast<float>(sums[channel]) / static_cast<float>(sums[3]) - 128.0F : 0.0F;
+	out[3] = static_cast<float>(sums[3]) / static_cast<float>(255 * cell_pixels * cell_pixels);
+}
+
+template <int CellPixels>
+HWY_INLINE void means_of_cells(const uint8_t *const *rows, int cells, float *HWY_RESTRICT out)
+{
+	constexpr int pixels = CellPixels * CellPixels;
+	const Cell d;
+	const hn::FixedTag<int32_t, 4> d32;
+	const auto scale = hn::Set(d, 1.0F / float(pixels));
+	const auto middle = hn::Set(d, 128.0F);
+	const auto color = hn::FirstN(d, 3);
+	for (int cell = 0; cell < cells; ++cell, out += 4) {
+		const auto sum = sum_of_cell(rows, CellPixels, cell * CellPixels * 4);
+		if (hn::ExtractLane(hn::Reverse(d32, sum), 0) != 255 * pixels) {
+			weighted_mean(rows, CellPixels, cell * CellPixels * 4, out);
+			continue;
+		}
+		const auto mean = hn::Sub(hn::Mul(hn::ConvertTo(d, sum), scale), middle);
+		hn::StoreU(hn::IfThenElse(color, mean, hn::Set(d, 1.0F)), d, out);
+	}
+}
+
+void cell_means(const uint8_t *const *rows, int cell_pixels, int cells, float *HWY_RESTRICT out)
+{
+	if (cell_pixels == 2)
+		means_of_cells<2>(rows, cells, out);
+	else if (cell_pixels == 4)
+		means_of_cells<4>(rows, cells, out);
+	else
+		means_of_cells<8>(rows, cells, out);
 }
 
 void add_rows(const float *const *rows, int row_count, int floats, float *HWY_RESTRICT out)
@@ -83,28 +103,6 @@ void box_cells(const float *HWY_RESTRICT padded, int radius, int cells, float sc
 	}
 }
 
-void keep_and_offset(const float *HWY_RESTRICT means, int cells, float epsilon, float *HWY_RESTRICT out)
-{
-	const Cell d;
-	const auto one = hn::Set(d, 1.0F);
-	const auto least = hn::Set(d, 0.25F);
-	const auto middle = hn::Set(d, 128.0F);
-	for (int cell = 0; cell < cells; ++cell) {
-		const auto window = hn::LoadU(d, means + cell * 4);
-		const auto mean = hn::IfThenElseZero(colour_lanes(), window);
-		const auto variance = hn::Max(hn::Sub(hn::Broadcast<3>(window), squares_of(mean)), hn::Zero(d));
-		// Contrast is seen, and made by light, in proportion to brightness: the strands of dark hair vary by
-		// fewer levels than the blemishes of a lit cheek.
-		const auto brightness = hn::Mul(hn::Add(hn::Broadcast<1>(window), middle), hn::Set(d, 1.0F / 140.0F));
-		const auto factor = hn::Min(hn::Max(brightness, least), one);
-		const auto scaled_epsilon = hn::Mul(hn::Mul(factor, factor), hn::Set(d, epsilon));
-		const auto squared = hn::Mul(variance, variance);
-		const auto keep = hn::Div(squared, hn::Add(squared, hn::Mul(scaled_epsilon, scaled_epsilon)));
-		const auto offset = hn::Mul(mean, hn::Sub(one, keep));
-		hn::StoreU(hn::IfThenElse(colour_lanes(), offset, keep), d, out + cell * 4);
-	}
-}
-
 void lerp_rows(const int16_t *HWY_RESTRICT above, const int16_t *HWY_RESTRICT below, int16_t weight, int count,
 	       int16_t *HWY_RESTRICT out)
 {
@@ -127,12 +125,11 @@ namespace kalvio::engine::kernels {
 HWY_EXPORT(cell_means);
 HWY_EXPORT(add_rows);
 HWY_EXPORT(box_cells);
-HWY_EXPORT(keep_and_offset);
 HWY_EXPORT(lerp_rows);
 
-void cell_means(const uint8_t *const rows[4], int cells, float *out)
+void cell_means(const uint8_t *const *rows, int cell_pixels, int cells, float *out)
 {
-	HWY_DYNAMIC_DISPATCH(cell_means)(rows, cells, out);
+	HWY_DYNAMIC_DISPATCH(cell_means)(rows, cell_pixels, cells, out);
 }
 
 void add_rows(const float *const *rows, int row_count, int floats, float *out)
@@ -143,11 +140,6 @@ void add_rows(const float *const *rows, int row_count, int floats, float *out)
 void box_cells(const float *padded, int radius, int cells, float scale, float *out)
 {
 	HWY_DYNAMIC_DISPATCH(box_cells)(padded, radius, cells, scale, out);
-}
-
-void keep_and_offset(const float *means, int cells, float epsilon, float *out)
-{
-	HWY_DYNAMIC_DISPATCH(keep_and_offset)(means, cells, epsilon, out);
 }
 
 void lerp_rows(const int16_t *above, const int16_t *below, int16_t weight, int count, int16_t *out)

@@ -13,7 +13,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 constexpr int block_pixels = 16;
 
-// Where each pixel of a block finds its four lattice colours, and how much of each it takes.
+// Where each pixel of a block finds its four LUT colors, and how much of each it takes.
 struct Block {
 	alignas(64) int32_t diagonal[block_pixels]; // offset of the pair of the far corners, in values
 	alignas(64) int32_t corners[block_pixels];  // offset of the pair of the two others
@@ -37,7 +37,7 @@ HWY_INLINE Position locate(WideVector value)
 	// Division by 255, exact below 65535.
 	WideVector cell = hn::Add(scaled, hn::Set(d, 1));
 	cell = hn::ShiftRight<8>(hn::Add(cell, hn::ShiftRight<8>(scaled)));
-	cell = hn::Min(cell, hn::Set(d, LookupCell::cells_a_side - 1));
+	cell = hn::Min(cell, hn::Set(d, LutCell::cells_per_side - 1));
 	return {cell, hn::Sub(scaled, hn::Sub(hn::ShiftLeft<8>(cell), cell))};
 }
 
@@ -77,7 +77,7 @@ HWY_INLINE void prepare(const uint8_t *HWY_RESTRICT pixels, Block &block)
 		WideVector middle = hn::Add(red.fraction, hn::Add(green.fraction, blue.fraction));
 		middle = hn::Sub(middle, hn::Add(largest, smallest));
 
-		hn::Store(hn::Add(cell, hn::Set(d, LookupCell::diagonal * 8)), d, block.diagonal + first);
+		hn::Store(hn::Add(cell, hn::Set(d, LutCell::diagonal * 8)), d, block.diagonal + first);
 		hn::Store(hn::Add(cell, hn::ShiftLeft<3>(code)), d, block.corners + first);
 		hn::Store(hn::BitCast(du, weight_pair(hn::Sub(byte, largest), smallest)), du,
 			  block.far_weights + first);
@@ -106,7 +106,7 @@ HWY_INLINE PairVector weigh(const int16_t *HWY_RESTRICT cells, const Block &bloc
 		       hn::MulFixedPoint15(near, weights(block.near_weights[pixel])));
 }
 
-// The colours of two pixels with the fraction bits gone.
+// The colors of two pixels with the fraction bits gone.
 HWY_INLINE PairVector finish(PairVector first, PairVector second)
 {
 	const Pair d;
@@ -130,9 +130,9 @@ void lookup_row(uint8_t *HWY_RESTRICT row, int width, const int16_t *HWY_RESTRIC
 			const PairVector lower = finish(weigh(cells, block, pixel), weigh(cells, block, pixel + 1));
 			const PairVector upper = finish(weigh(cells, block, pixel + 2), weigh(cells, block, pixel + 3));
 			const hn::FixedTag<uint8_t, 8> half;
-			const auto colours = hn::Combine(d8, hn::DemoteTo(half, upper), hn::DemoteTo(half, lower));
+			const auto colors = hn::Combine(d8, hn::DemoteTo(half, upper), hn::DemoteTo(half, lower));
 			const auto old = hn::BitCast(d32, hn::LoadU(d8, pixels + pixel * 4));
-			const auto result = hn::Or(hn::And(old, alpha), hn::AndNot(alpha, hn::BitCast(d32, colours)));
+			const auto result = hn::Or(hn::And(old, alpha), hn::AndNot(alpha, hn::BitCast(d32, colors)));
 			hn::StoreU(hn::BitCast(d8, result), d8, pixels + pixel * 4);
 		}
 	}

@@ -1,37 +1,32 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace kalvio::engine::kernels {
 
-// Weights of the left and of the right neighbour cell for the four pixels of a cell, 15 fraction bits, each for the
-// four channels of its pixel: pixel centres lie 3/8 and 1/8 of a cell from the centre of their cell.
-alignas(64) inline constexpr int16_t left_weights[16] = {12288, 12288, 12288, 12288, 4096, 4096, 4096, 4096};
-alignas(64) inline constexpr int16_t right_weights[16] = {0,    0,    0,    0,    0,     0,     0,     0,
-							  4096, 4096, 4096, 4096, 12288, 12288, 12288, 12288};
+// Weights of the left and of the right neighbor cell for the pixels of a cell, 15 fraction bits, each for the four
+// channels of its pixel: with cells of 4 pixels their centers lie 3/8 and 1/8 of a cell from the center of their cell.
+template <int CellPixels>
+struct NeighborWeights {
+	alignas(64) int16_t left[size_t{CellPixels} * 4] = {};
+	alignas(64) int16_t right[size_t{CellPixels} * 4] = {};
 
-// Ordered dither (Bayer 4 x 4) over the six fraction bits that the last rounding drops: smoothing takes away the noise
-// that hides 8-bit steps, and a smooth cheek would show them. Alpha is rounded plainly.
-alignas(64) inline constexpr int16_t dither_rows[4][16] = {
-	{2, 2, 2, 32, 34, 34, 34, 32, 10, 10, 10, 32, 42, 42, 42, 32},
-	{50, 50, 50, 32, 18, 18, 18, 32, 58, 58, 58, 32, 26, 26, 26, 32},
-	{14, 14, 14, 32, 46, 46, 46, 32, 6, 6, 6, 32, 38, 38, 38, 32},
-	{62, 62, 62, 32, 30, 30, 30, 32, 54, 54, 54, 32, 22, 22, 22, 32},
+	constexpr NeighborWeights()
+	{
+		for (int pixel = 0; pixel < CellPixels; ++pixel) {
+			const int from_center = (2 * pixel + 1 - CellPixels) * 16384 / CellPixels;
+			for (int channel = 0; channel < 4; ++channel) {
+				left[pixel * 4 + channel] = static_cast<int16_t>(from_center < 0 ? -from_center : 0);
+				right[pixel * 4 + channel] = static_cast<int16_t>(from_center > 0 ? from_center : 0);
+			}
+		}
+	}
 };
+template <int CellPixels>
+inline constexpr NeighborWeights<CellPixels> neighbor_weights;
 
-// The same for two channels of four pixels.
-alignas(16) inline constexpr int16_t pair_dither_rows[4][8] = {
-	{2, 2, 34, 34, 10, 10, 42, 42},
-	{50, 50, 18, 18, 58, 58, 26, 26},
-	{14, 14, 46, 46, 6, 6, 38, 38},
-	{62, 62, 30, 30, 54, 54, 22, 22},
-};
-
-alignas(16) inline constexpr int16_t luma_weights[8] = {6963, 23434, 2371, 0, 6963, 23434, 2371, 0}; // Rec. 709
-alignas(16) inline constexpr int16_t colour_lanes[8] = {-1, -1, -1, 0, -1, -1, -1, 0};
-
-inline constexpr int16_t white = 255 << 6;
 // 11 fraction bits, just short of 1: shifted to 15 bits it must not overflow.
 inline constexpr int16_t full_mask = 2047;
 

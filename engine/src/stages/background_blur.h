@@ -2,8 +2,10 @@
 #pragma once
 
 #include "aligned.h"
+#include "frame.h"
 #include "kernels/kernels.h"
-#include "pipeline.h"
+#include "pixel_tables.h"
+#include "stages/coarse_matte.h"
 
 #include <array>
 #include <cstdint>
@@ -11,18 +13,23 @@
 
 namespace kalvio::engine {
 
+class ColorKey;
 class Pool;
 
-// A Gaussian blur of what the matte calls background. Averaged over blocks of pixels, convolved there, and enlarged by
+// A Gaussian blur of what the matte calls background. Averaged over blocks of pixels, convolved there, and upsampled by
 // linear interpolation; what averaging and interpolation blur is taken off the convolution. The foreground has no
 // weight in any of the sums, so none of its light bleeds out.
 class BackgroundBlur {
 public:
 	// The standard deviation at full strength, as a fraction of the picture's height.
-	static constexpr float strongest_deviation = 0.03F;
+	static constexpr float strongest_sigma = 0.03F;
 
-	// With a null key everything is background. `deviation` in pixels.
-	void build(const Frame &frame, const kernels::ColorKey *key, float deviation, Pool &pool);
+	// With a null key everything is background; another one has seen the frame. `sigma` in pixels.
+	void build(const Frame &frame, ColorKey *key, float sigma, Pool &pool);
+
+	// The same in linear light, as a lens blurs: bright lamps stay bright. `person` says what is not background,
+	// and reaches a little beyond it; it is read by `build_linear` alone.
+	void build_linear(const Frame &frame, const CoarseMatte &person, float sigma, Pool &pool);
 
 	// One row of the blurred background, opaque, into a scratch row or one of whole vectors. With `mix` below 256
 	// the blur is weaker than the finest grid can express, and is to be mixed with the captured row in this
@@ -34,26 +41,33 @@ private:
 	static constexpr int max_taps = 33;
 	static constexpr int max_block = 128;
 
-	// A row of cells enlarged along the row, kept while further picture rows lie next to it.
-	struct EnlargedRow {
+	// A row of cells upsampled along the row, kept while further picture rows lie next to it.
+	struct UpsampledRow {
 		int cell_row = -1;
 		kernels::ChannelRows values = {};
 	};
-	struct Slot {
+	struct WorkerScratch {
 		Aligned<uint8_t> lines; // four picture rows and their mattes
 		Aligned<uint16_t> column_sums;
 		Aligned<float> sums;
-		Aligned<int16_t> enlarged_values;
-		std::array<EnlargedRow, 2> enlarged; // even and odd rows of cells
+		Aligned<int16_t> upsampled_values;
+		std::array<UpsampledRow, 2> upsampled; // even and odd rows of cells
+		std::vector<uint16_t> shares;          // of the background in each 4 x 4 pixels of a row
+		std::vector<uint64_t> light;           // {r, b, g, weight} of each cell
+		std::vector<float> person;             // a row of the matte
 	};
+	using Encoding = std::array<int16_t, kernels::white + 1>;
 
-	void choose_scale(const Frame &frame, float deviation);
+	void choose_scale(const Frame &frame, float sigma);
 	void resize(const Frame &frame, int slots);
-	void measure_row(const Frame &frame, const kernels::ColorKey *key, int y, Slot &slot);
-	void convolve_across(int y, Slot &slot);
-	void convolve_down(int y, Slot &slot);
+	void measure_row(const Frame &frame, ColorKey *key, int y, int slot_number);
+	void write_shares(const Frame &frame, const CoarseMatte &person, int y, WorkerScratch &slot) const;
+	void measure_light(const Frame &frame, const CoarseMatte &person, int y, WorkerScratch &slot);
+	void convolve_across(int y, WorkerScratch &slot);
+	// With an encoding the cells are linear light.
+	void convolve_down(int y, const Encoding *encoding, WorkerScratch &slot);
 	float *row_of(Aligned<float> &grid, int y) { return grid.data() + size_t(y) * size_t(row_floats_); }
-	const kernels::ChannelRows &enlarged_row(int y, Slot &slot);
+	const kernels::ChannelRows &upsampled_row(int y, WorkerScratch &slot);
 
 	int block_ = 4; // pixels on a cell's side
 	int columns_ = 0;
@@ -68,7 +82,7 @@ private:
 	Aligned<float> means_;   // {r, b, g, 1} * background
 	Aligned<float> across_;  // convolved along the rows
 	Aligned<int16_t> cells_; // convolved down as well, and one more at both ends of each row
-	std::vector<Slot> slots_;
+	std::vector<WorkerScratch> slots_;
 };
 
 } // namespace kalvio::engine

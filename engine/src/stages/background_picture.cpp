@@ -14,7 +14,7 @@ namespace kalvio::engine {
 namespace {
 
 // Fixed, so that the work is cut the same way however many threads there are.
-constexpr int rows_per_band = 16;
+constexpr int fitted_rows_per_band = 16;
 
 // Beyond this, sums of products of 16 bits lose too much; a picture that large is halved first.
 constexpr double largest_scale = 16;
@@ -30,25 +30,25 @@ bool is_set(const std::atomic<bool> *flag)
 // have the same number of taps, some of weight 0.
 struct Axis {
 	int taps = 1;
-	std::vector<int> firsts;      // one a pixel
-	std::vector<int16_t> weights; // `taps` a pixel, 32767 together
+	std::vector<int> firsts;      // one per pixel
+	std::vector<int16_t> weights; // `taps` per pixel, 32767 together
 };
 
 // Where the tent of a pixel lies among the source pixels.
 struct Tent {
-	double centre;
+	double center;
 	double radius;
 	int low; // the first and the last source pixel below it
 	int high;
 
 	Tent(int source_size, double scale, int size, int index)
-		: centre((source_size - size * scale) / 2 + (index + 0.5) * scale - 0.5), radius(std::max(scale, 1.0)),
-		  low(std::clamp(static_cast<int>(std::floor(centre - radius)) + 1, 0, source_size - 1)),
-		  high(std::clamp(static_cast<int>(std::ceil(centre + radius)) - 1, low, source_size - 1))
+		: center((source_size - size * scale) / 2 + (index + 0.5) * scale - 0.5), radius(std::max(scale, 1.0)),
+		  low(std::clamp(static_cast<int>(std::floor(center - radius)) + 1, 0, source_size - 1)),
+		  high(std::clamp(static_cast<int>(std::ceil(center + radius)) - 1, low, source_size - 1))
 	{
 	}
 
-	double height_at(int place) const { return std::max(1 - std::abs(place - centre) / radius, 1e-6); }
+	double height_at(int place) const { return std::max(1 - std::abs(place - center) / radius, 1e-6); }
 };
 
 void write_weights(const Tent &tent, int16_t *weights)
@@ -102,8 +102,8 @@ ColumnTable table_of(const Axis &columns)
 	table.pairs = (columns.taps + 1) / 2;
 	table.left = columns.firsts.front();
 	table.used = columns.firsts.back() + columns.taps - table.left;
-	const size_t values = size_t(table.pairs) * 8; // a pixel
-	int16_t *weights = table.weights.require(width * values);
+	const size_t values = size_t(table.pairs) * 8; // per pixel
+	int16_t *weights = table.weights.ensure_capacity(width * values);
 	std::fill_n(weights, width * values, int16_t{0});
 	for (size_t x = 0; x < width; ++x) {
 		table.firsts.push_back((columns.firsts[x] - table.left) * 4);
@@ -118,26 +118,6 @@ struct Scratch {
 	std::vector<const uint8_t *> rows;
 	Aligned<int16_t> sums;
 };
-
-// Half as wide and high, each pixel the mean of four.
-Image halved(const Image &image)
-{
-	Image half;
-	half.resize(std::max(image.width / 2, 1), std::max(image.height / 2, 1));
-	for (int y = 0; y < half.height; ++y) {
-		const int below = std::min(2 * y + 1, image.height - 1);
-		for (int x = 0; x < half.width; ++x) {
-			const int right = std::min(2 * x + 1, image.width - 1);
-			for (int channel = 0; channel < 4; ++channel) {
-				const int sum = image.pixel(2 * x, 2 * y)[channel] +
-						image.pixel(right, 2 * y)[channel] +
-						image.pixel(2 * x, below)[channel] + image.pixel(right, below)[channel];
-				half.pixel(x, y)[channel] = static_cast<uint8_t>((sum + 2) / 4);
-			}
-		}
-	}
-	return half;
-}
 
 // Lays the picture over black.
 void make_opaque(Image &image, const std::atomic<bool> *cancelled)
@@ -177,15 +157,15 @@ void scale_to_cover(const Image &image, int width, int height, Pool *pool, const
 		own.rows.resize(size_t(rows.taps));
 		// An odd tap is the first of a pair, the other of which is read with weight 0.
 		const size_t values = size_t(columns.used + 1) * 4;
-		std::fill_n(own.sums.require(values), values, int16_t{0});
+		std::fill_n(own.sums.ensure_capacity(values), values, int16_t{0});
 	}
 	// Last, so that a result without memory for all this keeps its size and content.
 	result.resize(width, height);
 	result.pixels.resize(result.pixel_bytes() + Image::spare_bytes);
 	const auto scale_band = [&](int band, int slot) {
 		Scratch &own = scratch[size_t(slot)];
-		const int end = std::min(height, (band + 1) * rows_per_band);
-		for (int y = band * rows_per_band; y < end && !is_set(cancelled); ++y) {
+		const int end = std::min(height, (band + 1) * fitted_rows_per_band);
+		for (int y = band * fitted_rows_per_band; y < end && !is_set(cancelled); ++y) {
 			for (int tap = 0; tap < rows.taps; ++tap)
 				own.rows[size_t(tap)] = image.pixel(columns.left, rows.firsts[size_t(y)] + tap);
 			kernels::weigh_byte_rows(own.rows.data(), &rows.weights[size_t(y) * size_t(rows.taps)],
@@ -194,7 +174,7 @@ void scale_to_cover(const Image &image, int width, int height, Pool *pool, const
 					      columns.pairs, width, result.pixel(0, y));
 		}
 	};
-	const int bands = (height + rows_per_band - 1) / rows_per_band;
+	const int bands = (height + fitted_rows_per_band - 1) / fitted_rows_per_band;
 	if (pool != nullptr) {
 		pool->run(bands, scale_band);
 		return;

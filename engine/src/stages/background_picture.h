@@ -9,7 +9,7 @@ namespace kalvio::engine {
 
 class Pool;
 
-// A picture behind the matte: scaled until it covers the frame, cropped to its centre. Kept no larger than a frame of
+// A picture behind the matte: scaled until it covers the frame, cropped to its center. Kept no larger than a frame of
 // 3840 x 2160 needs. One thread at a time.
 class BackgroundPicture {
 public:

@@ -2,66 +2,79 @@
 #pragma once
 
 #include "aligned.h"
-#include "pipeline.h"
+#include "frame.h"
 #include "settings.h"
+#include "stages/face_skin.h"
 #include "stages/skin_map.h"
+#include "stages/smoothing.h"
 
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <vector>
 
 namespace kalvio::engine {
 
 class Pool;
 
-// Everything about smoothing and the skin map that does not need the full picture, on a grid of 4 x 4 pixels. Rebuilt
-// for every frame; the memory is kept.
-//
-// Smoothing is the self-guided filter of He, Sun and Tang ("Guided Image Filtering", 2013) with one keep factor for
-// all three channels, computed on a reduced grid as in "Fast Guided Filter" (He and Sun, 2015). What the reduced grid
-// cannot see, single pores and hairs, is kept or taken away by style.
+// The faces of a frame, `seconds` after those of the last frame.
+struct SeenFaces {
+	std::span<const TrackedFace> faces;
+	float seconds;
+};
+
+// Everything about smoothing and the skin map that does not need the full picture, on a grid of 2 x 2, 4 x 4 or 8 x 8
+// pixels by the frame's height. Rebuilt for every frame; the memory is kept. What the grid cannot see, single pores and
+// hairs, is kept or taken away by style.
 class RetouchField {
 public:
 	// Whether these settings need a field at all.
 	static bool is_needed(const Settings &settings);
 
-	void build(const Frame &frame, const Settings &settings, Pool &pool);
+	// With `seen` skin is what the faces say, without it what color and place say; and what is smoothed goes by the
+	// size of the largest face, without it by the frame's height.
+	void build(const Frame &frame, const Settings &settings, Pool &pool, const std::optional<SeenFaces> &seen = {});
 
 	// The field brought to the height of pixel row `y`; valid until the slot's next call. Points at the first cell,
 	// readable one cell before and behind the row.
 	const int16_t *row(int y, int slot);
+	// Of the grid: 2, 4 or 8.
+	int cell_pixels() const { return cell_pixels_; }
 
 private:
-	struct Slot {
+	struct WorkerScratch {
 		Aligned<float> sums;    // one padded row of vertical sums
 		Aligned<float> windows; // one row of window means
 		Aligned<int16_t> row;   // one row of the field between two grid rows
-		uint8_t edge[4][16];    // the last, incomplete cell of a grid row
+		uint8_t edge[8][32];    // the last, incomplete cell of a grid row
 	};
 
 	void resize(const Frame &frame, int slots);
 	float *grid_row(Aligned<float> &grid, int y) { return grid.data() + size_t(y) * size_t(row_floats_); }
+	CellGrid means_grid() const;
 	int16_t *field_row(int y) { return field_.data() + size_t(y) * size_t(row_field_values_); }
-	void measure_row(const Frame &frame, int y, Slot &slot);
+	void measure_row(const Frame &frame, int y, WorkerScratch &slot);
 	// The means of the windows around the cells of row y.
-	const float *window_row(Aligned<float> &grid, int y, Slot &slot);
-	void write_smoothing(int y, const float *windows, float strength, float fine);
+	const float *window_row(Aligned<float> &grid, int y, WorkerScratch &slot);
 	void write_skin(int y, const float *windows);
 	void repeat_edge_cells(int y);
 
+	int cell_pixels_ = 4;
 	int columns_ = 0;
 	int rows_ = 0;
-	int radius_ = 1;
+	int radius_ = 1; // of the windows of the skin map, in cells
 	int row_floats_ = 0;
 	int row_field_values_ = 0;
 	int cell_values_ = 0;
 	bool masked_ = false;
-	Aligned<float> means_;        // {r, g, b less 128, squares} of each cell
-	Aligned<float> coefficients_; // {offset r, g, b, keep}
-	Aligned<float> skin_;         // {mask, luma, mask * luma, luma * luma}
-	Aligned<float> skin_line_;    // {slope, offset, 0, 0}
+	Smoothing smoothing_;
+	Aligned<float> means_;     // {r, g, b less 128, alpha 0..1} of each cell
+	Aligned<float> skin_;      // {mask, luma, mask * luma, luma * luma}
+	Aligned<float> skin_line_; // {slope, offset, 0, 0}
 	SkinModel skin_model_;
+	FaceSkin face_skin_;
 	Aligned<int16_t> field_;
-	std::vector<Slot> slots_;
+	std::vector<WorkerScratch> slots_;
 };
 
 } // namespace kalvio::engine

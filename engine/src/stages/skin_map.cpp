@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "stages/skin_map.h"
 
+#include "smoothstep.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -9,7 +11,7 @@ namespace kalvio::engine {
 namespace {
 
 // Cell means have 4 fraction bits.
-constexpr int steps = 255 * 16 + 1;
+constexpr int distance_steps = 255 * 16 + 1;
 constexpr float units_per_octave = 256;
 // The corner of the bins and their sizes, in units. The first axis is log2(r/g) + log2(b/g), the second log2(r/b), the
 // third log2 of the luma level.
@@ -24,28 +26,28 @@ constexpr float floor_level = 4;
 
 // Skin in octaves. Lights move it from cold to warm far more than from green to magenta.
 constexpr float expected_sum = 0.10F;
-constexpr float expected_sum_deviation = 0.14F;
+constexpr float expected_sum_sigma = 0.14F;
 constexpr float expected_difference_low = 0.24F;
 constexpr float expected_difference_high = 1.20F;
-constexpr float expected_difference_deviation = 0.10F;
-constexpr float found_sum_deviation = 0.13F;
-constexpr float found_difference_deviation = 0.24F;
-constexpr float found_luma_deviation = 0.5F;
+constexpr float expected_difference_sigma = 0.10F;
+constexpr float found_sum_sigma = 0.13F;
+constexpr float found_difference_sigma = 0.24F;
+constexpr float found_luma_sigma = 0.5F;
 // Blemishes and flushed cheeks are skin, too: towards red both reach further.
 constexpr float redder = 1.6F;
 // Shadowed skin lies up to so many octaves below the peak, its highlights any number above.
 constexpr float shadow_from = 0.6F;
 constexpr float shadow_to = 1.25F;
 
-// How much more a colour of the frame's edges counts than one of the middle.
-constexpr float room_factor = 6.0F;
+// How much more a color of the frame's edges counts than one of the middle.
+constexpr float border_factor = 6.0F;
 
 struct LogTable {
-	std::array<int16_t, steps> values;
+	std::array<int16_t, distance_steps> values;
 
 	LogTable()
 	{
-		for (int step = 0; step < steps; ++step) {
+		for (int step = 0; step < distance_steps; ++step) {
 			const double level = step / 16.0 + double{floor_level};
 			values[size_t(step)] =
 				static_cast<int16_t>(std::lrint(std::log2(level) * double{units_per_octave}));
@@ -53,39 +55,33 @@ struct LogTable {
 	}
 };
 
-const std::array<int16_t, steps> &logarithms()
+const std::array<int16_t, distance_steps> &logarithms()
 {
 	static const LogTable table;
 	return table.values;
 }
 
-float bell(float distance, float deviation)
+float gaussian(float distance, float sigma)
 {
-	const float scaled = distance / deviation;
+	const float scaled = distance / sigma;
 	// Rounded to steps of 2^-16: the last bit of exp differs between math libraries.
 	return std::nearbyint(std::exp(-0.5F * scaled * scaled) * 65536.0F) / 65536.0F;
 }
 
-float ramp(float value, float from, float to)
+float skewed_gaussian(float distance, float sigma)
 {
-	const float position = std::clamp((value - from) / (to - from), 0.0F, 1.0F);
-	return position * position * (3 - 2 * position);
-}
-
-float sum_bell(float distance, float deviation)
-{
-	return bell(distance, distance > 0 ? deviation * redder : deviation);
+	return gaussian(distance, distance > 0 ? sigma * redder : sigma);
 }
 
 float expectation(float sum, float difference)
 {
 	const float outside =
 		std::max({expected_difference_low - difference, difference - expected_difference_high, 0.0F});
-	return sum_bell(sum - expected_sum, expected_sum_deviation) * bell(outside, expected_difference_deviation);
+	return skewed_gaussian(sum - expected_sum, expected_sum_sigma) * gaussian(outside, expected_difference_sigma);
 }
 
 // The middle of a bin, in octaves.
-float centre(int first, int units, size_t index)
+float center(int first, int units, size_t index)
 {
 	return (static_cast<float>(first) + static_cast<float>(units) * (static_cast<float>(index) + 0.5F)) /
 	       units_per_octave;
@@ -93,21 +89,21 @@ float centre(int first, int units, size_t index)
 
 float sum_at(size_t index)
 {
-	return centre(first_sum, units_per_sum, index);
+	return center(first_sum, units_per_sum, index);
 }
 
 float difference_at(size_t index)
 {
-	return centre(first_difference, units_per_difference, index);
+	return center(first_difference, units_per_difference, index);
 }
 
 float luma_at(size_t index)
 {
-	return centre(first_luma, units_per_luma, index);
+	return center(first_luma, units_per_luma, index);
 }
 
 // 1 at 0, falling to 0 at 1.
-float bump(float distance)
+float compact_window(float distance)
 {
 	const float inside = std::max(0.0F, 1 - distance * distance);
 	return inside * inside;
@@ -115,7 +111,7 @@ float bump(float distance)
 
 size_t step_of(float level)
 {
-	return static_cast<size_t>(std::clamp(static_cast<int>(level * 16.0F), 0, steps - 1));
+	return static_cast<size_t>(std::clamp(static_cast<int>(level * 16.0F), 0, distance_steps - 1));
 }
 
 float luma_of(const float *cell)
@@ -124,6 +120,23 @@ float luma_of(const float *cell)
 }
 
 } // namespace
+
+CellColor cell_color(const float *cell)
+{
+	const auto &log = logarithms();
+	const int red = log[step_of(cell[0] + 128.0F)];
+	const int green = log[step_of(cell[1] + 128.0F)];
+	const int blue = log[step_of(cell[2] + 128.0F)];
+	const int luma = log[step_of(luma_of(cell))];
+	constexpr float octave = 1 / units_per_octave;
+	return {static_cast<float>(red + blue - 2 * green) * octave, static_cast<float>(red - blue) * octave,
+		static_cast<float>(luma) * octave};
+}
+
+float luma_of_cell(const float *cell)
+{
+	return luma_of(cell);
+}
 
 SkinModel::SkinModel()
 {
@@ -137,8 +150,8 @@ SkinModel::SkinModel()
 
 void SkinModel::begin()
 {
-	person_.fill({});
-	room_.fill({});
+	foreground_histogram_.fill({});
+	border_histogram_.fill({});
 }
 
 SkinModel::Bin SkinModel::bin_of(const float *cell)
@@ -161,7 +174,7 @@ SkinModel::Bin SkinModel::bin_of(const float *cell)
 void SkinModel::count(const float *cells, int columns, int y, int rows)
 {
 	const float down = (static_cast<float>(y) + 0.5F) / static_cast<float>(rows);
-	const float vertical = bump((down - 0.42F) / 0.5F);
+	const float vertical = compact_window((down - 0.42F) / 0.5F);
 	const bool top = down < 0.1F;
 	const bool beside = down < 0.75F;
 	const float column_share = 1 / static_cast<float>(columns);
@@ -169,9 +182,10 @@ void SkinModel::count(const float *cells, int columns, int y, int rows)
 	for (int column = 0; column < columns; column += 2) {
 		const float along = (static_cast<float>(column) + 0.5F) * column_share;
 		const Bin bin = bin_of(cells + size_t(column) * 4);
-		person_[bin.chroma][bin.luma] += bump((along - 0.5F) / 0.45F) * vertical + 0.03F;
+		foreground_histogram_[bin.chroma][bin.luma] +=
+			compact_window((along - 0.5F) / 0.45F) * vertical + 0.03F;
 		if (top || (beside && (along < 0.1F || along > 0.9F)))
-			room_[bin.chroma][bin.luma] += 1;
+			border_histogram_[bin.chroma][bin.luma] += 1;
 	}
 }
 
@@ -212,14 +226,14 @@ void SkinModel::blur(Histogram &histogram)
 	}
 }
 
-bool SkinModel::compare_with_room()
+bool SkinModel::compare_with_border()
 {
 	float best = 0;
 	float best_weight = 0;
-	for (size_t chroma = 0; chroma < person_.size(); ++chroma) {
+	for (size_t chroma = 0; chroma < foreground_histogram_.size(); ++chroma) {
 		for (size_t luma = 0; luma < lumas; ++luma) {
-			const float person = person_[chroma][luma];
-			const float all = person + room_factor * room_[chroma][luma];
+			const float person = foreground_histogram_[chroma][luma];
+			const float all = person + border_factor * border_histogram_[chroma][luma];
 			const float share = all > 0 ? person / all : 0.0F;
 			membership_[chroma][luma] = share;
 			const float weight = person * expectation_[chroma] * share * share * share;
@@ -232,11 +246,11 @@ bool SkinModel::compare_with_room()
 	// Compared with the best there is: a face that reaches the edges is a face as long as nothing else looks more
 	// like one.
 	const float scale = best_weight / best;
-	for (size_t chroma = 0; chroma < person_.size(); ++chroma) {
+	for (size_t chroma = 0; chroma < foreground_histogram_.size(); ++chroma) {
 		for (size_t luma = 0; luma < lumas; ++luma) {
 			float &share = membership_[chroma][luma];
 			share = std::min(share * scale, 1.0F);
-			person_[chroma][luma] *= expectation_[chroma] * share * share;
+			foreground_histogram_[chroma][luma] *= expectation_[chroma] * share * share;
 		}
 	}
 	return true;
@@ -259,13 +273,13 @@ SkinModel::Peak SkinModel::find_peak() const
 	for (int shift = 0; shift < shifts; ++shift) {
 		Peak mean = {};
 		float total = 0;
-		for (size_t chroma = 0; chroma < person_.size(); ++chroma) {
+		for (size_t chroma = 0; chroma < foreground_histogram_.size(); ++chroma) {
 			const size_t sum = chroma / differences;
 			const size_t difference = chroma % differences;
 			float weight = 0;
 			float light = 0;
 			for (size_t luma = 0; luma < lumas; ++luma) {
-				const float part = person_[chroma][luma] * near_luma[luma];
+				const float part = foreground_histogram_[chroma][luma] * near_luma[luma];
 				weight += part;
 				light += part * luma_at(luma);
 			}
@@ -280,35 +294,36 @@ SkinModel::Peak SkinModel::find_peak() const
 			break;
 		peak = {mean.sum / total, mean.difference / total, mean.luma / total};
 		for (size_t sum = 0; sum < sums; ++sum)
-			near_sum[sum] = bell(sum_at(sum) - peak.sum, found_sum_deviation);
+			near_sum[sum] = gaussian(sum_at(sum) - peak.sum, found_sum_sigma);
 		for (size_t difference = 0; difference < differences; ++difference)
 			near_difference[difference] =
-				bell(difference_at(difference) - peak.difference, found_difference_deviation);
+				gaussian(difference_at(difference) - peak.difference, found_difference_sigma);
 		for (size_t luma = 0; luma < lumas; ++luma)
-			near_luma[luma] = bell(luma_at(luma) - peak.luma, found_luma_deviation);
+			near_luma[luma] = gaussian(luma_at(luma) - peak.luma, found_luma_sigma);
 	}
 	return peak;
 }
 
 void SkinModel::adapt()
 {
-	blur(person_);
-	blur(room_);
-	if (!compare_with_room()) {
+	blur(foreground_histogram_);
+	blur(border_histogram_);
+	if (!compare_with_border()) {
 		membership_.fill({});
 		return;
 	}
 	const Peak peak = find_peak();
 	LumaRow lit;
 	for (size_t luma = 0; luma < lumas; ++luma)
-		lit[luma] = 1 - ramp(peak.luma - luma_at(luma), shadow_from, shadow_to);
+		lit[luma] = 1 - smoothstep(shadow_from, shadow_to, peak.luma - luma_at(luma));
 	for (size_t chroma = 0; chroma < membership_.size(); ++chroma) {
 		const float near =
-			sum_bell(sum_at(chroma / differences) - peak.sum, found_sum_deviation) *
-			bell(difference_at(chroma % differences) - peak.difference, found_difference_deviation);
-		const float likely = ramp(near * std::sqrt(expectation_[chroma]), 0.10F, 0.40F);
+			skewed_gaussian(sum_at(chroma / differences) - peak.sum, found_sum_sigma) *
+			gaussian(difference_at(chroma % differences) - peak.difference, found_difference_sigma);
+		const float likely = smoothstep(0.10F, 0.40F, near * std::sqrt(expectation_[chroma]));
 		for (size_t luma = 0; luma < lumas; ++luma)
-			membership_[chroma][luma] = likely * lit[luma] * ramp(membership_[chroma][luma], 0.15F, 0.5F);
+			membership_[chroma][luma] =
+				likely * lit[luma] * smoothstep(0.15F, 0.5F, membership_[chroma][luma]);
 	}
 }
 

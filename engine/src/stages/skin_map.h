@@ -7,10 +7,19 @@
 
 namespace kalvio::engine {
 
-// Where skin is, from colour and from what lies where. Works on the logarithms of r/g, b/g and luma: light skin and
+// The color of a cell {r, g, b less 128, ...} as a light's tint and strength move it least.
+struct CellColor {
+	float sum;        // log2(r / g) + log2(b / g): from green to magenta
+	float difference; // log2(r / b): from cold to warm
+	float luma;       // log2 of the level
+};
+CellColor cell_color(const float *cell);
+float luma_of_cell(const float *cell); // 0..255
+
+// Where skin is, from color and from what lies where. Works on the logarithms of r/g, b/g and luma: light skin and
 // dark skin have nearly the same ratios, and a light's tint only shifts the picture's points. A broad expectation of
 // those ratios is narrowed down to this picture's own skin:
-//   - what fills the frame's edges is a room, not a person, be it a wall of the colour of skin;
+//   - colors that are common at the frame's border are background, even a wall of the color of skin;
 //   - of what is left around the middle, skin is the bright part: hair of the same hue is darker.
 // Both are ratios of counts, without thresholds, so that noise cannot make the map jump from frame to frame.
 class SkinModel {
@@ -19,9 +28,9 @@ public:
 
 	// Forgets the last picture.
 	void begin();
-	// Counts the colours of row `y` of `rows` rows of cells {r, g, b less 128, ...}.
+	// Counts the colors of row `y` of `rows` rows of cells {r, g, b less 128, ...}.
 	void count(const float *cells, int columns, int y, int rows);
-	// Places the model on the counted colours. Without any that could be skin nothing is.
+	// Places the model on the counted colors. Without any that could be skin nothing is.
 	void adapt();
 	// For each cell {skin 0..1, luma 0..1, skin * luma, luma * luma}.
 	void map(const float *cells, int columns, float *out) const;
@@ -48,13 +57,13 @@ private:
 	};
 	static Bin bin_of(const float *cell);
 	void blur(Histogram &histogram);
-	// Divides the counts of the middle by those of the room; false when nothing could be skin.
-	bool compare_with_room();
+	// Divides the counts of the middle by those of the border; false when nothing could be skin.
+	bool compare_with_border();
 	Peak find_peak() const;
 
-	Histogram person_;     // counts, weighted towards the middle of the frame; then of what could be skin
-	Histogram room_;       // counts along the upper edges
-	Histogram membership_; // how surely a colour is skin
+	Histogram foreground_histogram_; // counts, weighted towards the middle of the frame; then of what could be skin
+	Histogram border_histogram_;     // counts along the upper edges
+	Histogram membership_;           // how surely a color is skin
 	Histogram scratch_;
 	std::array<float, sums * differences> expectation_; // of skin under any light
 };

@@ -1,51 +1,120 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "stages/tone.h"
 
+#include "smoothstep.h"
+#include "stages/oklab.h"
+
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace kalvio::engine {
 
 namespace {
 
-// What a full strength adds: `red`, `green` and `blue` are fractions of the whole range at middle brightness, falling
-// to nothing at black and white; `saturation` is the part of the distance to grey that is taken away.
+// What full strength does to light skin.
 struct Tone {
-	float red;
-	float green;
-	float blue;
-	float saturation;
+	double lightness; // added, 0..1
+	double chroma;    // factor
+	double turn;      // of the hue, in degrees, towards yellow
 };
 
 // In the order of the whitening styles: cold white, pink white, warm white, wheat, tan.
 constexpr Tone whitening_tones[] = {
-	{0.125F, 0.150F, 0.195F, 0.12F},  {0.185F, 0.135F, 0.165F, 0.05F},     {0.185F, 0.155F, 0.110F, 0.03F},
-	{0.105F, 0.075F, 0.015F, -0.05F}, {-0.060F, -0.100F, -0.145F, -0.05F},
+	{0.060, 0.68, -3.0}, {0.055, 0.92, -4.0}, {0.055, 0.95, 4.0}, {0.034, 1.18, 4.0}, {-0.085, 1.18, 3.0},
 };
 
-constexpr Tone rosy_tone = {0.050F, -0.036F, -0.008F, -0.03F};
+constexpr Tone rosy_tone = {-0.012, 1.22, -4.0};
 
-int16_t to_fixed(float value)
+// Light skin, whose lightness the tones are given for.
+constexpr double light_skin = 0.8;
+
+// How much a color takes part: skin of any tone in any light fully. Hue in degrees.
+double share_of(double lightness, double chroma, double hue)
 {
-	return static_cast<int16_t>(std::lrint(std::clamp(value, -0.99F, 0.99F) * 32768.0F));
+	constexpr double other_colors = 0.2;
+	// Teeth and the whites of eyes are paler than skin, lips redder, cloth and walls of any other hue.
+	const double colored = smoothstep(0.02, 0.055, chroma / std::max(lightness, 0.05));
+	const double warm = smoothstep(14, 36, hue) * (1 - smoothstep(80, 105, hue));
+	const double skin = other_colors + (1 - other_colors) * colored * warm;
+	const double lit = smoothstep(0.05, 0.30, lightness) * (1 - smoothstep(0.80, 1.0, lightness));
+	return skin * lit;
+}
+
+Oklab toned(const Oklab &color, const Tone &tone)
+{
+	const double chroma = std::hypot(color.a, color.b);
+	const double hue = std::atan2(color.b, color.a);
+	const double share = share_of(color.lightness, chroma, hue * 180 / std::numbers::pi);
+	// The darker, the less of each.
+	const double depth = std::min(color.lightness / light_skin, 1.0);
+	const double lightness = color.lightness + share * depth * tone.lightness;
+	const double kept = color.lightness > 0 ? lightness / color.lightness : 1.0;
+	const double new_chroma = chroma * kept * (1 + share * depth * (tone.chroma - 1));
+	const double new_hue = hue + share * tone.turn * std::numbers::pi / 180;
+	return {lightness, new_chroma * std::cos(new_hue), new_chroma * std::sin(new_hue)};
+}
+
+// What the tone adds to each color of a table.
+std::vector<float> changes_of(const Tone &tone)
+{
+	constexpr int side = Lut3d::side;
+	double linear[side];
+	for (int place = 0; place < side; ++place)
+		linear[place] = linear_from_srgb(double(place) / (side - 1));
+	std::vector<float> changes;
+	changes.reserve(Lut3d::values);
+	for (int blue = 0; blue < side; ++blue) {
+		for (int green = 0; green < side; ++green) {
+			for (int red = 0; red < side; ++red) {
+				const Oklab color = oklab_from_linear(linear[red], linear[green], linear[blue]);
+				double light[3];
+				linear_from_oklab(toned(color, tone), light);
+				const int places[3] = {red, green, blue};
+				for (size_t channel = 0; channel < 3; ++channel) {
+					const double level = std::clamp(srgb_from_linear(light[channel]), 0.0, 1.0);
+					changes.push_back(
+						static_cast<float>(level - double(places[channel]) / (side - 1)));
+				}
+			}
+		}
+	}
+	return changes;
 }
 
 } // namespace
 
-kernels::ToneGains tone_gains(const Settings &settings)
+const int16_t *ToneTable::prepare(const Settings &settings)
 {
-	const Tone &white = whitening_tones[settings.whitening_style];
-	const auto mix = [&](float Tone::*part) {
-		return to_fixed(white.*part * settings.whitening + rosy_tone.*part * settings.rosiness);
-	};
-	const int16_t gain[4] = {mix(&Tone::red), mix(&Tone::green), mix(&Tone::blue), 0};
-	const int16_t saturation = mix(&Tone::saturation);
-	kernels::ToneGains result = {};
-	for (int lane = 0; lane < 8; ++lane) {
-		result.gain[lane] = gain[lane % 4];
-		result.saturation[lane] = lane % 4 == 3 ? int16_t{0} : saturation;
+	if (settings.whitening == 0 && settings.rosiness == 0)
+		return nullptr;
+	if (settings.whitening == built_whitening_ && settings.rosiness == built_rosiness_ &&
+	    settings.whitening_style == built_style_)
+		return lookup_.cells();
+	if (settings.whitening > 0 && settings.whitening_style != whitening_style_) {
+		whitening_ = changes_of(whitening_tones[settings.whitening_style]);
+		whitening_style_ = settings.whitening_style;
 	}
-	return result;
+	if (settings.rosiness > 0 && rosiness_.empty())
+		rosiness_ = changes_of(rosy_tone);
+
+	constexpr size_t side = Lut3d::side;
+	table_.colors.resize(Lut3d::values);
+	for (size_t index = 0; index < Lut3d::values; ++index) {
+		const size_t color = index / 3;
+		const size_t places[3] = {color % side, color / side % side, color / (side * side)};
+		float level = static_cast<float>(places[index % 3]) / (side - 1);
+		if (settings.whitening > 0)
+			level += settings.whitening * whitening_[index];
+		if (settings.rosiness > 0)
+			level += settings.rosiness * rosiness_[index];
+		table_.colors[index] = static_cast<uint16_t>(std::lrint(std::clamp(level, 0.0F, 1.0F) * 65535.0F));
+	}
+	lookup_.build(table_, 1);
+	built_whitening_ = settings.whitening;
+	built_rosiness_ = settings.rosiness;
+	built_style_ = settings.whitening_style;
+	return lookup_.cells();
 }
 
 } // namespace kalvio::engine

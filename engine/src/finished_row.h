@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include "frame.h"
+#include "frame_memory.h"
+#include "frame_plan.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+// What of a row comes after the person: the background, the color filter and stickers.
+namespace kalvio::engine {
+
+// Some pixels of a row.
+struct RowPart {
+	int x;
+	int width;
+
+	size_t first_byte() const { return size_t(x) * bytes_per_pixel; }
+	size_t byte_count() const { return size_t(width) * bytes_per_pixel; }
+};
+
+// A row of one of the rings of FrameMemory::WorkerScratch.
+inline uint8_t *ring_row(std::span<uint8_t *const> ring, int y)
+{
+	return ring[size_t(y) % ring.size()];
+}
+
+// Loads the blurred background of a row, where one is planned. The captured row is in its ring.
+void load_background(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int y, int slot_number);
+
+// Finishes a part of a worker's row, whose background is loaded, and writes it to the output. The kernels write whole
+// vectors: up to kernels::row_padding_bytes behind the part are overwritten in the worker's row.
+void finish_part(const FramePlan &plan, const FrameMemory::WorkerScratch &slot, const Frame &frame, int y,
+		 const RowPart &part);
+
+} // namespace kalvio::engine
