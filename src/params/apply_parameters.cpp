@@ -1,62 +1,18 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "params/apply_parameters.h"
 
+#include "host/log_text.h"
 #include "params/effect_catalog.h"
-#include "params/reshape_tables.h"
+#include "params/parameter_table.h"
 #include "params/settings_lock.h"
 
 #include <obs.h>
-#include <span>
 #include <util/platform.h>
+#include <variant>
 
 namespace kalvio {
 
 namespace {
-
-// One setting and the engine call that takes it: a strength or a choice, whichever setter is set.
-struct Setter {
-	const char *key;
-	int32_t (*set_strength)(kl_engine *, float);
-	int32_t (*set_choice)(kl_engine *, int32_t);
-};
-
-// The order of the rows is the order of the calls. Not constexpr: the address of a function that another library
-// exports is no constant expression on every system.
-const Setter skin_setters[] = {
-	{"smoothing", kl_set_smoothing, nullptr}, {"smoothing_style", nullptr, kl_set_smoothing_style},
-	{"whitening", kl_set_whitening, nullptr}, {"whitening_style", nullptr, kl_set_whitening_style},
-	{"rosiness", kl_set_rosiness, nullptr},   {"sharpening", kl_set_sharpening, nullptr},
-};
-
-const Setter makeup_setters[] = {
-	{"lipstick", kl_set_lipstick, nullptr},
-	{"lipstick_color", nullptr, kl_set_lipstick_color},
-	{"blush", kl_set_blush, nullptr},
-	{"blush_style", nullptr, kl_set_blush_style},
-	{"blush_color", nullptr, kl_set_blush_color},
-	{"contour", kl_set_contour, nullptr},
-	{"contour_style", nullptr, kl_set_contour_style},
-	{"eyeshadow", kl_set_eye_shadow, nullptr},
-	{"eyeshadow_style", nullptr, kl_set_eye_shadow_style},
-	{"eyeshadow_color", nullptr, kl_set_eye_shadow_color},
-	{"eyeliner", kl_set_eye_liner, nullptr},
-	{"eyeliner_style", nullptr, kl_set_eye_liner_style},
-	{"eyeliner_color", nullptr, kl_set_eye_liner_color},
-	{"eyebrow", kl_set_eyebrow, nullptr},
-	{"eyebrow_style", nullptr, kl_set_eyebrow_style},
-	{"eyebrow_color", nullptr, kl_set_eyebrow_color},
-	{"eyelash", kl_set_eyelash, nullptr},
-	{"eyelash_style", nullptr, kl_set_eyelash_style},
-	{"eyelash_color", nullptr, kl_set_eyelash_color},
-	{"pupil", kl_set_pupil, nullptr},
-	{"pupil_color", nullptr, kl_set_pupil_color},
-};
-
-const Setter chroma_setters[] = {
-	{"chroma_similarity", kl_set_chroma_key_similarity, nullptr},
-	{"chroma_smoothness", kl_set_chroma_key_smoothness, nullptr},
-	{"chroma_desaturation", kl_set_chroma_key_desaturation, nullptr},
-};
 
 float get_float(obs_data_t *settings, const char *key)
 {
@@ -68,22 +24,30 @@ int32_t get_int(obs_data_t *settings, const char *key)
 	return static_cast<int32_t>(obs_data_get_int(settings, key));
 }
 
-void apply(kl_engine *engine, obs_data_t *settings, std::span<const Setter> setters)
+// Sends a stored setting to the engine call that takes it.
+void send(kl_engine *engine, obs_data_t *settings, const Parameter &parameter)
 {
-	for (const Setter &setter : setters) {
-		if (setter.set_strength)
-			setter.set_strength(engine, get_float(settings, setter.key));
-		else
-			setter.set_choice(engine, get_int(settings, setter.key));
-	}
+	const char *key = parameter.key;
+	if (const auto *set_switch = std::get_if<SwitchSetter>(&parameter.setter))
+		(*set_switch)(engine, obs_data_get_bool(settings, key));
+	else if (const auto *set_strength = std::get_if<StrengthSetter>(&parameter.setter))
+		(*set_strength)(engine, get_float(settings, key));
+	else if (const auto *set_choice = std::get_if<ChoiceSetter>(&parameter.setter))
+		(*set_choice)(engine, get_int(settings, key));
+	else if (const auto *set_reshape = std::get_if<ReshapeSetter>(&parameter.setter))
+		(*set_reshape)(engine, static_cast<int32_t>(std::get<StrengthField>(parameter.field).index),
+			       get_float(settings, key));
 }
 
-void apply_reshape(kl_engine *engine, obs_data_t *settings, std::span<const ReshapeGroup> groups,
-		   int32_t (*set_reshape)(kl_engine *, int32_t, float))
+// In the order of the table, the switches last.
+void send_section(kl_engine *engine, obs_data_t *settings, ParameterSection section)
 {
-	for (const ReshapeGroup &group : groups) {
-		for (const ReshapeItem &item : std::span(group.items, static_cast<size_t>(group.count)))
-			set_reshape(engine, item.engine_id, get_float(settings, item.setting_key));
+	for (const bool is_switch : {false, true}) {
+		for (const Parameter &parameter : parameter_table()) {
+			if (parameter.section == section &&
+			    std::holds_alternative<SwitchSetter>(parameter.setter) == is_switch)
+				send(engine, settings, parameter);
+		}
 	}
 }
 
@@ -96,10 +60,10 @@ void apply_chroma_key(kl_engine *engine, obs_data_t *settings)
 		return;
 	}
 	kl_set_chroma_key(engine, chroma - 1);
-	apply(engine, settings, chroma_setters);
+	send_section(engine, settings, ParameterSection::ChromaKey);
 }
 
-enum FillMode : int32_t { FillBlur = 1, FillPicture = 2 };
+constexpr std::size_t longest_logged_path = 1024; // bytes
 
 // The choices that load files. Copied, since files are loaded without the settings' lock.
 struct ResourceChoices {
@@ -128,7 +92,7 @@ void load_filter(kl_engine *engine, const std::string &id)
 {
 	const std::string path = filter_resource_path(id.c_str());
 	if (path.empty() || kl_set_filter(engine, path.c_str()) != 0) {
-		blog(LOG_WARNING, "[Kalvio] failed to load filter %s", id.c_str());
+		blog(LOG_WARNING, "[Kalvio] failed to load filter %s", sanitize_for_log(id).c_str());
 		kl_clear_filter(engine);
 	}
 }
@@ -156,7 +120,7 @@ void load_sticker(kl_engine *engine, const char *id)
 	const StickerEntry *entry = find_sticker(id);
 	const std::string path = entry ? sticker_resource_path(*entry) : std::string();
 	if (!entry || path.empty()) {
-		blog(LOG_WARNING, "[Kalvio] sticker not found: %s", id);
+		blog(LOG_WARNING, "[Kalvio] sticker not found: %s", sanitize_for_log(id).c_str());
 		kl_clear_sticker(engine);
 		kl_clear_3d_sticker(engine);
 	} else if (entry->kind == StickerKind::ThreeD) {
@@ -201,7 +165,8 @@ void load_background_picture(kl_engine *engine, const ResourceChoices &choices)
 		blog(LOG_WARNING, "[Kalvio] failed to load background image%s%s", "", "");
 		kl_clear_virtual_background(engine);
 	} else if (kl_set_virtual_background(engine, path.c_str()) != 0) {
-		blog(LOG_WARNING, "[Kalvio] failed to load background image%s%s", ": ", path.c_str());
+		blog(LOG_WARNING, "[Kalvio] failed to load background image%s%s", ": ",
+		     sanitize_for_log(path, longest_logged_path).c_str());
 		kl_clear_virtual_background(engine);
 	}
 }
@@ -235,11 +200,9 @@ void apply_beauty_params(kl_engine *engine, obs_data_t *settings)
 	if (!engine || !settings)
 		return;
 	const SettingsLock lock;
-	apply(engine, settings, skin_setters);
-	kl_set_beauty_skin_only(engine, obs_data_get_bool(settings, "skin_only"));
-	apply_reshape(engine, settings, face_reshape_groups, kl_set_reshape);
-	apply_reshape(engine, settings, body_reshape_groups, kl_set_body_reshape);
-	apply(engine, settings, makeup_setters);
+	for (const ParameterSection section : {ParameterSection::Skin, ParameterSection::FaceReshape,
+					       ParameterSection::BodyReshape, ParameterSection::Makeup})
+		send_section(engine, settings, section);
 	apply_chroma_key(engine, settings);
 }
 

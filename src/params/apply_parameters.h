@@ -6,7 +6,7 @@
 #include <obs-data.h>
 #include <string>
 
-// How a filter's settings become engine calls. Both operations run under the lock that serialises the engine's calls,
+// How a filter's settings become engine calls. Both operations run under the lock that serializes the engine's calls,
 // and take the settings' lock (settings_lock.h) themselves while they read.
 namespace kalvio {
 
@@ -26,7 +26,7 @@ struct ResourceCache {
 // happens when either is null.
 void apply_beauty_params(kl_engine *engine, obs_data_t *settings);
 
-// Sends colour filter, sticker and background where they differ from `cache`, since these calls load files, and updates
+// Sends color filter, sticker and background where they differ from `cache`, since these calls load files, and updates
 // the cache. A failed load logs one warning and clears the effect; it is tried again only when its choice changes.
 // Nothing happens when engine or settings are null.
 void apply_effect_resources(kl_engine *engine, ResourceCache &cache, obs_data_t *settings);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-// The choices among styles and colours. The numbers are what a filter's settings store and what the engine is handed;
+// The choices among styles and colors. The numbers are what a filter's settings store and what the engine is handed;
 // they never change. A stored number outside an enumeration is kept and passed on as it is.
 namespace kalvio::beauty_params {
 

@@ -1,35 +1,46 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "params/effect_catalog.h"
 
+#include "effect_lists.h"
+#include "host/module_files.h"
+
 #include <algorithm>
-#include <obs-module.h>
-#include <util/bmem.h>
-#include <util/platform.h>
+#include <array>
+#include <iterator>
+#include <string_view>
 
 namespace kalvio {
 
 namespace {
 
-constexpr const char *filter_ids[] = {
-	"initial_heart", "first_love", "vivid",  "confession", "milk_tea",      "mousse", "japanese",
-	"dawn",          "cookie",     "lively", "pure",       "fair",          "snow",   "plain",
-	"natural",       "rose",       "tender", "tender_2",   "extraordinary",
-};
+constexpr StickerKind kind_of(std::string_view kind)
+{
+	if (kind == "3d")
+		return StickerKind::ThreeD;
+	return kind == "screen" ? StickerKind::Screen : StickerKind::Face;
+}
 
-constexpr StickerEntry stickers[] = {
-	{"black_glass", StickerKind::Face, 0},   {"fox", StickerKind::Face, 0},
-	{"kiss2", StickerKind::Face, 0},         {"mustache", StickerKind::Face, 0},
-	{"fan_club", StickerKind::Face, 0},      {"falling_sakura", StickerKind::Face, 1},
-	{"falling_pigs", StickerKind::Face, 1},  {"butterfly", StickerKind::Screen, 1},
-	{"petals", StickerKind::Screen, 1},      {"oculos", StickerKind::ThreeD, 0},
-	{"red_glasses", StickerKind::ThreeD, 0},
-};
+constexpr auto make_stickers()
+{
+	std::array<StickerEntry, std::size(effects::stickers)> entries = {};
+	std::ranges::transform(effects::stickers, entries.begin(), [](const effects::Sticker &sticker) {
+		return StickerEntry{sticker.id, kind_of(sticker.kind), sticker.animated ? 1 : 0};
+	});
+	return entries;
+}
 
-constexpr BackgroundPreset presets[] = {
-	{"office", "bg.preset.office"}, {"living", "bg.preset.living"},     {"bookshelf", "bg.preset.bookshelf"},
-	{"cafe", "bg.preset.cafe"},     {"outdoor", "bg.preset.outdoor"},   {"city", "bg.preset.city"},
-	{"studio", "bg.preset.studio"}, {"abstract", "bg.preset.abstract"},
-};
+constexpr auto stickers = make_stickers();
+
+constexpr auto make_presets()
+{
+	std::array<BackgroundPreset, std::size(effects::backgrounds)> entries = {};
+	std::ranges::transform(effects::backgrounds, entries.begin(), [](const effects::Background &background) {
+		return BackgroundPreset{background.id, background.label_key};
+	});
+	return entries;
+}
+
+constexpr auto presets = make_presets();
 
 const char *sticker_folder(StickerKind kind)
 {
@@ -49,9 +60,19 @@ bool is_empty(const char *text)
 	return !text || !*text;
 }
 
+// An id comes from a scene collection, which anybody may have made: it names a file of the data folder and never leads
+// out of it.
+bool is_file_name(const char *id)
+{
+	const std::string_view name = id ? id : "";
+	return !name.empty() && name.front() != '.' && std::ranges::none_of(name, [](char c) {
+		return static_cast<unsigned char>(c) < 0x20 || c == '/' || c == '\\' || c == ':';
+	});
+}
+
 } // namespace
 
-constinit const std::span<const char *const> filter_catalog = filter_ids;
+constinit const std::span<const char *const> filter_catalog = effects::filters;
 constinit const std::span<const StickerEntry> sticker_catalog = stickers;
 constinit const std::span<const BackgroundPreset> background_presets = presets;
 
@@ -65,19 +86,9 @@ const StickerEntry *find_sticker(const char *id)
 	return found == sticker_catalog.end() ? nullptr : &*found;
 }
 
-std::string resolve_module_file(const char *relative_path)
-{
-	char *found = obs_find_module_file(obs_current_module(), relative_path);
-	if (!found)
-		return {};
-	std::string path = found;
-	bfree(found);
-	return os_file_exists(path.c_str()) ? path : std::string();
-}
-
 std::string filter_resource_path(const char *id)
 {
-	if (is_empty(id))
+	if (!is_file_name(id))
 		return {};
 	const std::string name = id;
 	return resolve_module_file(("filters/" + name + "/" + name + ".kld").c_str());
@@ -92,6 +103,8 @@ std::string background_preset_path(const char *id)
 {
 	if (is_empty(id))
 		return {};
+	if (!is_file_name(id))
+		return default_background_path();
 	const std::string stem = std::string("backgrounds/") + id;
 	for (const char *extension : {".jpg", ".png"}) {
 		std::string path = resolve_module_file((stem + extension).c_str());

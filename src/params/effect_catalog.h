@@ -8,7 +8,7 @@
 // The built-in effects and where their files lie in the module's data folder.
 namespace kalvio {
 
-// Colour filters in panel order. The label key is "filter." + id.
+// Color filters in panel order. The label key is "filter." + id.
 extern const std::span<const char *const> filter_catalog;
 
 enum class StickerKind : int32_t { Face = 0, Screen = 1, ThreeD = 2 };
@@ -33,8 +33,6 @@ extern const std::span<const BackgroundPreset> background_presets;
 const StickerEntry *find_sticker(const char *id);
 
 // Each resolver gives the full path of an existing file, or the empty string. Any thread.
-
-std::string resolve_module_file(const char *relative_path);
 
 std::string filter_resource_path(const char *id); // null and empty ids have no file
 std::string sticker_resource_path(const StickerEntry &entry);

@@ -1,85 +1,65 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "params/parameter_schema.h"
 
-#include <type_traits>
+#include "params/parameter_table.h"
+
+#include <variant>
 
 namespace kalvio {
 
 namespace {
 
-template <class Field>
-inline constexpr bool is_choice = std::is_enum_v<Field> || std::is_same_v<Field, int>;
-
-// One overload set for each direction: the field's type decides the host call.
-
-struct RegisterDefault {
-	obs_data_t *settings;
-
-	void operator()(const char *key, bool value) const { obs_data_set_default_bool(settings, key, value); }
-	void operator()(const char *key, float value) const { obs_data_set_default_double(settings, key, value); }
-	void operator()(const char *key, const std::string &value) const
-	{
-		obs_data_set_default_string(settings, key, value.c_str());
-	}
-	template <class Field>
-	requires is_choice<Field>
-	void operator()(const char *key, Field value) const
-	{
-		obs_data_set_default_int(settings, key, static_cast<int>(value));
-	}
+// The calls of libobs for one direction, by the type that it stores.
+struct Writer {
+	void (*set_bool)(obs_data_t *, const char *, bool);
+	void (*set_double)(obs_data_t *, const char *, double);
+	void (*set_int)(obs_data_t *, const char *, long long);
+	void (*set_string)(obs_data_t *, const char *, const char *);
 };
 
-struct Write {
-	obs_data_t *settings;
-
-	void operator()(const char *key, bool value) const { obs_data_set_bool(settings, key, value); }
-	void operator()(const char *key, float value) const { obs_data_set_double(settings, key, value); }
-	void operator()(const char *key, const std::string &value) const
-	{
-		obs_data_set_string(settings, key, value.c_str());
+void write_all(const Writer &writer, const ParameterSet &set, obs_data_t *settings)
+{
+	for (const Parameter &parameter : parameter_table()) {
+		const char *key = parameter.key;
+		if (const auto *flag = std::get_if<SwitchField>(&parameter.field))
+			writer.set_bool(settings, key, flag->get(set));
+		else if (const auto *strength = std::get_if<StrengthField>(&parameter.field))
+			writer.set_double(settings, key, strength->get(set, strength->index));
+		else if (const auto *choice = std::get_if<ChoiceField>(&parameter.field))
+			writer.set_int(settings, key, choice->get(set));
+		else if (const auto *text = std::get_if<TextField>(&parameter.field))
+			writer.set_string(settings, key, text->get(set).c_str());
 	}
-	template <class Field>
-	requires is_choice<Field>
-	void operator()(const char *key, Field value) const
-	{
-		obs_data_set_int(settings, key, static_cast<int>(value));
-	}
-};
-
-struct Read {
-	obs_data_t *settings;
-
-	void operator()(const char *key, bool &value) const { value = obs_data_get_bool(settings, key); }
-	void operator()(const char *key, float &value) const
-	{
-		value = static_cast<float>(obs_data_get_double(settings, key));
-	}
-	void operator()(const char *key, std::string &value) const { value = obs_data_get_string(settings, key); }
-	template <class Field>
-	requires is_choice<Field>
-	void operator()(const char *key, Field &value) const
-	{
-		value = static_cast<Field>(static_cast<int>(obs_data_get_int(settings, key)));
-	}
-};
+}
 
 } // namespace
 
 void register_defaults(obs_data_t *settings)
 {
-	const ParameterSet defaults;
-	visit_parameters(defaults, RegisterDefault{settings});
+	write_all({obs_data_set_default_bool, obs_data_set_default_double, obs_data_set_default_int,
+		   obs_data_set_default_string},
+		  ParameterSet(), settings);
 }
 
 void write_parameters(const ParameterSet &set, obs_data_t *settings)
 {
 	register_defaults(settings);
-	visit_parameters(set, Write{settings});
+	write_all({obs_data_set_bool, obs_data_set_double, obs_data_set_int, obs_data_set_string}, set, settings);
 }
 
 void read_parameters(obs_data_t *settings, ParameterSet &set)
 {
-	visit_parameters(set, Read{settings});
+	for (const Parameter &parameter : parameter_table()) {
+		const char *key = parameter.key;
+		if (const auto *flag = std::get_if<SwitchField>(&parameter.field))
+			flag->set(set, obs_data_get_bool(settings, key));
+		else if (const auto *strength = std::get_if<StrengthField>(&parameter.field))
+			strength->set(set, strength->index, static_cast<float>(obs_data_get_double(settings, key)));
+		else if (const auto *choice = std::get_if<ChoiceField>(&parameter.field))
+			choice->set(set, static_cast<int>(obs_data_get_int(settings, key)));
+		else if (const auto *text = std::get_if<TextField>(&parameter.field))
+			text->set(set, obs_data_get_string(settings, key));
+	}
 }
 
 } // namespace kalvio

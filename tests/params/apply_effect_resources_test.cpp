@@ -5,6 +5,7 @@
 #include "kit/scratch.h"
 #include "params/parameter_schema.h"
 
+#include <algorithm>
 #include <obs.hpp>
 
 namespace {
@@ -69,6 +70,46 @@ protected:
 Call warning(const std::string &text)
 {
 	return {"log", {LOG_WARNING, text}};
+}
+
+// --- Calls whose status nobody reads
+
+TEST_F(ApplyEffectResources, AFailingClearOrStrengthStopsNothingAndLogsNothing)
+{
+	data_.write("filters/vivid/vivid.kld");
+	data_.write("stickers/screen/petals.kld");
+	data_.write("stickers/3d/oculos.kld");
+	data_.write("backgrounds/office.jpg");
+	const auto run = [this](int32_t status) {
+		set_engine_script({.setter_status = status});
+		cache_ = {};
+		Calls calls;
+		const auto step = [&] {
+			const Calls of_step = apply_with_log();
+			calls.insert(calls.end(), of_step.begin(), of_step.end());
+		};
+		for (const char *id : {"vivid", ""}) {
+			set("filter_id", id);
+			step();
+		}
+		for (const char *id : {"petals", "oculos", "petals", ""}) {
+			set("sticker_id", id);
+			step();
+		}
+		for (const int fill : {1, 2, 0}) {
+			set("bg_fill", fill);
+			step();
+		}
+		return calls;
+	};
+	const Calls expected = run(KL_OK);
+	EXPECT_EQ(run(KL_ERROR_INTERNAL), expected);
+	EXPECT_EQ(log_.lines(), Lines());
+	for (const char *function :
+	     {"kl_clear_filter", "kl_clear_sticker", "kl_clear_3d_sticker", "kl_set_filter_intensity",
+	      "kl_set_virtual_background_blur", "kl_clear_virtual_background"})
+		EXPECT_TRUE(std::ranges::any_of(expected, [=](const Call &call) { return call.name == function; }))
+			<< function;
 }
 
 // --- First application

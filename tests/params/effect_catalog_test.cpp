@@ -70,37 +70,6 @@ TEST_F(EffectCatalog, FindsAStickerByItsExactIdOnly)
 	EXPECT_EQ(find_sticker(nullptr), nullptr);
 }
 
-// --- Module files
-
-TEST_F(EffectCatalog, AModuleFileIsLookedForWithTheModulesHandle)
-{
-	const std::string path = data_.write("some/file.txt");
-	EXPECT_EQ(resolve_module_file("some/file.txt"), path);
-	EXPECT_EQ(call_journal().calls(CallOrigin::Host),
-		  (std::vector<Call>{
-			  {"obs_find_module_file", {Argument::address(module_double_handle()), "some/file.txt"}}}));
-}
-
-TEST_F(EffectCatalog, AModuleFileThatIsNotThereResolvesToNothing)
-{
-	EXPECT_EQ(resolve_module_file("some/file.txt"), "");
-	host_double().set_data_folder("");
-	EXPECT_EQ(resolve_module_file("some/file.txt"), "");
-}
-
-TEST_F(EffectCatalog, AModuleFileThatTheHostNamesButThatIsGoneResolvesToNothing)
-{
-	host_double().set_finds_missing_files(true);
-	EXPECT_EQ(resolve_module_file("some/file.txt"), "");
-}
-
-TEST_F(EffectCatalog, AModuleFileUnderANonAsciiFolderIsFound)
-{
-	const std::string path = data_.write("Дані ユーザー/resource.kld");
-	host_double().set_data_folder(data_.file("Дані ユーザー"));
-	EXPECT_EQ(resolve_module_file("resource.kld"), path);
-}
-
 // --- Colour filters
 
 TEST_F(EffectCatalog, AFilterLiesInAFolderOfItsOwnName)
@@ -166,6 +135,23 @@ TEST_F(EffectCatalog, NoPresetIdResolvesToNothingEvenWithADefaultPicture)
 	data_.write("background.jpg");
 	EXPECT_EQ(background_preset_path(nullptr), "");
 	EXPECT_EQ(background_preset_path(""), "");
+}
+
+// --- Ids that nobody means well with
+
+TEST_F(EffectCatalog, AnIdLeadsNowhereButIntoTheDataFolder)
+{
+	data_.write("outside.kld/outside.kld.kld");
+	data_.write("secret.jpg");
+	const std::string standard = data_.write("background.jpg");
+	data_.write("filters/..hidden/..hidden.kld");
+	for (const char *id : {"../outside.kld", "..", ".", "/etc/passwd", "a/b", "a\\b", "C:a", "..hidden", "a\nb"}) {
+		EXPECT_EQ(filter_resource_path(id), "") << id;
+		EXPECT_EQ(background_preset_path(id), standard) << id;
+	}
+	EXPECT_EQ(background_preset_path("../secret"), standard);
+	for (const Call &call : call_journal().calls(CallOrigin::Host))
+		EXPECT_EQ(call.arguments.back(), Argument("background.jpg"));
 }
 
 TEST_F(EffectCatalog, ThePicturesAreLookedForInTheirOrder)

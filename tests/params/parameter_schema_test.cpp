@@ -5,7 +5,6 @@
 #include "params/setting_rows.h"
 
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <map>
 #include <obs.hpp>
@@ -44,299 +43,92 @@ std::vector<Call> setter_calls(const std::string &prefix)
 }
 
 // Every field that is a number, by the setting that carries it.
-const std::map<std::string, std::function<double(const ParameterSet &)>> number_fields = {
-	{"enabled",
-	 [](const ParameterSet &s) {
-		 return s.enabled;
-	 }},
-	{"skin_only",
-	 [](const ParameterSet &s) {
-		 return s.skin_only;
-	 }},
-	{"smoothing",
-	 [](const ParameterSet &s) {
-		 return s.smoothing;
-	 }},
-	{"smoothing_style",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.smoothing_style);
-	 }},
-	{"whitening",
-	 [](const ParameterSet &s) {
-		 return s.whitening;
-	 }},
-	{"whitening_style",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.whitening_style);
-	 }},
-	{"rosiness",
-	 [](const ParameterSet &s) {
-		 return s.rosiness;
-	 }},
-	{"sharpening",
-	 [](const ParameterSet &s) {
-		 return s.sharpening;
-	 }},
-	{"face_thin",
-	 [](const ParameterSet &s) {
-		 return s.reshape[0];
-	 }},
-	{"face_vshape",
-	 [](const ParameterSet &s) {
-		 return s.reshape[1];
-	 }},
-	{"face_narrow",
-	 [](const ParameterSet &s) {
-		 return s.reshape[2];
-	 }},
-	{"face_short",
-	 [](const ParameterSet &s) {
-		 return s.reshape[3];
-	 }},
-	{"cheekbone",
-	 [](const ParameterSet &s) {
-		 return s.reshape[4];
-	 }},
-	{"jawbone",
-	 [](const ParameterSet &s) {
-		 return s.reshape[5];
-	 }},
-	{"chin",
-	 [](const ParameterSet &s) {
-		 return s.reshape[6];
-	 }},
-	{"nose_slim",
-	 [](const ParameterSet &s) {
-		 return s.reshape[7];
-	 }},
-	{"eye_size",
-	 [](const ParameterSet &s) {
-		 return s.reshape[8];
-	 }},
-	{"eye_distance",
-	 [](const ParameterSet &s) {
-		 return s.reshape[9];
-	 }},
-	{"face_small",
-	 [](const ParameterSet &s) {
-		 return s.reshape[10];
-	 }},
-	{"forehead",
-	 [](const ParameterSet &s) {
-		 return s.reshape[11];
-	 }},
-	{"nose_long",
-	 [](const ParameterSet &s) {
-		 return s.reshape[12];
-	 }},
-	{"philtrum",
-	 [](const ParameterSet &s) {
-		 return s.reshape[13];
-	 }},
-	{"mouth_size",
-	 [](const ParameterSet &s) {
-		 return s.reshape[14];
-	 }},
-	{"mouth_position",
-	 [](const ParameterSet &s) {
-		 return s.reshape[15];
-	 }},
-	{"mouth_smile",
-	 [](const ParameterSet &s) {
-		 return s.reshape[16];
-	 }},
-	{"lip_thickness",
-	 [](const ParameterSet &s) {
-		 return s.reshape[17];
-	 }},
-	{"eye_round",
-	 [](const ParameterSet &s) {
-		 return s.reshape[18];
-	 }},
-	{"eye_position",
-	 [](const ParameterSet &s) {
-		 return s.reshape[19];
-	 }},
-	{"eye_angle",
-	 [](const ParameterSet &s) {
-		 return s.reshape[20];
-	 }},
-	{"eye_corner_open",
-	 [](const ParameterSet &s) {
-		 return s.reshape[21];
-	 }},
-	{"lower_eyelid",
-	 [](const ParameterSet &s) {
-		 return s.reshape[22];
-	 }},
-	{"brow_position",
-	 [](const ParameterSet &s) {
-		 return s.reshape[23];
-	 }},
-	{"brow_distance",
-	 [](const ParameterSet &s) {
-		 return s.reshape[24];
-	 }},
-	{"brow_thickness",
-	 [](const ParameterSet &s) {
-		 return s.reshape[25];
-	 }},
-	{"body_slim",
-	 [](const ParameterSet &s) {
-		 return s.body[0];
-	 }},
-	{"waist_slim",
-	 [](const ParameterSet &s) {
-		 return s.body[1];
-	 }},
-	{"leg_slim",
-	 [](const ParameterSet &s) {
-		 return s.body[2];
-	 }},
-	{"shoulder_slim",
-	 [](const ParameterSet &s) {
-		 return s.body[3];
-	 }},
-	{"arm_slim",
-	 [](const ParameterSet &s) {
-		 return s.body[4];
-	 }},
-	{"leg_long",
-	 [](const ParameterSet &s) {
-		 return s.body[5];
-	 }},
-	{"bust_enhance",
-	 [](const ParameterSet &s) {
-		 return s.body[6];
-	 }},
-	{"leg_stretch",
-	 [](const ParameterSet &s) {
-		 return s.body[7];
-	 }},
-	{"torso_long",
-	 [](const ParameterSet &s) {
-		 return s.body[8];
-	 }},
-	{"lipstick",
-	 [](const ParameterSet &s) {
-		 return s.lipstick;
-	 }},
-	{"lipstick_color",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.lipstick_color);
-	 }},
-	{"blush",
-	 [](const ParameterSet &s) {
-		 return s.blush;
-	 }},
-	{"blush_style",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.blush_style);
-	 }},
-	{"blush_color",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.blush_color);
-	 }},
-	{"contour",
-	 [](const ParameterSet &s) {
-		 return s.contour;
-	 }},
-	{"contour_style",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.contour_style);
-	 }},
-	{"eyeshadow",
-	 [](const ParameterSet &s) {
-		 return s.eyeshadow;
-	 }},
-	{"eyeshadow_style",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.eyeshadow_style);
-	 }},
-	{"eyeshadow_color",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.eyeshadow_color);
-	 }},
-	{"eyeliner",
-	 [](const ParameterSet &s) {
-		 return s.eyeliner;
-	 }},
-	{"eyeliner_style",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.eyeliner_style);
-	 }},
-	{"eyeliner_color",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.eyeliner_color);
-	 }},
-	{"eyebrow",
-	 [](const ParameterSet &s) {
-		 return s.eyebrow;
-	 }},
-	{"eyebrow_style",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.eyebrow_style);
-	 }},
-	{"eyebrow_color",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.eyebrow_color);
-	 }},
-	{"eyelash",
-	 [](const ParameterSet &s) {
-		 return s.eyelash;
-	 }},
-	{"eyelash_style",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.eyelash_style);
-	 }},
-	{"eyelash_color",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.eyelash_color);
-	 }},
-	{"pupil",
-	 [](const ParameterSet &s) {
-		 return s.pupil;
-	 }},
-	{"pupil_color",
-	 [](const ParameterSet &s) {
-		 return static_cast<int>(s.pupil_color);
-	 }},
-	{"bg_fill",
-	 [](const ParameterSet &s) {
-		 return s.bg_fill;
-	 }},
-	{"bg_blur",
-	 [](const ParameterSet &s) {
-		 return s.bg_blur;
-	 }},
-	{"chroma",
-	 [](const ParameterSet &s) {
-		 return s.chroma;
-	 }},
-	{"chroma_similarity",
-	 [](const ParameterSet &s) {
-		 return s.chroma_similarity;
-	 }},
-	{"chroma_smoothness",
-	 [](const ParameterSet &s) {
-		 return s.chroma_smoothness;
-	 }},
-	{"chroma_desaturation",
-	 [](const ParameterSet &s) {
-		 return s.chroma_desaturation;
-	 }},
-	{"filter_intensity",
-	 [](const ParameterSet &s) {
-		 return s.filter_intensity;
-	 }},
-};
+std::map<std::string, double> numbers_of(const ParameterSet &s)
+{
+	return {
+		{"enabled", s.enabled ? 1 : 0},
+		{"skin_only", s.skin.skin_only ? 1 : 0},
+		{"smoothing", s.skin.smoothing},
+		{"smoothing_style", static_cast<int>(s.skin.smoothing_style)},
+		{"whitening", s.skin.whitening},
+		{"whitening_style", static_cast<int>(s.skin.whitening_style)},
+		{"rosiness", s.skin.rosiness},
+		{"sharpening", s.skin.sharpening},
+		{"face_thin", s.reshape[0]},
+		{"face_vshape", s.reshape[1]},
+		{"face_narrow", s.reshape[2]},
+		{"face_short", s.reshape[3]},
+		{"cheekbone", s.reshape[4]},
+		{"jawbone", s.reshape[5]},
+		{"chin", s.reshape[6]},
+		{"nose_slim", s.reshape[7]},
+		{"eye_size", s.reshape[8]},
+		{"eye_distance", s.reshape[9]},
+		{"face_small", s.reshape[10]},
+		{"forehead", s.reshape[11]},
+		{"nose_long", s.reshape[12]},
+		{"philtrum", s.reshape[13]},
+		{"mouth_size", s.reshape[14]},
+		{"mouth_position", s.reshape[15]},
+		{"mouth_smile", s.reshape[16]},
+		{"lip_thickness", s.reshape[17]},
+		{"eye_round", s.reshape[18]},
+		{"eye_position", s.reshape[19]},
+		{"eye_angle", s.reshape[20]},
+		{"eye_corner_open", s.reshape[21]},
+		{"lower_eyelid", s.reshape[22]},
+		{"brow_position", s.reshape[23]},
+		{"brow_distance", s.reshape[24]},
+		{"brow_thickness", s.reshape[25]},
+		{"body_slim", s.body[0]},
+		{"waist_slim", s.body[1]},
+		{"leg_slim", s.body[2]},
+		{"shoulder_slim", s.body[3]},
+		{"arm_slim", s.body[4]},
+		{"leg_long", s.body[5]},
+		{"bust_enhance", s.body[6]},
+		{"leg_stretch", s.body[7]},
+		{"torso_long", s.body[8]},
+		{"lipstick", s.makeup.lipstick.strength},
+		{"lipstick_color", static_cast<int>(s.makeup.lipstick.color)},
+		{"blush", s.makeup.blush.strength},
+		{"blush_style", static_cast<int>(s.makeup.blush.style)},
+		{"blush_color", static_cast<int>(s.makeup.blush.color)},
+		{"contour", s.makeup.contour.strength},
+		{"contour_style", static_cast<int>(s.makeup.contour.style)},
+		{"eyeshadow", s.makeup.eyeshadow.strength},
+		{"eyeshadow_style", static_cast<int>(s.makeup.eyeshadow.style)},
+		{"eyeshadow_color", static_cast<int>(s.makeup.eyeshadow.color)},
+		{"eyeliner", s.makeup.eyeliner.strength},
+		{"eyeliner_style", static_cast<int>(s.makeup.eyeliner.style)},
+		{"eyeliner_color", static_cast<int>(s.makeup.eyeliner.color)},
+		{"eyebrow", s.makeup.eyebrow.strength},
+		{"eyebrow_style", static_cast<int>(s.makeup.eyebrow.style)},
+		{"eyebrow_color", static_cast<int>(s.makeup.eyebrow.color)},
+		{"eyelash", s.makeup.eyelash.strength},
+		{"eyelash_style", static_cast<int>(s.makeup.eyelash.style)},
+		{"eyelash_color", static_cast<int>(s.makeup.eyelash.color)},
+		{"pupil", s.makeup.pupil.strength},
+		{"pupil_color", static_cast<int>(s.makeup.pupil.color)},
+		{"bg_fill", s.background.fill},
+		{"bg_blur", s.background.blur},
+		{"chroma", s.background.chroma},
+		{"chroma_similarity", s.background.chroma_similarity},
+		{"chroma_smoothness", s.background.chroma_smoothness},
+		{"chroma_desaturation", s.background.chroma_desaturation},
+		{"filter_intensity", s.filter.intensity},
+	};
+}
 
-const std::map<std::string, std::string ParameterSet::*> text_fields = {
-	{"bg_preset", &ParameterSet::bg_preset},
-	{"bg_image", &ParameterSet::bg_image},
-	{"filter_id", &ParameterSet::filter_id},
-	{"sticker_id", &ParameterSet::sticker_id},
-};
+std::map<std::string, std::string> texts_of(const ParameterSet &s)
+{
+	return {
+		{"bg_preset", s.background.preset},
+		{"bg_image", s.background.image},
+		{"filter_id", s.filter.id},
+		{"sticker_id", s.sticker_id},
+	};
+}
 
 // Another value than the default; exact in single precision.
 void set_other_value(obs_data_t *settings, const SettingRow &row)
@@ -394,25 +186,25 @@ TEST_F(ParameterSchema, SettingsThatHoldOnlyEnabledReadAsTheDefaults)
 {
 	const OBSDataAutoRelease settings = settings_from_json(R"({"enabled": false})");
 	ParameterSet set;
-	set.smoothing = 1.0f; // must be overwritten
+	set.skin.smoothing = 1.0f; // must be overwritten
 	set.sticker_id = "fox";
 	read_parameters(settings, set);
 
 	EXPECT_FALSE(set.enabled);
-	EXPECT_EQ(set.smoothing_style, beauty_params::SmoothingStyle::Texture);
-	EXPECT_EQ(set.blush_style, beauty_params::BlushStyle::Soft);
-	EXPECT_EQ(set.eyeliner_color, beauty_params::EyeLinerColor::Coffee);
-	EXPECT_EQ(set.filter_intensity, 0.5f);
-	EXPECT_EQ(set.bg_preset, "office");
+	EXPECT_EQ(set.skin.smoothing_style, beauty_params::SmoothingStyle::Texture);
+	EXPECT_EQ(set.makeup.blush.style, beauty_params::BlushStyle::Soft);
+	EXPECT_EQ(set.makeup.eyeliner.color, beauty_params::EyeLinerColor::Coffee);
+	EXPECT_EQ(set.filter.intensity, 0.5f);
+	EXPECT_EQ(set.background.preset, "office");
 	const std::set<std::string> with_default = {"smoothing_style", "blush_style", "eyeliner_color",
 						    "filter_intensity"};
-	for (const auto &[key, field] : number_fields) {
+	for (const auto &[key, number] : numbers_of(set)) {
 		if (!with_default.contains(key)) {
-			EXPECT_EQ(field(set), 0.0) << key;
+			EXPECT_EQ(number, 0.0) << key;
 		}
 	}
-	EXPECT_EQ(set.bg_image, "");
-	EXPECT_EQ(set.filter_id, "");
+	EXPECT_EQ(set.background.image, "");
+	EXPECT_EQ(set.filter.id, "");
 	EXPECT_EQ(set.sticker_id, "");
 }
 
@@ -428,7 +220,8 @@ TEST_F(ParameterSchema, AFreshSetEqualsTheDefaults)
 
 TEST_F(ParameterSchema, EachKeyFillsItsOwnFieldAndNoOther)
 {
-	ASSERT_EQ(number_fields.size() + text_fields.size(), setting_rows.size());
+	const std::map<std::string, double> initial_numbers = numbers_of(ParameterSet());
+	ASSERT_EQ(initial_numbers.size() + texts_of(ParameterSet()).size(), setting_rows.size());
 	for (const SettingRow &row : setting_rows) {
 		SCOPED_TRACE(row.key);
 		const OBSDataAutoRelease settings = obs_data_create();
@@ -437,10 +230,10 @@ TEST_F(ParameterSchema, EachKeyFillsItsOwnFieldAndNoOther)
 		ParameterSet set;
 		read_parameters(settings, set);
 
-		for (const auto &[key, field] : number_fields)
-			EXPECT_EQ(field(set) != field(ParameterSet()), key == row.key) << key;
-		for (const auto &[key, field] : text_fields)
-			EXPECT_EQ(set.*field == "другое", key == row.key) << key;
+		for (const auto &[key, number] : numbers_of(set))
+			EXPECT_EQ(number != initial_numbers.at(key), key == row.key) << key;
+		for (const auto &[key, text] : texts_of(set))
+			EXPECT_EQ(text == "другое", key == row.key) << key;
 	}
 }
 
@@ -474,7 +267,7 @@ TEST_F(ParameterSchema, WritingStoresAlsoTheValuesThatEqualTheirDefaults)
 TEST_F(ParameterSchema, StrengthsAreSinglePrecisionInTheSetAndWidenedInTheSettings)
 {
 	ParameterSet set;
-	set.smoothing = 0.37f;
+	set.skin.smoothing = 0.37f;
 	const OBSDataAutoRelease settings = obs_data_create();
 	write_parameters(set, settings);
 	EXPECT_EQ(obs_data_get_double(settings, "smoothing"), 0.37000000476837158);
@@ -517,8 +310,8 @@ TEST_F(ParameterSchema, NotANumberAndInfinityAreKept)
 	obs_data_set_double(settings, "pupil", std::numeric_limits<double>::infinity());
 	ParameterSet set;
 	read_parameters(settings, set);
-	EXPECT_TRUE(std::isnan(set.rosiness));
-	EXPECT_EQ(set.pupil, std::numeric_limits<float>::infinity());
+	EXPECT_TRUE(std::isnan(set.skin.rosiness));
+	EXPECT_EQ(set.makeup.pupil.strength, std::numeric_limits<float>::infinity());
 }
 
 TEST_F(ParameterSchema, ADoubleBeyondSinglePrecisionReadsAsInfinity)
@@ -526,7 +319,7 @@ TEST_F(ParameterSchema, ADoubleBeyondSinglePrecisionReadsAsInfinity)
 	const OBSDataAutoRelease settings = settings_from_json(R"({"smoothing": 1e300})");
 	ParameterSet set;
 	read_parameters(settings, set);
-	EXPECT_EQ(set.smoothing, std::numeric_limits<float>::infinity());
+	EXPECT_EQ(set.skin.smoothing, std::numeric_limits<float>::infinity());
 }
 
 TEST_F(ParameterSchema, WholeNumbersAndFractionsStandInForEachOther)
@@ -534,8 +327,8 @@ TEST_F(ParameterSchema, WholeNumbersAndFractionsStandInForEachOther)
 	const OBSDataAutoRelease settings = settings_from_json(R"({"smoothing": 1, "smoothing_style": 2.0})");
 	ParameterSet set;
 	read_parameters(settings, set);
-	EXPECT_EQ(set.smoothing, 1.0f);
-	EXPECT_EQ(set.smoothing_style, beauty_params::SmoothingStyle::Smooth);
+	EXPECT_EQ(set.skin.smoothing, 1.0f);
+	EXPECT_EQ(set.skin.smoothing_style, beauty_params::SmoothingStyle::Smooth);
 }
 
 TEST_F(ParameterSchema, ValuesOfAnotherTypeReadAsZeroFalseOrEmpty)
@@ -544,14 +337,14 @@ TEST_F(ParameterSchema, ValuesOfAnotherTypeReadAsZeroFalseOrEmpty)
 		R"({"enabled": "yes", "smoothing": "0.5", "smoothing_style": true, "bg_preset": 5,
 		    "filter_id": {"a": 1}, "sticker_id": [1], "filter_intensity": {"b": 2}})");
 	ParameterSet set;
-	set.bg_preset = "before";
+	set.background.preset = "before";
 	read_parameters(settings, set);
 	EXPECT_FALSE(set.enabled);
-	EXPECT_EQ(set.smoothing, 0.0f);
-	EXPECT_EQ(static_cast<int>(set.smoothing_style), 0);
-	EXPECT_EQ(set.filter_intensity, 0.0f);
-	EXPECT_EQ(set.bg_preset, "");
-	EXPECT_EQ(set.filter_id, "");
+	EXPECT_EQ(set.skin.smoothing, 0.0f);
+	EXPECT_EQ(static_cast<int>(set.skin.smoothing_style), 0);
+	EXPECT_EQ(set.filter.intensity, 0.0f);
+	EXPECT_EQ(set.background.preset, "");
+	EXPECT_EQ(set.filter.id, "");
 	EXPECT_EQ(set.sticker_id, "");
 }
 
@@ -560,8 +353,8 @@ TEST_F(ParameterSchema, ValuesOfAnotherTypeDoNotDisturbTheRegistrationOfDefaults
 	const OBSDataAutoRelease settings = settings_from_json(R"({"smoothing": "0.5", "bg_preset": 5, "enabled": 0})");
 	ParameterSet set;
 	read_parameters(settings, set);
-	EXPECT_EQ(set.filter_intensity, 0.5f);
-	EXPECT_EQ(set.smoothing_style, beauty_params::SmoothingStyle::Texture);
+	EXPECT_EQ(set.filter.intensity, 0.5f);
+	EXPECT_EQ(set.skin.smoothing_style, beauty_params::SmoothingStyle::Texture);
 }
 
 } // namespace
