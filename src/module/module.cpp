@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "filter/callback_shim.h"
 #include "filter/filter_source.h"
-#include "panel/dock_host.h"
+#include "filter/panel_hooks.h"
+#include "host/callback_shim.h"
+#include "kalvio_config.h"
+#include "panel/dock/dock_host.h"
 #include "update/update_check.h"
 
 #include <obs-module.h>
@@ -82,6 +84,8 @@ bool obs_module_load(void)
 	blog(LOG_INFO, "[Kalvio] loading OBS filter MVP");
 	kalvio::Shim<kalvio::load_update_dismissal>::call();
 
+	kalvio::panel_hooks = {kalvio::show_dock, kalvio::schedule_prop_center, kalvio::frontend_ready,
+			       kalvio::show_switched_effects};
 	const obs_source_info info = kalvio::filter_source_info();
 	obs_register_source_s(&info, sizeof(info));
 	return true;
@@ -89,6 +93,7 @@ bool obs_module_load(void)
 
 void obs_module_post_load(void)
 {
+	blog(LOG_INFO, "[Kalvio] version %s", kalvio::version);
 	kalvio::start_dock_host();
 }
 

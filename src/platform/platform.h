@@ -18,8 +18,8 @@ std::string module_folder();
 // The user's folder for temporary files, with a trailing separator; empty when it is unknown or its path is too long.
 std::string temporary_folder();
 
-// Hands `url` to the desktop's default browser and returns at once. False when `url` does not begin with "http://" or
-// "https://", or when nothing took it.
+// Hands `url` to the desktop's default browser and returns at once. False when `url` is no web address
+// (platform/web_address.h), or when nothing took it.
 bool open_url(const std::string &url);
 
 } // namespace kalvio

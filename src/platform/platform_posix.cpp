@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "platform/platform.h"
 
+#include "platform/web_address.h"
+
+#include <cerrno>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <spawn.h>
@@ -22,10 +25,17 @@ std::string module_folder()
 	return slash == std::string::npos ? std::string() : path.substr(0, slash);
 }
 
+// "/tmp" belongs to all users of a machine, and a file of a fixed name in it to the first of them. TMPDIR is what the
+// user chose; XDG_RUNTIME_DIR is his own (XDG base directories), where there is one.
 std::string temporary_folder()
 {
-	const char *configured = std::getenv("TMPDIR");
-	std::string folder = configured && *configured ? configured : "/tmp";
+	const char *chosen = std::getenv("TMPDIR");
+	const char *runtime = std::getenv("XDG_RUNTIME_DIR");
+	std::string folder = "/tmp";
+	if (chosen && *chosen)
+		folder = chosen;
+	else if (runtime && *runtime && access(runtime, W_OK | X_OK) == 0)
+		folder = runtime;
 	if (folder.back() != '/')
 		folder += '/';
 	return folder;
@@ -33,7 +43,7 @@ std::string temporary_folder()
 
 bool open_url(const std::string &url)
 {
-	if (!url.starts_with("https://") && !url.starts_with("http://"))
+	if (!is_web_address(url))
 		return false;
 
 	// The shell puts the opener in the background and ends, so that nobody has to wait for a browser and no
@@ -49,7 +59,11 @@ bool open_url(const std::string &url)
 	if (posix_spawn(&child, "/bin/sh", nullptr, nullptr, arguments, environ) != 0)
 		return false;
 	int status = 0;
-	return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+	pid_t ended = 0;
+	do {
+		ended = waitpid(child, &status, 0);
+	} while (ended == -1 && errno == EINTR); // a signal of the host's must leave no zombie
+	return ended == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 } // namespace kalvio

@@ -2,6 +2,7 @@
 #include "platform/platform.h"
 
 #include "platform/utf16_windows.h"
+#include "platform/web_address.h"
 
 #include <windows.h>
 
@@ -62,7 +63,7 @@ std::string temporary_folder()
 
 bool open_url(const std::string &url)
 {
-	if (!url.starts_with("https://") && !url.starts_with("http://"))
+	if (!is_web_address(url))
 		return false;
 	const std::wstring address = to_utf16(url);
 	if (address.empty())

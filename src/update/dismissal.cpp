@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "update/dismissal.h"
 
-#include "platform/small_file.h"
+#include "host/json_file.h"
 
 #include <obs.hpp>
 #include <util/platform.h>
@@ -20,9 +20,7 @@ constexpr std::uintmax_t largest_file_bytes = 65'536;
 
 Dismissal load_dismissal(const std::string &file)
 {
-	if (!is_small_file(file.c_str(), largest_file_bytes))
-		return {};
-	const OBSDataAutoRelease data = obs_data_create_from_json_file(file.c_str());
+	const OBSDataAutoRelease data = read_json_file(file, largest_file_bytes);
 	if (!data)
 		return {};
 	return {obs_data_get_string(data, version_key), obs_data_get_int(data, until_key)};
@@ -38,7 +36,7 @@ bool save_dismissal(const std::string &file, const Dismissal &dismissal)
 	const OBSDataAutoRelease data = obs_data_create();
 	obs_data_set_string(data, version_key, dismissal.version.c_str());
 	obs_data_set_int(data, until_key, dismissal.until);
-	return obs_data_save_json(data, file.c_str());
+	return save_json_file(data, file, largest_file_bytes);
 }
 
 } // namespace kalvio

@@ -145,6 +145,8 @@ bool configure(CURL *easy, CURLU *url, curl_slist *headers, Exchange &exchange, 
 	set(CURLOPT_REDIR_PROTOCOLS_STR, "https");
 	set(CURLOPT_FOLLOWLOCATION, 1L);
 	set(CURLOPT_MAXREDIRS, redirects_followed);
+	// A redirect with a user name would have libcurl log in there.
+	set(CURLOPT_DISALLOW_USERNAME_IN_URL, 1L);
 	set(CURLOPT_SSL_VERIFYPEER, 1L);
 	set(CURLOPT_SSL_VERIFYHOST, 2L);
 	set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));

@@ -6,9 +6,15 @@
 #include <windows.h>
 #include <winhttp.h>
 
+#include <condition_variable>
 #include <memory>
+#include <mutex>
+#include <new>
 #include <optional>
 #include <string_view>
+#include <system_error>
+#include <thread>
+#include <utility>
 
 namespace kalvio {
 
@@ -84,56 +90,109 @@ std::uint32_t query_status(HINTERNET request)
 	return status;
 }
 
-std::string read_body(HINTERNET request, const HttpLimits &limits, std::chrono::steady_clock::time_point deadline)
+// One request on its thread, and what has come of it so far. Shared: whoever asked may be gone before it ends.
+struct Exchange {
+	std::mutex mutex; // guards what follows
+	std::condition_variable ended;
+	HttpResponse response;
+	bool has_ended = false;
+	bool is_awaited = true;
+};
+
+// False when nobody waits for the rest.
+bool note_status(Exchange &exchange, std::uint32_t status)
 {
-	std::string body;
-	for (;;) {
-		DWORD available = 0;
-		if (!WinHttpQueryDataAvailable(request, &available) || available == 0)
-			return body;
-		std::string buffer(available, '\0');
-		DWORD read = 0;
-		if (!WinHttpReadData(request, buffer.data(), available, &read) || read == 0)
-			return body;
-		if (read > limits.body_bytes - body.size())
-			return {};
-		body.append(buffer, 0, read);
-		if (std::chrono::steady_clock::now() >= deadline)
-			return body;
-	}
+	const std::scoped_lock lock(exchange.mutex);
+	exchange.response.status = status;
+	return exchange.is_awaited;
 }
 
-} // namespace
-
-HttpResponse http_request(const std::string &url, const HttpLimits &limits)
+// False when nobody waits for the rest, or when the body has become too long and is dropped.
+bool note_body(Exchange &exchange, const std::string &part, std::size_t limit)
 {
-	const auto deadline = std::chrono::steady_clock::now() + limits.total;
-	const int phase_ms = static_cast<int>(limits.phase.count());
+	const std::scoped_lock lock(exchange.mutex);
+	std::string &body = exchange.response.body;
+	const bool fits = part.size() <= limit - body.size();
+	if (fits)
+		body += part;
+	else
+		body.clear();
+	return fits && exchange.is_awaited;
+}
 
+void read_body(HINTERNET request, Exchange &exchange, std::size_t limit)
+{
+	std::string part;
+	do {
+		DWORD available = 0;
+		if (!WinHttpQueryDataAvailable(request, &available) || available == 0)
+			return;
+		part.resize(available);
+		DWORD read = 0;
+		if (!WinHttpReadData(request, part.data(), available, &read) || read == 0)
+			return;
+		part.resize(read);
+	} while (note_body(exchange, part, limit));
+}
+
+void run_request(const std::string &url, const HttpLimits &limits, Exchange &exchange)
+{
+	const int phase_ms = static_cast<int>(limits.phase.count());
 	const std::optional<Target> target = crack(to_utf16(url));
 	if (!target)
-		return {};
+		return;
 	const Handle session(WinHttpOpen(user_agent, WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY, WINHTTP_NO_PROXY_NAME,
 					 WINHTTP_NO_PROXY_BYPASS, 0));
 	if (!session || !WinHttpSetTimeouts(session.get(), phase_ms, phase_ms, phase_ms, phase_ms) ||
 	    !require_tls_1_2(session.get()))
-		return {};
+		return;
 	const Handle connection(WinHttpConnect(session.get(), target->host.c_str(), target->port, 0));
 	if (!connection)
-		return {};
+		return;
 	const Handle request(WinHttpOpenRequest(connection.get(), L"GET", target->path.c_str(), nullptr,
 						WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES, WINHTTP_FLAG_SECURE));
 	if (!request || !restrict_request(request.get(), static_cast<DWORD>(phase_ms)))
-		return {};
+		return;
 
 	const bool received =
 		WinHttpSendRequest(request.get(), WINHTTP_NO_ADDITIONAL_HEADERS, 0, WINHTTP_NO_REQUEST_DATA, 0, 0, 0) &&
 		WinHttpReceiveResponse(request.get(), nullptr);
-	HttpResponse response;
-	response.status = query_status(request.get());
-	if (received)
-		response.body = read_body(request.get(), limits, deadline);
-	return response;
+	if (note_status(exchange, query_status(request.get())) && received)
+		read_body(request.get(), exchange, limits.body_bytes);
+}
+
+void run_thread(const std::string &url, const HttpLimits &limits, const std::shared_ptr<Exchange> &exchange) noexcept
+{
+	try {
+		run_request(url, limits, *exchange);
+	} catch (const std::bad_alloc &) {
+		const std::scoped_lock lock(exchange->mutex);
+		exchange->response.body.clear();
+	}
+	const std::scoped_lock lock(exchange->mutex);
+	exchange->has_ended = true;
+	exchange->ended.notify_all();
+}
+
+} // namespace
+
+// WinHTTP has limits on single waits alone: a header that comes byte by byte, or redirect after redirect, may take any
+// time. A call that is waiting cannot be broken off from outside (closing the handle of a synchronous request is a
+// race, says its documentation), so the request has a thread of its own, which is left behind when the time is up: it
+// ends at its next limit, or with the process.
+HttpResponse http_request(const std::string &url, const HttpLimits &limits)
+{
+	const auto deadline = std::chrono::steady_clock::now() + limits.total;
+	const auto exchange = std::make_shared<Exchange>();
+	try {
+		std::thread(run_thread, url, limits, exchange).detach();
+	} catch (const std::system_error &) {
+		return {}; // no more threads
+	}
+	std::unique_lock lock(exchange->mutex);
+	exchange->ended.wait_until(lock, deadline, [&exchange] { return exchange->has_ended; });
+	exchange->is_awaited = false;
+	return std::move(exchange->response);
 }
 
 } // namespace kalvio

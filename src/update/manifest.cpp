@@ -2,7 +2,7 @@
 #include "update/manifest.h"
 
 #include "kalvio_config.h"
-#include "update/web_address.h"
+#include "platform/web_address.h"
 
 #include <obs.hpp>
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "update/update_check.h"
 
+#include "host/log_text.h"
 #include "kalvio_config.h"
 #include "update/dismissal.h"
 #include "update/download_address.h"
@@ -24,6 +25,7 @@ constexpr std::int64_t check_interval_s = 21'600; // six hours
 constexpr std::int64_t dismissal_s = 86'400;      // one day
 constexpr const char *dismissal_name = "update_dismiss.json";
 constexpr std::uint32_t http_ok = 200;
+constexpr std::size_t longest_logged_version = 64; // bytes
 
 struct UpdateState {
 	std::mutex mutex; // guards what follows up to the flag; held for copying only, never for files or the network
@@ -42,7 +44,7 @@ UpdateState &state()
 	return *instance;
 }
 
-// The three tests read `service` and expect its mutex to be held.
+// Predicates. They require that the mutex of `service` is held.
 
 bool check_is_due(const UpdateState &service, std::int64_t now_s)
 {
@@ -62,18 +64,6 @@ bool is_soft(const UpdateState &service, std::int64_t now_s)
 	return service.dismissal.version != latest || now_s >= service.dismissal.until;
 }
 
-// Text from the network for one line of the log: a line break in it must not begin a line of its own.
-std::string for_log(const std::string &text)
-{
-	constexpr std::size_t longest = 64;
-	std::string line = text.substr(0, longest);
-	for (char &character : line) {
-		if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F)
-			character = '?';
-	}
-	return line;
-}
-
 void note_check_ended(UpdateState &service)
 {
 	const std::int64_t now_s = service.hooks.now();
@@ -91,7 +81,7 @@ void work() noexcept
 	try {
 		run_update_check();
 	} catch (const std::exception &) {
-		// Out of memory in the middle of a check; there is nobody above who could answer.
+		// Out of memory in the middle of a check. No caller can handle it: it counts as a failed check.
 		report_failure(0);
 		note_check_ended(state());
 	}
@@ -134,8 +124,8 @@ void start_update_check_if_due()
 	UpdateState &service = state();
 	const std::int64_t now_s = service.hooks.now();
 	{
-		// A check that ends writes its time before it gives the flag back, so under the mutex one of the two
-		// always speaks against a second check.
+		// A check that ends writes its time before it clears the flag, so under the mutex either of the two
+		// blocks a second check.
 		const std::scoped_lock lock(service.mutex);
 		if (!check_is_due(service, now_s) || service.in_flight.exchange(true))
 			return;
@@ -159,8 +149,8 @@ void run_update_check()
 	if (!manifest)
 		return;
 
-	const std::string latest = for_log(manifest->latest);
-	const std::string force_below = for_log(manifest->force_below);
+	const std::string latest = sanitize_for_log(manifest->latest, longest_logged_version);
+	const std::string force_below = sanitize_for_log(manifest->force_below, longest_logged_version);
 	{
 		const std::scoped_lock lock(service.mutex);
 		service.manifest = std::move(*manifest);

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "update/update_hooks.h"
 
+#include "host/config_files.h"
 #include "platform/platform.h"
-
-#include <obs-module.h>
 
 #include <ctime>
 
@@ -21,19 +20,11 @@ std::int64_t now()
 	return static_cast<std::int64_t>(std::time(nullptr));
 }
 
-std::string config_file(const char *name)
-{
-	char *path = obs_module_config_path(name);
-	std::string file = path ? path : "";
-	bfree(path);
-	return file;
-}
-
 } // namespace
 
 UpdateHooks system_update_hooks()
 {
-	return {fetch, now, open_url, config_file};
+	return {fetch, now, open_url, module_config_file};
 }
 
 } // namespace kalvio

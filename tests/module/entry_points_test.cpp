@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "filter/filter_source.h"
+#include "filter/panel_hooks.h"
+#include "kalvio_config.h"
 #include "kit/allocation_check.h"
 #include "kit/call_journal.h"
 #include "kit/host_double.h"
@@ -178,6 +180,19 @@ TEST_F(EntryPoints, LoadLogsReadsTheDismissalAndRegistersTheFilterInThisOrder)
 			 {"obs_register_source_s", {"kalvio_filter", sizeof(obs_source_info)}}}));
 }
 
+TEST_F(EntryPoints, LoadConnectsTheFilterWithThePanel)
+{
+	panel_hooks = {};
+	obs_module_load();
+	set_frontend_ready(true);
+	call_journal().reset();
+	panel_hooks.show_dock();
+	panel_hooks.schedule_prop_center();
+	EXPECT_TRUE(panel_hooks.frontend_ready());
+	EXPECT_EQ(names_of(call_journal().calls(CallOrigin::Seam)),
+		  (Names{"show_dock", "schedule_prop_center", "frontend_ready"}));
+}
+
 TEST_F(EntryPoints, LoadRegistersTheWholeRecord)
 {
 	obs_module_load();
@@ -208,7 +223,8 @@ TEST_F(EntryPoints, PostLoadStartsTheDockAndNothingElse)
 	obs_module_load();
 	call_journal().reset();
 	obs_module_post_load();
-	EXPECT_EQ(call_journal().calls(), (Calls{{"start_dock_host", {}}}));
+	EXPECT_EQ(call_journal().calls(),
+		  (Calls{{"log", {LOG_INFO, std::string("[Kalvio] version ") + version}}, {"start_dock_host", {}}}));
 }
 
 TEST_F(EntryPoints, UnloadStopsTheDockThenTheUpdateServiceAndLogsLast)

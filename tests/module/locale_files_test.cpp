@@ -42,7 +42,10 @@ std::map<std::string, std::string> read_locale(const std::string &locale)
 
 std::set<std::string> keys_that_are_asked_for()
 {
-	std::set<std::string> keys = {"KalvioFilter", "Kalvio.PropertiesHint", "Kalvio.OpenPanel"};
+	std::set<std::string> keys = {"KalvioFilter",         "Kalvio.PropertiesHint", "Kalvio.OpenPanel",
+				      "Kalvio.EffectsOn",     "Kalvio.EffectsOff",     "Kalvio.AllEffectsOn",
+				      "Kalvio.AllEffectsOff", "Kalvio.ShowOriginal",   "Kalvio.NextLook",
+				      "Kalvio.PreviousLook"};
 	for (const auto &groups : {face_reshape_groups, body_reshape_groups}) {
 		for (const ReshapeGroup &group : groups) {
 			keys.insert(group.title_key);

@@ -34,7 +34,7 @@ TEST(ModuleFile, ExportsExactlyTheElevenNamesThatTheHostLooksUp)
 TEST(ModuleFile, FindsItsEngineBesideItself)
 {
 	const ElfNames names = read_elf_names(module_path);
-	EXPECT_EQ(names.run_path, "$ORIGIN");
+	EXPECT_EQ(names.run_path, "$ORIGIN:$ORIGIN/../obs-kalvio");
 	EXPECT_NE(std::find(names.needed.begin(), names.needed.end(), "libkalvio.so"), names.needed.end());
 }
 

@@ -23,9 +23,28 @@ TEST(TemporaryFolder, KeepsATrailingSeparatorSingle)
 
 TEST(TemporaryFolder, IsTheUsualOneWithoutAnEnvironment)
 {
+	const ScopedEnvironment no_runtime("XDG_RUNTIME_DIR", std::nullopt);
 	const ScopedEnvironment unset("TMPDIR", std::nullopt);
 	EXPECT_EQ(temporary_folder(), "/tmp/");
 	const ScopedEnvironment empty("TMPDIR", "");
+	const ScopedEnvironment empty_runtime("XDG_RUNTIME_DIR", "");
+	EXPECT_EQ(temporary_folder(), "/tmp/");
+}
+
+TEST(TemporaryFolder, IsTheUsersOwnWhereTheEnvironmentHasOne)
+{
+	const ScratchFolder own;
+	const ScopedEnvironment unset("TMPDIR", std::nullopt);
+	const ScopedEnvironment runtime("XDG_RUNTIME_DIR", own.path().string());
+	EXPECT_EQ(temporary_folder(), own.path().string() + "/");
+	const ScopedEnvironment chosen("TMPDIR", "/var/somewhere");
+	EXPECT_EQ(temporary_folder(), "/var/somewhere/");
+}
+
+TEST(TemporaryFolder, IsNotOneThatIsNotThere)
+{
+	const ScopedEnvironment unset("TMPDIR", std::nullopt);
+	const ScopedEnvironment runtime("XDG_RUNTIME_DIR", "/no/such/folder");
 	EXPECT_EQ(temporary_folder(), "/tmp/");
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
+#include "host/small_file.h"
+
 #include "kit/scratch.h"
-#include "platform/small_file.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>

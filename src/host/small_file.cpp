@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "platform/small_file.h"
+#include "host/small_file.h"
 
 #include <cstring>
 #include <filesystem>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "update/web_address.h"
+#include "platform/web_address.h"
 
 #include <gtest/gtest.h>
 
