@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "filter/engine_session.h"
 
+#include "filter/engine_capabilities.h"
 #include "filter/filter_instance.h"
+#include "host/log_text.h"
+#include "host/module_files.h"
 #include "kalvio_config.h"
 #include "params/apply_parameters.h"
-#include "params/effect_catalog.h"
+#include "params/settings_lock.h"
 #include "platform/platform.h"
 #include "update/update_check.h"
 
@@ -27,7 +30,7 @@ const std::string &process_log_path()
 
 EngineHandle create_engine(const std::string &resource_path)
 {
-	const kl_log_config log = {0, 1, 2, 0, process_log_path().c_str()};
+	const kl_log_config log = {0, 1, KL_LOG_INFORMATION, 0, process_log_path().c_str()};
 	kl_set_log_config(&log);
 
 	const kl_engine_config config = {0, 0, nullptr, resource_path.c_str(), application_id, 0};
@@ -38,8 +41,9 @@ void apply_stored_settings(FilterInstance &instance)
 {
 	if (!instance.source)
 		return;
-	const OBSDataAutoRelease settings = obs_source_get_settings(instance.source);
-	apply_settings(instance, settings);
+	// Without an object every value would read as its zero, and the filter as switched off.
+	if (const OBSDataAutoRelease settings = obs_source_get_settings(instance.source))
+		apply_settings(instance, settings);
 }
 
 } // namespace
@@ -67,6 +71,7 @@ bool ensure_engine(FilterInstance &instance)
 		blog(LOG_ERROR, "[Kalvio] kl_engine_create failed");
 		return false;
 	}
+	note_engine_capabilities(engine_capabilities(instance.engine.get()));
 	kl_engine_set_event_callback(instance.engine.get(), on_engine_event, &instance);
 	blog(LOG_INFO, "[Kalvio] engine created, resource=%s", instance.resource_path.c_str());
 
@@ -79,6 +84,17 @@ bool ensure_engine(FilterInstance &instance)
 		throw;
 	}
 	return true;
+}
+
+void apply_settings(FilterInstance &instance, obs_data_t *settings)
+{
+	{
+		const SettingsLock lock;
+		instance.enabled = obs_data_get_bool(settings, "enabled");
+	}
+	instance.gpu.result = nullptr;
+	apply_beauty_params(instance.engine.get(), settings);
+	apply_effect_resources(instance.engine.get(), instance.resource_cache, settings);
 }
 
 std::string find_resource_bundle()
@@ -107,7 +123,8 @@ std::string engine_log_path(const std::string &temporary_folder)
 
 void on_engine_event(void * /*user_data*/, int32_t code, const char *message)
 {
-	blog(LOG_INFO, "[Kalvio] engine event %d %s", static_cast<int>(code), message ? message : "");
+	blog(LOG_INFO, "[Kalvio] engine event %d %s", static_cast<int>(code),
+	     sanitize_for_log(message ? message : "").c_str());
 }
 
 } // namespace kalvio

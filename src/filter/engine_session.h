@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <obs-data.h>
 #include <string>
 
 // The engine of a filter instance: made when it is first needed, gone with the instance or while effects are paused.
@@ -14,6 +15,9 @@ struct FilterInstance;
 // bundle installed while the host runs takes effect on the next frame.
 // The caller holds the instance's mutex, except in create.
 bool ensure_engine(FilterInstance &instance);
+
+// Copies "enabled" and sends all settings to the instance's engine. The caller serializes as for ensure_engine.
+void apply_settings(FilterInstance &instance, obs_data_t *settings);
 
 // Path of "resource.kld": in the module's data folder, beside the module file, or in the data folder of a development
 // tree two levels above it. Empty when none exists.

@@ -25,6 +25,7 @@ using EngineHandle = std::unique_ptr<kl_engine, EngineDeleter>;
 // destroy. The mutex keeps update and render apart; create and destroy run while nobody else knows the instance.
 struct FilterInstance {
 	obs_source_t *source = nullptr; // the filter's own source, not referenced
+	uint64_t id = 0;                // in the registry
 	// Keeps the host's count of the filter's references until the instance is gone, which waits for the graphics
 	// thread: another filter that draws this one may have looked it up before the last reference went.
 	OBSWeakSourceAutoRelease weak_source;
@@ -43,25 +44,5 @@ struct FilterInstance {
 
 	ResourceCache resource_cache;
 };
-
-// Copies "enabled" and sends all settings to the instance's engine. The caller serialises as for ensure_engine.
-void apply_settings(FilterInstance &instance, obs_data_t *settings);
-
-// The source type's callbacks. They may throw std::bad_alloc; filter_source.cpp keeps that from the host.
-
-const char *filter_get_name(void *type_data);
-
-// Any thread. Without an engine the instance is kept and passes its source through until an engine can be made.
-void *filter_create(obs_data_t *settings, obs_source_t *source);
-
-// Any thread, when the host holds no more references. A null `data` does nothing.
-void filter_destroy(void *data);
-
-// Any thread; the host calls it on the graphics thread. A null `data` does nothing.
-void filter_update(void *data, obs_data_t *settings);
-
-// Size of the filtered source in pixels; 0 without an instance or a target.
-uint32_t filter_get_width(void *data);
-uint32_t filter_get_height(void *data);
 
 } // namespace kalvio

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "filter/filter_properties.h"
 
-#include "filter/callback_shim.h"
 #include "filter/filter_instance.h"
-#include "panel/dock_host.h"
+#include "filter/panel_hooks.h"
+#include "host/callback_shim.h"
 #include "params/settings_lock.h"
 
 #include <memory>
@@ -40,13 +40,13 @@ obs_properties_t *filter_get_properties(void *data)
 
 	obs_properties_add_button(properties.get(), "open_panel", obs_module_text("Kalvio.OpenPanel"),
 				  Shim<open_panel_clicked>::call);
-	schedule_prop_center();
+	panel_hooks.schedule_prop_center();
 	return properties.release();
 }
 
 bool open_panel_clicked(obs_properties_t * /*properties*/, obs_property_t * /*property*/, void * /*data*/)
 {
-	show_dock();
+	panel_hooks.show_dock();
 	return false;
 }
 

@@ -2,7 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <obs.h>
+#include <obs.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,14 +13,17 @@
 // filters after the module's unload. Any thread.
 namespace kalvio {
 
-// Appends `source` unless it is null or listed already; it is not referenced.
-void register_filter(obs_source_t *source);
+// Appends `source` unless it is null or listed already; it is not referenced. Returns its id, 0 for null.
+uint64_t register_filter(obs_source_t *source);
 
 // Removes every occurrence; later entries move up.
 void unregister_filter(obs_source_t *source);
 
-// One entry a filter: the name of the source it sits on, else its own name, else "".
+// One entry per filter: the name of the source it sits on, else its own name, else "".
 std::vector<std::string> registered_filter_names();
+
+// The ids alone.
+std::vector<uint64_t> registered_filter_ids();
 
 struct RegisteredFilter {
 	uint64_t id = 0;  // never given to another filter; 0 to none
@@ -45,6 +49,19 @@ bool read_filter_settings_at(int index, obs_data_t *dest);
 // The same for the filter with this id, wherever it stands by now. Ids that are gone are ignored, or false.
 void update_filter(uint64_t id, obs_data_t *settings);
 bool read_filter_settings(uint64_t id, obs_data_t *dest);
+
+// The settings that the filter has of its own, without those that only have their default, as JSON. Nothing when the id
+// is gone or a value cannot be written.
+std::optional<std::string> filter_settings_json(uint64_t id);
+
+// A strong reference to the filter with this id; null when it is gone or going away.
+OBSSourceAutoRelease reference_filter(uint64_t id);
+
+// A strong reference to the source that this filter sits on; null when there is none or it is going away.
+OBSSourceAutoRelease reference_parent(uint64_t id);
+
+// The id of the first filter that sits on this source, which the caller holds; 0 without one.
+uint64_t find_filter_on(const obs_source_t *source);
 
 // update_filter_at for every filter, in order.
 void update_all_filters(obs_data_t *settings);

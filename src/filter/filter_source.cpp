@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "filter/filter_source.h"
 
-#include "filter/callback_shim.h"
-#include "filter/filter_instance.h"
+#include "filter/filter_life.h"
 #include "filter/filter_properties.h"
 #include "filter/frame_path.h"
+#include "host/callback_shim.h"
 #include "params/parameter_schema.h"
 
 namespace kalvio {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "filter/frame_guard.h"
 
-#include "filter/callback_shim.h"
 #include "filter/filter_instance.h"
+#include "host/callback_shim.h"
 
 namespace kalvio {
 
@@ -74,7 +74,8 @@ void FrameGuard::watch(FilterInstance &instance, obs_source_t *parent)
 	// pointer again; of one that has begun before, the filter is in the list no more.
 	signal_handler_t *signals = obs_source_get_signal_handler(parent);
 	instance.watched_parent = parent;
-	signal_handler_connect(signals, removal_signal, Shim<filter_removed>::call, &instance);
+	if (signals) // what cannot be watched is drawn all the same
+		signal_handler_connect(signals, removal_signal, Shim<filter_removed>::call, &instance);
 	if (is_filter_of(parent, instance.source))
 		return;
 	signal_handler_disconnect(signals, removal_signal, Shim<filter_removed>::call, &instance);

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "filter/frame_path.h"
 
-#include "filter/callback_shim.h"
 #include "filter/engine_session.h"
 #include "filter/filter_instance.h"
 #include "filter/frame_guard.h"
+#include "filter/original_view.h"
+#include "host/callback_shim.h"
 
 #include <algorithm>
 #include <cstring>
@@ -28,7 +29,8 @@ void pass_through(const FilterInstance &instance)
 // The settings that a new engine is given can switch the filter off, hence the second look at `enabled`.
 bool is_processing(FilterInstance &instance)
 {
-	return instance.enabled && ensure_engine(instance) && instance.engine && instance.enabled;
+	return instance.enabled && !is_original_shown(instance.id) && ensure_engine(instance) && instance.engine &&
+	       instance.enabled;
 }
 
 bool is_complete(const FrameResources &gpu)
@@ -42,9 +44,9 @@ bool ensure_gpu_resources(FrameResources &gpu, uint32_t width, uint32_t height)
 		return true;
 
 	release_gpu_resources(gpu);
-	gpu.render_target = gs_texrender_create(GS_RGBA, GS_ZS_NONE);
-	gpu.staging_surface = gs_stagesurface_create(width, height, GS_RGBA);
-	gpu.upload_texture = gs_texture_create(width, height, GS_RGBA, 1, nullptr, GS_DYNAMIC);
+	gpu.render_target.reset(gs_texrender_create(GS_RGBA, GS_ZS_NONE));
+	gpu.staging_surface.reset(gs_stagesurface_create(width, height, GS_RGBA));
+	gpu.upload_texture.reset(gs_texture_create(width, height, GS_RGBA, 1, nullptr, GS_DYNAMIC));
 	if (!is_complete(gpu)) {
 		blog(LOG_ERROR, "[Kalvio] failed to create GPU resources %ux%u", width, height);
 		release_gpu_resources(gpu);
@@ -59,46 +61,21 @@ bool ensure_gpu_resources(FrameResources &gpu, uint32_t width, uint32_t height)
 gs_texture_t *capture_source(const FilterInstance &instance)
 {
 	const FrameResources &gpu = instance.gpu;
-	gs_texrender_reset(gpu.render_target);
-	if (!gs_texrender_begin(gpu.render_target, gpu.width, gpu.height))
-		return nullptr;
+	gs_texrender_reset(gpu.render_target.get());
+	{
+		const RenderTargetScope target(gpu.render_target.get(), gpu.width, gpu.height);
+		if (!target.has_begun())
+			return nullptr;
 
-	const vec4 transparent_black = {};
-	gs_clear(GS_CLEAR_COLOR, &transparent_black, 0.0f, 0);
-	gs_ortho(0.0f, static_cast<float>(gpu.width), 0.0f, static_cast<float>(gpu.height), -100.0f, 100.0f);
-	gs_blend_state_push();
-	gs_blend_function(GS_BLEND_ONE, GS_BLEND_ZERO);
-	pass_through(instance);
-	gs_blend_state_pop();
-	gs_texrender_end(gpu.render_target);
-
-	return gs_texrender_get_texture(gpu.render_target);
+		const vec4 transparent_black = {};
+		gs_clear(GS_CLEAR_COLOR, &transparent_black, 0.0f, 0);
+		gs_ortho(0.0f, static_cast<float>(gpu.width), 0.0f, static_cast<float>(gpu.height), -100.0f, 100.0f);
+		const BlendStateScope blend_state;
+		gs_blend_function(GS_BLEND_ONE, GS_BLEND_ZERO);
+		pass_through(instance);
+	}
+	return gs_texrender_get_texture(gpu.render_target.get());
 }
-
-// A mapped staging surface; unmapped when it goes out of scope.
-class MappedSurface {
-public:
-	explicit MappedSurface(gs_stagesurf_t *surface) : surface_(surface)
-	{
-		mapped_ = gs_stagesurface_map(surface_, &data_, &row_bytes_);
-	}
-	~MappedSurface()
-	{
-		if (mapped_)
-			gs_stagesurface_unmap(surface_);
-	}
-	MappedSurface(const MappedSurface &) = delete;
-	MappedSurface &operator=(const MappedSurface &) = delete;
-
-	const uint8_t *data() const { return mapped_ ? data_ : nullptr; }
-	uint32_t row_bytes() const { return row_bytes_; }
-
-private:
-	gs_stagesurf_t *surface_;
-	bool mapped_ = false;
-	uint8_t *data_ = nullptr;
-	uint32_t row_bytes_ = 0;
-};
 
 // Copies `height` rows of `row_bytes` out of rows that lie `source_row_bytes` apart. Of a source row that is shorter
 // only what it has is copied.
@@ -117,8 +94,8 @@ void copy_rows(uint8_t *dest, const uint8_t *source, uint32_t source_row_bytes, 
 bool read_back(FilterInstance &instance, gs_texture_t *captured)
 {
 	const FrameResources &gpu = instance.gpu;
-	gs_stage_texture(gpu.staging_surface, captured);
-	const MappedSurface mapped(gpu.staging_surface);
+	gs_stage_texture(gpu.staging_surface.get(), captured);
+	const MappedSurface mapped(gpu.staging_surface.get());
 	if (!mapped.data())
 		return false;
 
@@ -154,16 +131,25 @@ bool process_pixels(FilterInstance &instance)
 gs_texture_t *upload_pixels(const FilterInstance &instance)
 {
 	const FrameResources &gpu = instance.gpu;
-	gs_texture_set_image(gpu.upload_texture, instance.output_pixels.data(), gpu.width * bytes_per_pixel, false);
-	return gpu.upload_texture;
+	gs_texture_set_image(gpu.upload_texture.get(), instance.output_pixels.data(), gpu.width * bytes_per_pixel,
+			     false);
+	return gpu.upload_texture.get();
 }
 
-void draw_texture(gs_texture_t *texture, uint32_t width, uint32_t height)
+// False when the host has nothing to draw it with; then nothing is drawn.
+bool draw_texture(gs_texture_t *texture, uint32_t width, uint32_t height)
 {
 	gs_effect_t *effect = obs_get_base_effect(OBS_EFFECT_DEFAULT);
-	gs_effect_set_texture(gs_effect_get_param_by_name(effect, "image"), texture);
-	while (gs_effect_loop(effect, "Draw"))
+	gs_eparam_t *image = effect ? gs_effect_get_param_by_name(effect, "image") : nullptr;
+	if (!image)
+		return false;
+	gs_effect_set_texture(image, texture);
+	bool is_drawn = false;
+	while (gs_effect_loop(effect, "Draw")) {
 		gs_draw_sprite(texture, 0, width, height);
+		is_drawn = true;
+	}
+	return is_drawn;
 }
 
 // The processed frame, or the captured one where the engine fails. Null when the source could not be captured.
@@ -198,9 +184,7 @@ void render_frame(FilterInstance &instance)
 	gs_texture_t *result = nullptr;
 	if (width != 0 && height != 0 && is_processing(instance) && ensure_gpu_resources(instance.gpu, width, height))
 		result = frame_result(instance);
-	if (result)
-		draw_texture(result, width, height);
-	else
+	if (!result || !draw_texture(result, width, height))
 		pass_through(instance);
 }
 
@@ -225,17 +209,6 @@ void filter_video_render(void *data, gs_effect_t * /*effect*/)
 		log_current_exception();
 		pass_through(instance);
 	}
-}
-
-void release_gpu_resources(FrameResources &gpu)
-{
-	if (gpu.render_target)
-		gs_texrender_destroy(gpu.render_target);
-	if (gpu.staging_surface)
-		gs_stagesurface_destroy(gpu.staging_surface);
-	if (gpu.upload_texture)
-		gs_texture_destroy(gpu.upload_texture);
-	gpu = {};
 }
 
 } // namespace kalvio

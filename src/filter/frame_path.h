@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "filter/frame_resources.h"
-
 #include <obs.h>
 
 namespace kalvio {
@@ -13,8 +11,5 @@ namespace kalvio {
 // that sits on no source, or is just being removed from it, draws nothing. Graphics thread, inside the graphics
 // context. `data` is the filter instance; null draws nothing. `effect` is not used.
 void filter_video_render(void *data, gs_effect_t *effect);
-
-// Releases what is there and sets the size to 0 x 0. Inside the graphics context.
-void release_gpu_resources(FrameResources &gpu);
 
 } // namespace kalvio

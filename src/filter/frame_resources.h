@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "host/graphics.h"
+
 #include <cstdint>
-#include <graphics/graphics.h>
 
 namespace kalvio {
 
-// The three GPU objects of one frame size: all null, or all valid for width x height pixels. They must be made, used
-// and released inside the host's graphics context, which is why no destructor does it.
+// The three GPU objects of one frame size: all null, or all valid for width x height pixels. Must be empty, or be
+// destroyed inside the graphics context.
 struct FrameResources {
-	gs_texrender_t *render_target = nullptr;   // the source is drawn into it
-	gs_stagesurf_t *staging_surface = nullptr; // read back from it
-	gs_texture_t *upload_texture = nullptr;    // the processed frame goes into it
+	TextureRenderPtr render_target;    // the source is drawn into it
+	StagingSurfacePtr staging_surface; // read back from it
+	TexturePtr upload_texture;         // the processed frame goes into it
 	uint32_t width = 0;
 	uint32_t height = 0;
 
@@ -20,5 +21,11 @@ struct FrameResources {
 	gs_texture_t *result = nullptr;
 	uint64_t result_time_ns = 0;
 };
+
+// Releases what is there and sets the size to 0 x 0. Inside the graphics context.
+inline void release_gpu_resources(FrameResources &gpu)
+{
+	gpu = {};
+}
 
 } // namespace kalvio

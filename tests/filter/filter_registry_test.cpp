@@ -8,6 +8,7 @@
 #include <future>
 #include <memory>
 #include <obs.hpp>
+#include <optional>
 
 namespace {
 
@@ -296,6 +297,62 @@ TEST_F(FilterRegistry, ASourceThatIsGoingAwayIsNotAskedForItsName)
 {
 	parents_[0].refuses_references = true;
 	EXPECT_EQ(registered_filter_names(), (Names{"filter a", "B", "C"}));
+}
+
+TEST_F(FilterRegistry, AFilterThatComesToAnotherSourceHasItsName)
+{
+	EXPECT_EQ(registered_filter_names(), (Names{"A", "B", "C"}));
+	filters_[0].parent = &parents_[1];
+	EXPECT_EQ(registered_filter_names(), (Names{"B", "B", "C"}));
+	filters_[0].parent = nullptr;
+	EXPECT_EQ(registered_filter_names(), (Names{"filter a", "B", "C"}));
+	filters_[0].parent = &parents_[0];
+	EXPECT_EQ(registered_filter_names(), (Names{"A", "B", "C"}));
+}
+
+// What was remembered of a source is no help once another one has its address.
+TEST_F(FilterRegistry, ASourceAtTheAddressOfOneThatIsGoneIsNotTakenForIt)
+{
+	std::optional<FakeSource> source(std::in_place, "D");
+	filters_[0].parent = &*source;
+	EXPECT_EQ(registered_filter_names(), (Names{"D", "B", "C"}));
+	source.reset();
+	EXPECT_EQ(registered_filter_names(), (Names{"filter a", "B", "C"}));
+	source.emplace("E");
+	EXPECT_EQ(registered_filter_names(), (Names{"E", "B", "C"}));
+	filters_[0].parent = nullptr;
+}
+
+// The host frees a source's reference counts before the source's filters have forgotten it.
+TEST_F(FilterRegistry, ASourceWhoseCountsAreFreedIsNotTouched)
+{
+	auto gone = std::make_unique<FakeSource>("D");
+	filters_[0].parent = gone.get();
+	gone.reset();
+	EXPECT_EQ(registered_filter_names(), (Names{"filter a", "B", "C"}));
+	std::vector<RegisteredFilter> known;
+	list_registered_filters(known);
+	EXPECT_EQ(known.at(0).name, "filter a");
+	EXPECT_TRUE(are_registered_filters(known));
+	EXPECT_FALSE(reference_parent(known.at(0).id));
+}
+
+TEST_F(FilterRegistry, GivesAReferenceToTheSourceThatAFilterSitsOn)
+{
+	std::vector<RegisteredFilter> known;
+	list_registered_filters(known);
+	EXPECT_EQ(reference_parent(known.at(1).id).Get(), parents_[1].handle());
+	EXPECT_FALSE(reference_parent(0));
+	filters_[1].parent = nullptr;
+	EXPECT_FALSE(reference_parent(known.at(1).id));
+}
+
+TEST_F(FilterRegistry, AFilterThatIsGoingAwayIsStillListed)
+{
+	filters_[0].refuses_references = true;
+	filters_[1].refuses_references = true;
+	filters_[1].parent = nullptr;
+	EXPECT_EQ(registered_filter_names(), (Names{"A", "filter b", "C"}));
 }
 
 TEST_F(FilterRegistry, AFilterMayLeaveWhileItIsUpdated)

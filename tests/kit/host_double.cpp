@@ -13,10 +13,26 @@ namespace kalvio::test {
 namespace {
 
 constexpr std::array fallible_functions = {
-	std::string_view("gs_texrender_create"),      std::string_view("gs_texrender_begin"),
-	std::string_view("gs_texrender_get_texture"), std::string_view("gs_stagesurface_create"),
-	std::string_view("gs_texture_create"),        std::string_view("obs_filter_get_target"),
+	std::string_view("gs_texrender_create"),
+	std::string_view("gs_texrender_begin"),
+	std::string_view("gs_texrender_get_texture"),
+	std::string_view("gs_stagesurface_create"),
+	std::string_view("gs_texture_create"),
+	std::string_view("obs_filter_get_target"),
 	std::string_view("obs_module_load_locale"),
+	std::string_view("gs_stage_texture"),
+	std::string_view("gs_texture_set_image"),
+	std::string_view("obs_get_base_effect"),
+	std::string_view("gs_effect_get_param_by_name"),
+	std::string_view("gs_effect_loop"),
+	std::string_view("gs_draw_sprite"),
+	std::string_view("gs_clear"),
+	std::string_view("obs_source_get_settings"),
+	std::string_view("obs_source_get_weak_source"),
+	std::string_view("obs_source_get_signal_handler"),
+	std::string_view("obs_filter_get_parent"),
+	std::string_view("obs_source_get_name"),
+	std::string_view("obs_find_module_file"),
 };
 
 // Counts one down; true when there was one to count.

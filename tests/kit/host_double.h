@@ -97,9 +97,8 @@ public:
 	// Everything as at the start; GPU objects that are alive are forgotten.
 	void reset();
 
-	// The next `times` calls of this function return null or false. Known: gs_texrender_create, gs_texrender_begin,
-	// gs_texrender_get_texture, gs_stagesurface_create, gs_texture_create, obs_filter_get_target,
-	// obs_module_load_locale. Ends the process on any other name.
+	// The next `times` calls of this function return null or false, or do nothing where it returns nothing. Ends
+	// the process on a name that is not in the list in host_double.cpp.
 	void fail(std::string_view function, int times = always);
 
 	// The next call of any recorded host function of this name throws std::bad_alloc, as if something below it had.

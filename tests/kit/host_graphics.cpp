@@ -252,7 +252,7 @@ void gs_stage_texture(gs_stagesurf_t *dst, gs_texture_t *src)
 	host_call(__func__, label_of(dst), label_of(src));
 	GpuObject *surface = usable(__func__, dst, GpuKind::StagingSurface);
 	const GpuObject *texture = usable(__func__, src, GpuKind::Texture);
-	if (!surface || !texture)
+	if (!surface || !texture || host_call_fails(__func__))
 		return;
 	if (surface->width != texture->width || surface->height != texture->height)
 		note_host_misuse(__func__, "sizes differ");
@@ -333,7 +333,7 @@ void gs_texture_set_image(gs_texture_t *tex, const uint8_t *data, uint32_t lines
 	}
 	host_call(__func__, label_of(tex), Argument::address(data), linesize, invert);
 	GpuObject *texture = usable(__func__, tex, GpuKind::Texture);
-	if (!texture)
+	if (!texture || host_call_fails(__func__))
 		return;
 	const size_t row_bytes = texture->width * bytes_per_pixel;
 	if (texture->is_owned || !data || linesize < row_bytes) {
@@ -352,6 +352,8 @@ void gs_clear(uint32_t clear_flags, const struct vec4 *color, float depth, uint8
 		return;
 	host_call(__func__, clear_flags, color->x, color->y, color->z, color->w, depth, stencil);
 	check_context(__func__);
+	if (host_call_fails(__func__))
+		return;
 	if (GpuObject *target = render_state().target)
 		std::fill(target->texture->pixels.begin(), target->texture->pixels.end(), uint8_t{0});
 }
@@ -411,6 +413,8 @@ gs_effect_t *obs_get_base_effect(enum obs_base_effect effect)
 	if (host_is_cheap())
 		return default_effect_handle();
 	host_call(__func__, effect);
+	if (host_call_fails(__func__))
+		return nullptr;
 	return effect == OBS_EFFECT_DEFAULT ? default_effect_handle() : nullptr;
 }
 
@@ -419,6 +423,8 @@ gs_eparam_t *gs_effect_get_param_by_name(const gs_effect_t *effect, const char *
 	if (host_is_cheap())
 		return image_parameter_handle();
 	host_call(__func__, label_of_effect(effect), name);
+	if (host_call_fails(__func__))
+		return nullptr;
 	return effect == default_effect_handle() && std::strcmp(name, "image") == 0 ? image_parameter_handle()
 										    : nullptr;
 }
@@ -434,11 +440,14 @@ void gs_effect_set_texture(gs_eparam_t *param, gs_texture_t *val)
 bool gs_effect_loop(gs_effect_t *effect, const char *name)
 {
 	RenderState &drawing = render_state();
+	if (!host_is_cheap()) {
+		host_call(__func__, label_of_effect(effect), name);
+		check_context(__func__);
+		// It fails at the beginning of a technique: that of another effect is under way, or there is none.
+		if (!drawing.effect_running && host_call_fails(__func__))
+			return false;
+	}
 	drawing.effect_running = !drawing.effect_running;
-	if (host_is_cheap())
-		return drawing.effect_running;
-	host_call(__func__, label_of_effect(effect), name);
-	check_context(__func__);
 	return drawing.effect_running;
 }
 
@@ -449,7 +458,7 @@ void gs_draw_sprite(gs_texture_t *tex, uint32_t flip, uint32_t width, uint32_t h
 	host_call(__func__, label_of(tex), flip, width, height);
 	const GpuObject *texture = usable(__func__, tex, GpuKind::Texture);
 	RenderState &drawing = render_state();
-	if (!texture)
+	if (!texture || host_call_fails(__func__))
 		return;
 	if (!drawing.effect_running || drawing.effect_image != texture || drawing.target)
 		note_host_misuse(__func__, "not set up to draw " + texture->label + " on the screen");

@@ -52,6 +52,7 @@ void draw_unprocessed(const FakeSource *source)
 } // namespace
 
 struct FakeSource::Shared {
+	const uint64_t number = next_number(); // of this source alone; another one may get its address
 	std::atomic<int> weak_references = 0;
 	std::atomic<int> deferred_updates = 0;
 
@@ -67,12 +68,21 @@ struct FakeSource::Shared {
 	std::mutex reference_mutex;
 	std::condition_variable reference_gone;
 	int references = 0;
+
+private:
+	static uint64_t next_number()
+	{
+		static std::atomic<uint64_t> count = 0;
+		return ++count;
+	}
 };
 
 // The doubles' way into a fake source.
 class SourceAccess {
 public:
 	static std::atomic<int> &weak_references(FakeSource &source) { return source.shared_->weak_references; }
+
+	static uint64_t number(const FakeSource &source) { return source.shared_->number; }
 
 	static bool add_reference(FakeSource &source)
 	{
@@ -92,6 +102,14 @@ public:
 		--source.shared_->references;
 		source.shared_->reference_gone.notify_all();
 		return true;
+	}
+
+	static std::vector<FakeSource *> live_sources_held()
+	{
+		const std::lock_guard lock(live_sources().mutex);
+		std::vector<FakeSource *> held = live_sources().sources;
+		std::erase_if(held, [](FakeSource *source) { return !add_reference(*source); });
+		return held;
 	}
 
 	static void defer_update(FakeSource &source, obs_data_t *changes)
@@ -296,14 +314,14 @@ const char *obs_source_get_name(const obs_source_t *source)
 		return reinterpret_cast<const FakeSource *>(source)->name.c_str();
 	host_call(__func__, name_of(source));
 	const FakeSource *fake = known_source(__func__, source);
-	return fake && !fake->nameless ? fake->name.c_str() : nullptr;
+	return fake && !fake->nameless && !host_call_fails(__func__) ? fake->name.c_str() : nullptr;
 }
 
 obs_data_t *obs_source_get_settings(const obs_source_t *source)
 {
 	host_call(__func__, name_of(source));
 	FakeSource *fake = known_source(__func__, source);
-	if (!fake)
+	if (!fake || host_call_fails(__func__))
 		return nullptr;
 	obs_data_addref(fake->settings);
 	return fake->settings;
@@ -335,7 +353,7 @@ obs_source_t *obs_filter_get_parent(const obs_source_t *filter)
 		return reinterpret_cast<const FakeSource *>(filter)->parent.load()->handle();
 	FakeSource *fake = known_source(__func__, filter);
 	FakeSource *parent = fake ? fake->parent.load() : nullptr;
-	return parent ? parent->handle() : nullptr;
+	return parent && !host_call_fails(__func__) ? parent->handle() : nullptr;
 }
 
 signal_handler_t *obs_source_get_signal_handler(const obs_source_t *source)
@@ -343,7 +361,7 @@ signal_handler_t *obs_source_get_signal_handler(const obs_source_t *source)
 	if (host_is_cheap())
 		return SourceAccess::signals(*reinterpret_cast<FakeSource *>(const_cast<obs_source_t *>(source)));
 	FakeSource *fake = known_source(__func__, source);
-	return fake ? SourceAccess::signals(*fake) : nullptr;
+	return fake && !host_call_fails(__func__) ? SourceAccess::signals(*fake) : nullptr;
 }
 
 void obs_source_enum_filters(obs_source_t *source, obs_source_enum_proc_t callback, void *parameter)
@@ -354,23 +372,51 @@ void obs_source_enum_filters(obs_source_t *source, obs_source_enum_proc_t callba
 	SourceAccess::visit_filters(*fake, [=](FakeSource &filter) { callback(source, filter.handle(), parameter); });
 }
 
-// Weak references are counted but not written down: taking one does nothing to the source. Here they are the source.
+// As the host does it: each source is held while it is shown, and one that is going away is left out.
+void obs_enum_all_sources(bool (*callback)(void *, obs_source_t *), void *parameter)
+{
+	for (FakeSource *source : SourceAccess::live_sources_held()) {
+		callback(parameter, source->handle());
+		SourceAccess::drop_reference(*source);
+	}
+}
+
+// Weak references are counted but not written down: taking one does nothing to the source, which may go before it.
+struct obs_weak_source {
+	obs_source_t *handle; // of a source that may be gone
+	uint64_t number;
+
+	FakeSource *live_source() const
+	{
+		FakeSource *fake = FakeSource::from(handle);
+		return fake && SourceAccess::number(*fake) == number ? fake : nullptr;
+	}
+};
+
 obs_weak_source_t *obs_source_get_weak_source(obs_source_t *source)
 {
 	FakeSource *fake = known_source(__func__, source);
-	if (!fake)
+	if (!fake || host_call_fails(__func__))
 		return nullptr;
 	++SourceAccess::weak_references(*fake);
-	return reinterpret_cast<obs_weak_source_t *>(source);
+	return new obs_weak_source{source, SourceAccess::number(*fake)};
+}
+
+obs_source_t *obs_weak_source_get_source(obs_weak_source_t *weak)
+{
+	if (!weak)
+		return nullptr;
+	if (host_is_cheap())
+		return weak->handle;
+	FakeSource *fake = weak->live_source();
+	return fake && SourceAccess::add_reference(*fake) ? fake->handle() : nullptr;
 }
 
 void obs_weak_source_release(obs_weak_source_t *weak)
 {
-	if (!weak)
-		return;
-	FakeSource *fake = known_source(__func__, reinterpret_cast<obs_source_t *>(weak));
-	if (fake && --SourceAccess::weak_references(*fake) < 0)
-		note_host_misuse(__func__, fake->name + " released too often");
+	const std::unique_ptr<obs_weak_source> owner(weak);
+	if (FakeSource *fake = weak ? weak->live_source() : nullptr)
+		--SourceAccess::weak_references(*fake);
 }
 
 void obs_source_update(obs_source_t *source, obs_data_t *settings)

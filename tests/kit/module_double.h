@@ -4,8 +4,8 @@
 #include <obs-module.h>
 #include <string>
 
-// The two functions that the module's entry points give to the other rooms, for executables without these entry points:
-// obs_current_module and obs_module_text.
+// The two functions that the module's entry points give to the other components, for executables without these entry
+// points: obs_current_module and obs_module_text.
 namespace kalvio::test {
 
 // What obs_current_module returns: an address that nothing follows.

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "kit/seam_doubles.h"
 
+#include "filter/panel_hooks.h"
 #include "kit/call_journal.h"
-#include "panel/dock_host.h"
+#include "panel/dock/dock_host.h"
 #include "update/update_check.h"
 
 #include <atomic>
@@ -25,6 +26,7 @@ void record_seam(const char *name)
 
 void reset_seams()
 {
+	panel_hooks = {show_dock, schedule_prop_center, frontend_ready};
 	is_ready = false;
 	is_forced = false;
 	show_action = nullptr;
@@ -54,6 +56,11 @@ void on_load_update_dismissal(std::function<void()> action)
 } // namespace kalvio::test
 
 namespace kalvio {
+
+void show_switched_effects()
+{
+	test::record_seam("show_switched_effects");
+}
 
 void show_dock()
 {

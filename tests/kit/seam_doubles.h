@@ -3,11 +3,11 @@
 
 #include <functional>
 
-// Doubles of the two rooms that the filter only knows by a header: panel/dock_host.h and update/update_check.h. They do
-// nothing but write each call into the call journal.
+// Doubles of the two components that the filter reaches by a few functions: the panel, which it knows by its hooks, and
+// update/update_check.h. They do nothing but write each call into the call journal.
 namespace kalvio::test {
 
-// Nothing forced, front end not ready, no action.
+// Sets the filter's hooks; nothing forced, front end not ready, no action.
 void reset_seams();
 
 void set_frontend_ready(bool ready);

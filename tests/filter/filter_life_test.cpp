@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "filter/filter_instance.h"
+#include "filter/filter_life.h"
 
 #include "filter/filter_fixture.h"
 #include "filter/filter_registry.h"
+#include "filter/panel_hooks.h"
 
 namespace {
 
@@ -115,6 +116,14 @@ TEST_F(FilterLife, CreateDoesNotTakeTheInstanceLock)
 	});
 	filter_.create_filter(info_);
 	EXPECT_FALSE(was_locked);
+}
+
+TEST_F(FilterLife, AFilterWithoutAPanelLivesAsAnyOther)
+{
+	panel_hooks = {};
+	filter_.create_filter(info_);
+	EXPECT_EQ(registered_filter_names(), Names{"Camera"});
+	EXPECT_EQ(names_of(call_journal().calls(CallOrigin::Seam)), Names{"update_is_forced"});
 }
 
 TEST_F(FilterLife, AFreshInstanceHasNothingYet)

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "filter/filter_instance.h"
+#include "filter/filter_life.h"
 
-#include "filter/callback_shim.h"
 #include "filter/engine_session.h"
+#include "filter/filter_instance.h"
 #include "filter/filter_registry.h"
-#include "filter/frame_path.h"
-#include "panel/dock_host.h"
-#include "params/settings_lock.h"
+#include "filter/panel_hooks.h"
+#include "host/callback_shim.h"
 
 #include <obs-module.h>
 
@@ -23,24 +22,13 @@ obs_source_t *target_of(void *data)
 void show_dock_or_log() noexcept
 {
 	try {
-		show_dock();
+		panel_hooks.show_dock();
 	} catch (...) {
 		log_current_exception();
 	}
 }
 
 } // namespace
-
-void apply_settings(FilterInstance &instance, obs_data_t *settings)
-{
-	{
-		const SettingsLock lock;
-		instance.enabled = obs_data_get_bool(settings, "enabled");
-	}
-	instance.gpu.result = nullptr;
-	apply_beauty_params(instance.engine.get(), settings);
-	apply_effect_resources(instance.engine.get(), instance.resource_cache, settings);
-}
 
 const char *filter_get_name(void * /*type_data*/)
 {
@@ -59,8 +47,8 @@ void *filter_create(obs_data_t *settings, obs_source_t *source)
 	else
 		blog(LOG_WARNING, "[Kalvio] filter created without engine (passthrough)");
 
-	register_filter(source);
-	if (frontend_ready())
+	instance->id = register_filter(source);
+	if (panel_hooks.frontend_ready())
 		show_dock_or_log();
 	return instance.release();
 }
@@ -72,9 +60,10 @@ void filter_destroy(void *data)
 	const std::unique_ptr<FilterInstance> instance(static_cast<FilterInstance *>(data));
 	unregister_filter(instance->source);
 
-	obs_enter_graphics();
-	release_gpu_resources(instance->gpu);
-	obs_leave_graphics();
+	{
+		const GraphicsLock lock;
+		release_gpu_resources(instance->gpu);
+	}
 
 	instance->engine.reset();
 }
