@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/header_bar.h"
 
-#include "panel/controls/check_box.h"
-#include "panel/controls/elided_label.h"
-#include "panel/controls/toggle.h"
-#include "panel/icons.h"
-#include "panel/rows.h"
-#include "panel/targeting.h"
-#include "panel/ui_preferences.h"
+#include "panel/model/targeting.h"
+#include "panel/model/ui_preferences.h"
+#include "panel/widgets/check_box.h"
+#include "panel/widgets/elided_label.h"
+#include "panel/widgets/icons.h"
+#include "panel/widgets/rows.h"
+#include "panel/widgets/source_selector.h"
+#include "panel/widgets/toggle.h"
 
-#include <QComboBox>
 #include <QHBoxLayout>
 #include <QSignalBlocker>
 #include <algorithm>
@@ -37,7 +37,7 @@ void set_caption(QPushButton &button, const char *key)
 
 HeaderBar::HeaderBar(Rows &rows, HeaderActions actions, QWidget *parent)
 	: QWidget(parent), rows_(rows), actions_(std::move(actions)), live_toggle_(new CheckBox(this)),
-	  selector_(new QComboBox(this)), reset_button_(makeHeadIcon(glyph::reset, {}, false, this)),
+	  selector_(new SourceSelector(this)), reset_button_(makeHeadIcon(glyph::reset, {}, false, this)),
 	  settings_button_(makeHeadIcon(glyph::settings, {}, true, this))
 {
 	auto *layout = new QVBoxLayout(this);
@@ -101,6 +101,13 @@ void HeaderBar::refresh()
 void HeaderBar::show_settings_open(bool open)
 {
 	settings_button_->setChecked(open);
+}
+
+void HeaderBar::choose_source(int index)
+{
+	const int item = selector_->findData(index);
+	if (index >= 0 && item > 0)
+		selector_->setCurrentIndex(item);
 }
 
 void HeaderBar::refresh_selector()

@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-class QComboBox;
 class QPushButton;
 
 namespace kalvio {
 
 class CheckBox;
 class Rows;
+class SourceSelector;
 
 struct HeaderActions {
 	std::function<void()> refresh_panel;
@@ -30,6 +30,9 @@ public:
 	void refresh();
 	void show_settings_open(bool open);
 
+	// As if the user had chosen this one of targeting().names; nothing when there is none.
+	void choose_source(int index);
+
 private:
 	void refresh_selector();
 	void selector_changed(int item);
@@ -37,7 +40,7 @@ private:
 	Rows &rows_;
 	HeaderActions actions_;
 	CheckBox *live_toggle_;
-	QComboBox *selector_;
+	SourceSelector *selector_;
 	QPushButton *reset_button_;
 	QPushButton *settings_button_;
 	std::vector<std::string> shown_names_; // what the selector is filled with

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/hint_strip.h"
 
-#include "panel/rows.h"
-#include "panel/web_links.h"
+#include "panel/text/translations.h"
+#include "panel/text/web_links.h"
+#include "panel/widgets/rows.h"
 #include "update/update_check.h"
 
 #include <QLabel>
 #include <QVBoxLayout>
+#include <utility>
 
 namespace kalvio {
 namespace {
@@ -61,6 +63,9 @@ HintStrip::HintStrip(QWidget *parent) : QFrame(parent), text_(new QLabel(this))
 void HintStrip::refresh(bool controls_usable, bool paused)
 {
 	setVisible(!controls_usable);
+	const char *first_text = translate(paused ? "update.forceTitle" : "obs.noFilterHow");
+	if (std::exchange(shown_, first_text) == first_text)
+		return;
 	text_->setText(paused ? paused_text() : no_filter_text());
 }
 

@@ -16,6 +16,7 @@ public:
 
 private:
 	QLabel *text_;
+	const char *shown_ = nullptr; // the first of its texts: each language and reason has another one
 };
 
 } // namespace kalvio

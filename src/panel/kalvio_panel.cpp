@@ -1,22 +1,28 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/kalvio_panel.h"
 
-#include "panel/accessible_controls.h"
-#include "panel/focus_ring.h"
+#include "panel/footer_bar.h"
 #include "panel/header_bar.h"
 #include "panel/hint_strip.h"
-#include "panel/keyboard.h"
-#include "panel/page_scroll.h"
-#include "panel/pages.h"
-#include "panel/settings_page.h"
-#include "panel/style_sheet.h"
+#include "panel/looks/looks_page.h"
+#include "panel/model/page_changes.h"
+#include "panel/model/targeting.h"
+#include "panel/model/ui_preferences.h"
+#include "panel/pages/page_scroll.h"
+#include "panel/pages/pages.h"
+#include "panel/pages/settings_page.h"
+#include "panel/search_bar.h"
 #include "panel/tab_bar.h"
-#include "panel/targeting.h"
-#include "panel/tool_tips.h"
-#include "panel/ui_preferences.h"
 #include "panel/update_strip.h"
-#include "panel/wheel_guard.h"
+#include "panel/widgets/accessible_controls.h"
+#include "panel/widgets/focus_ring.h"
+#include "panel/widgets/host_guard.h"
+#include "panel/widgets/keyboard.h"
+#include "panel/widgets/style_sheet.h"
+#include "panel/widgets/tool_tips.h"
+#include "panel/widgets/wheel_guard.h"
 
+#include <QKeyEvent>
 #include <QScrollArea>
 #include <QShortcut>
 #include <QStackedWidget>
@@ -35,6 +41,7 @@ constexpr TabBuilder tab_builders[] = {
 
 constexpr int main_view = 0;
 constexpr int settings_view = 1;
+constexpr int looks_view = 2;
 
 } // namespace
 
@@ -57,7 +64,14 @@ KalvioPanel::~KalvioPanel() = default;
 
 void KalvioPanel::buildUi()
 {
-	auto *layout = new QVBoxLayout(this);
+	auto *root_layout = new QVBoxLayout(this);
+	root_layout->setContentsMargins(0, 0, 0, 0);
+	auto *guarded = new QWidget(this);
+	guarded->setObjectName(QStringLiteral("kalvioBody"));
+	guarded->setAttribute(Qt::WA_StyledBackground);
+	guarded->setStyleSheet(host_guard_sheet());
+	root_layout->addWidget(guarded);
+	auto *layout = new QVBoxLayout(guarded);
 	layout->setContentsMargins(0, 0, 0, 0);
 	layout->setSpacing(0);
 
@@ -66,19 +80,22 @@ void KalvioPanel::buildUi()
 				 [this] {
 					 show_settings(!settings_open_);
 				 }},
-				this);
+				guarded);
 	layout->addWidget(header_);
 	header_->fit_height();
 	update_strip_ = new UpdateStrip(
-		rows_, [this] { refreshControls(); }, this);
+		rows_, [this] { refreshControls(); }, guarded);
 	layout->addWidget(update_strip_);
 
-	views_ = new QStackedWidget(this);
+	views_ = new QStackedWidget(guarded);
 	layout->addWidget(views_, 1);
 	build_main_view();
 	settings_page_ = new SettingsPage(
 		rows_, [this] { show_settings(false); }, views_);
 	views_->addWidget(settings_page_);
+	looks_page_ = new LooksPage(
+		rows_, [this] { show_looks(false); }, views_);
+	views_->addWidget(looks_page_);
 	tab_bar_->fit_captions();
 
 	rows_.add_translation([this] {
@@ -101,15 +118,30 @@ void KalvioPanel::build_main_view()
 	main_layout_->setContentsMargins(0, 0, 0, 0);
 	main_layout_->setSpacing(0);
 
+	search_ = new SearchBar(
+		rows_, [this](const SearchEntry &entry) { show_found(entry); }, view);
+	main_layout_->addWidget(search_);
 	tab_bar_ = new TabBar(
 		rows_, [this](int index) { choose_tab(index); }, view);
 	main_layout_->addWidget(tab_bar_);
+	rows_.add_change_marker([this] {
+		for (int i = 0; i < tab_bar_->count(); ++i)
+			tab_bar_->mark_changed(i, controls_enabled() && is_page_changed(targeting().parameters, i));
+	});
 	hint_strip_ = new HintStrip(view);
 	main_layout_->addWidget(hint_strip_);
 	pages_ = new QStackedWidget(view);
 	main_layout_->addWidget(pages_, 1);
 	for (const TabBuilder build_tab : tab_builders)
 		wrapPage(build_tab);
+	footer_ = new FooterBar(rows_,
+				{.open_search = [this] { open_search(); },
+				 .open_looks =
+					 [this] {
+						 show_looks(true);
+					 }},
+				view);
+	main_layout_->addWidget(footer_);
 	// Takes the place of the pages while these are hidden, so that the strips stay at the top.
 	main_layout_->addStretch(0);
 }
@@ -137,7 +169,7 @@ void KalvioPanel::add_tab_shortcuts()
 		auto *shortcut = new QShortcut(keys, this);
 		shortcut->setContext(Qt::WidgetWithChildrenShortcut);
 		connect(shortcut, &QShortcut::activated, this, [this, index] {
-			if (controls_enabled() && !settings_open_)
+			if (controls_enabled() && views_->currentIndex() == main_view)
 				choose_tab(index());
 		});
 	};
@@ -155,6 +187,33 @@ void KalvioPanel::add_tab_shortcuts()
 		add(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + i), [i] { return i; });
 }
 
+void KalvioPanel::open_search()
+{
+	if (!controls_enabled())
+		return;
+	show_settings(false);
+	std::vector<SearchEntry> entries;
+	for (int i = 0; i < pages_->count(); ++i)
+		add_controls(entries, *static_cast<QScrollArea *>(pages_->widget(i))->widget(), i,
+			     tab_bar_->caption(i));
+	const std::vector<std::string> &names = targeting().names;
+	for (size_t i = 0; i < names.size(); ++i)
+		entries.push_back({.name = QString::fromStdString(names[i]),
+				   .place = translated("obs.selectSource"),
+				   .source = static_cast<int>(i)});
+	search_->open(std::move(entries));
+}
+
+void KalvioPanel::show_found(const SearchEntry &entry)
+{
+	header_->choose_source(entry.source);
+	if (!entry.control)
+		return;
+	choose_tab(entry.page);
+	// What takes the focus by the keyboard is scrolled into sight and marked.
+	entry.control->setFocus(Qt::ShortcutFocusReason);
+}
+
 void KalvioPanel::show_settings(bool open)
 {
 	settings_open_ = open;
@@ -162,6 +221,36 @@ void KalvioPanel::show_settings(bool open)
 	views_->setCurrentIndex(open ? settings_view : main_view);
 	if (!open && pages_->currentIndex() != current_tab_)
 		choose_tab(current_tab_);
+}
+
+void KalvioPanel::show_looks(bool open)
+{
+	if (open)
+		looks_page_->reload();
+	views_->setCurrentIndex(open ? looks_view : main_view);
+}
+
+void KalvioPanel::changeEvent(QEvent *event)
+{
+	QWidget::changeEvent(event);
+	if (event->type() == QEvent::StyleChange)
+		rows_.use_application_style();
+}
+
+bool KalvioPanel::event(QEvent *event)
+{
+	// The host has this shortcut too (OBS: Fit to screen); two that match take away each other's key.
+	if (event->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent *>(event)->matches(QKeySequence::Find))
+		event->accept();
+	return QWidget::event(event);
+}
+
+void KalvioPanel::keyPressEvent(QKeyEvent *event)
+{
+	if (event->matches(QKeySequence::Find))
+		open_search();
+	else
+		QWidget::keyPressEvent(event);
 }
 
 void KalvioPanel::refreshControls()
@@ -176,12 +265,19 @@ void KalvioPanel::refreshControls()
 		static_cast<QScrollArea *>(pages_->widget(i))->widget()->setEnabled(is_usable);
 	show_or_hide(*tab_bar_, !update.forced);
 	show_or_hide(*pages_, !update.forced);
+	show_or_hide(*footer_, !update.forced);
 	main_layout_->setStretch(main_layout_->count() - 1, update.forced ? 1 : 0);
 
 	header_->refresh();
+	footer_->refresh(is_usable);
+	if (!is_usable)
+		search_->close_search();
 	hint_strip_->refresh(is_usable, update.forced);
 	update_strip_->refresh(update);
 	settings_page_->refresh();
+	looks_page_->refresh(is_usable);
+	if (update.forced && views_->currentIndex() == looks_view)
+		show_looks(false);
 }
 
 void KalvioPanel::retranslate()

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "panel/rows.h"
+#include "panel/widgets/rows.h"
 
 #include <QWidget>
 
@@ -10,8 +10,12 @@ class QVBoxLayout;
 
 namespace kalvio {
 
+class FooterBar;
 class HeaderBar;
 class HintStrip;
+class LooksPage;
+class SearchBar;
+struct SearchEntry;
 class SettingsPage;
 class TabBar;
 class UpdateStrip;
@@ -35,23 +39,34 @@ public slots:
 	// Reads the parameters of the targeted filter anew and refreshes; nothing happens when there is none.
 	void syncFromEngine();
 
+protected:
+	void changeEvent(QEvent *event) override;
+	bool event(QEvent *event) override;
+	void keyPressEvent(QKeyEvent *event) override;
+
 private:
 	void buildUi();
 	void build_main_view();
 	void wrapPage(void (*build_tab)(Rows &rows, QVBoxLayout *page));
 	void choose_tab(int index);
 	void add_tab_shortcuts();
+	void open_search();
+	void show_found(const SearchEntry &entry);
 	void show_settings(bool open);
+	void show_looks(bool open);
 
 	Rows rows_;
 	HeaderBar *header_ = nullptr;
 	UpdateStrip *update_strip_ = nullptr;
-	QStackedWidget *views_ = nullptr; // the main view, the settings page
+	QStackedWidget *views_ = nullptr; // the main view, the settings page, the looks
+	SearchBar *search_ = nullptr;
 	TabBar *tab_bar_ = nullptr;
 	HintStrip *hint_strip_ = nullptr;
 	QStackedWidget *pages_ = nullptr; // by tab
+	FooterBar *footer_ = nullptr;
 	QVBoxLayout *main_layout_ = nullptr;
 	SettingsPage *settings_page_ = nullptr;
+	LooksPage *looks_page_ = nullptr;
 	int current_tab_ = 0;
 	bool settings_open_ = false;
 };

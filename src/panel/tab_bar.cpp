@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/tab_bar.h"
 
-#include "panel/accessible_controls.h"
-#include "panel/controls/smooth_button.h"
-#include "panel/icons.h"
-#include "panel/rows.h"
+#include "panel/widgets/accessible_controls.h"
+#include "panel/widgets/icons.h"
+#include "panel/widgets/rows.h"
+#include "panel/widgets/smooth_button.h"
+#include "panel/widgets/tab_dot.h"
 
 #include <QButtonGroup>
 #include <QHBoxLayout>
@@ -82,11 +83,13 @@ TabBar::TabBar(Rows &rows, std::function<void(int)> chosen, QWidget *parent) : Q
 		glyph_label->setMinimumHeight(18);
 		glyph_label->setText(QString::fromUtf8(entry.glyph));
 		QLabel *caption = add_tab_label(tab_layout, caption_style(other_color));
-		tabs_.push_back({button, glyph_label, caption});
+		auto *dot = new TabDot(button);
+		tabs_.push_back({button, glyph_label, caption, dot});
 
-		rows.add_translation([button, caption, key = entry.caption_key] {
+		rows.add_translation([button, caption, dot, key = entry.caption_key] {
 			caption->setText(translated(key));
 			button->setAccessibleName(caption->text());
+			dot->describe();
 		});
 	}
 	rows.add_translation([this] { fit_captions(); });
@@ -113,15 +116,30 @@ void TabBar::show_current(int index)
 		tab.button->bg_hover = QColor(255, 255, 255, 18);
 		tab.button->bg_checked = Qt::white;
 		tab.button->update();
+		tab.dot->show_on_current(i == index);
 		tab.glyph->setStyleSheet(glyph_label_style(color, glyph_pixel_size));
 		tab.caption->setStyleSheet(caption_style(color));
 	}
+}
+
+QString TabBar::caption(int index) const
+{
+	return tabs_.at(static_cast<size_t>(index)).caption->text();
 }
 
 void TabBar::set_tabs_enabled(bool enabled)
 {
 	for (const Tab &tab : tabs_)
 		tab.button->setEnabled(enabled);
+}
+
+void TabBar::mark_changed(int index, bool is_changed)
+{
+	TabDot *dot = tabs_[static_cast<size_t>(index)].dot;
+	if (dot->isHidden() == !is_changed)
+		return;
+	dot->setVisible(is_changed);
+	dot->describe();
 }
 
 } // namespace kalvio

@@ -11,6 +11,7 @@ namespace kalvio {
 
 class Rows;
 class SmoothButton;
+class TabDot;
 
 // The row of tabs; a tab's number is that of its page.
 class TabBar : public QWidget {
@@ -24,13 +25,17 @@ public:
 	int count() const { return static_cast<int>(tabs_.size()); }
 	// Numbers without a tab change nothing.
 	void show_current(int index);
+	QString caption(int index) const;
 	void set_tabs_enabled(bool enabled);
+	// A dot on tab `index` says that something on its page is not at its default; screen readers are told too.
+	void mark_changed(int index, bool is_changed);
 
 private:
 	struct Tab {
 		SmoothButton *button;
 		QLabel *glyph;
 		QLabel *caption;
+		TabDot *dot;
 	};
 
 	std::vector<Tab> tabs_;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/update_strip.h"
 
-#include "panel/controls/elided_label.h"
-#include "panel/icons.h"
-#include "panel/rows.h"
-#include "panel/targeting.h"
+#include "panel/model/targeting.h"
+#include "panel/widgets/elided_label.h"
+#include "panel/widgets/icons.h"
+#include "panel/widgets/rows.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

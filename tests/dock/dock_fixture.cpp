@@ -3,9 +3,9 @@
 
 #include "kit/config_double.h"
 #include "kit/history_double.h"
-#include "panel/targeting.h"
-#include "panel/translations.h"
-#include "panel/ui_preferences.h"
+#include "panel/model/targeting.h"
+#include "panel/model/ui_preferences.h"
+#include "panel/text/translations.h"
 #include "update/update_hooks.h"
 
 #include <QAbstractButton>

@@ -5,7 +5,7 @@
 #include "kit/host_double.h"
 #include "kit/log_capture.h"
 #include "kit/scratch.h"
-#include "panel/dock_host.h"
+#include "panel/dock/dock_host.h"
 
 #include <QTimer>
 #include <gtest/gtest.h>

@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/dock_host.h"
+#include "panel/dock/dock_host.h"
 
 #include "dock_fixture.h"
 #include "filter/filter_registry.h"
 #include "kit/allocation_check.h"
 #include "kit/config_double.h"
 #include "kit/history_double.h"
-#include "panel/targeting.h"
-#include "panel/ui_preferences.h"
+#include "panel/model/targeting.h"
+#include "panel/model/ui_preferences.h"
 
 #include <QApplication>
 #include <QComboBox>
 #include <QPointer>
+#include <QScreen>
 #include <QSlider>
 #include <thread>
 
@@ -110,6 +111,45 @@ TEST_F(DockTest, ToolsEntryShowsAHiddenDock)
 	dock().hide();
 	frontend->tools_entry()->trigger();
 	EXPECT_FALSE(dock().isHidden());
+}
+
+TEST_F(DockTest, ShowDockMovesTheFiltersWindowBesideTheDockThatItCovers)
+{
+	start();
+	frontend->window()->setGeometry(300, 20, 480, 500);
+	frontend->window()->show();
+	dock().show();
+	run_event_loop();
+	QWidget filters(frontend->window(), Qt::Dialog);
+	filters.setObjectName(QStringLiteral("OBSBasicFilters"));
+	filters.setGeometry(310, 30, 200, 300);
+	filters.show();
+	const auto place = [this] {
+		return QRect(dock().mapToGlobal(QPoint(0, 0)), dock().size());
+	};
+	filters.move(place().topLeft());
+	show_dock();
+	EXPECT_FALSE(filters.frameGeometry().intersects(place()));
+	EXPECT_TRUE(dock().screen()->availableGeometry().contains(filters.frameGeometry()));
+	// One that does not cover it stays.
+	const QPoint aside = filters.pos();
+	show_dock();
+	EXPECT_EQ(filters.pos(), aside);
+}
+
+TEST_F(DockTest, ShowDockActivatesAFloatingDock)
+{
+	start();
+	dock().setFloating(true);
+	dock().show();
+	QWidget other;
+	other.show();
+	other.activateWindow();
+	run_event_loop();
+	ASSERT_FALSE(dock().isActiveWindow());
+	show_dock();
+	run_event_loop();
+	EXPECT_TRUE(dock().isActiveWindow());
 }
 
 TEST_F(DockTest, ShowDockFromAnotherThreadWaitsForTheEventLoop)
@@ -333,8 +373,8 @@ TEST_F(DockTest, HiddenDockIsSavedAtOnceIfAnythingChanged)
 	dock().hide();
 	EXPECT_EQ(history_double().saves, 0);
 	dock().show();
-	targeting().parameters.smoothing = 0.5f;
-	push_change({.caption_key = "skin.smoothing"});
+	targeting().parameters.skin.smoothing = 0.5f;
+	pushParameters({.caption_key = "skin.smoothing"});
 	dock().hide();
 	EXPECT_EQ(history_double().saves, 1);
 	fire(*poll_timer());
@@ -351,8 +391,8 @@ TEST_F(DockTest, FloatingDockWhoseWindowIsClosedIsSavedAtOnce)
 	register_filter(filter.handle());
 	fire(*poll_timer());
 	float_at(100, 100, 400, 600);
-	targeting().parameters.smoothing = 0.5f;
-	push_change({.caption_key = "skin.smoothing"});
+	targeting().parameters.skin.smoothing = 0.5f;
+	pushParameters({.caption_key = "skin.smoothing"});
 	dock().close();
 	EXPECT_EQ(history_double().saves, 1);
 	unregister_filter(filter.handle());
@@ -364,8 +404,8 @@ TEST_F(DockTest, NothingIsSavedWhileCollectionsComeAndGo)
 	FakeSource filter("Camera");
 	register_filter(filter.handle());
 	fire(*poll_timer());
-	targeting().parameters.smoothing = 0.5f;
-	push_change({.caption_key = "skin.smoothing"});
+	targeting().parameters.skin.smoothing = 0.5f;
+	pushParameters({.caption_key = "skin.smoothing"});
 	const auto load = [&] {
 		for (int poll = 0; poll < 20; ++poll)
 			fire(*poll_timer());
@@ -394,7 +434,7 @@ TEST_F(DockTest, EventThatFindsNoMemoryIsReportedAndTheNextPollDoesItsWork)
 	EXPECT_NO_THROW(frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED));
 	EXPECT_EQ(log.count({LOG_ERROR, "[Kalvio] unexpected error: std::bad_alloc"}), 1u);
 	fire(*poll_timer());
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
 	unregister_filter(filter.handle());
 }
 

@@ -2,6 +2,7 @@
 #include "frontend_double.h"
 
 #include "kit/history_double.h"
+#include "kit/host_double.h"
 
 #include <algorithm>
 #include <obs-module.h>
@@ -15,6 +16,13 @@ FrontendDouble *current = nullptr;
 } // namespace
 
 struct FrontendAccess {
+	static FakeSource &scene_handle()
+	{
+		static FakeSource scene("Scene");
+		return scene;
+	}
+	inline static std::vector<FrontendDouble::Item> *shown_items = nullptr;
+
 	// The front end, or null when it is over, which the host's library complains about.
 	static FrontendDouble *live(const char *function)
 	{
@@ -34,6 +42,25 @@ struct FrontendAccess {
 	static QWidget *window(FrontendDouble &frontend)
 	{
 		return frontend.has_foreign_window_ ? frontend.foreign_window_ : frontend.window_.get();
+	}
+	using Items = std::vector<FrontendDouble::Item>;
+	// A reference to the source of the scene with these items.
+	static obs_source_t *scene_source(Items &items)
+	{
+		shown_items = &items;
+		return obs_source_get_ref(scene_handle().handle());
+	}
+	static obs_scene_t *scene(const obs_source_t *source)
+	{
+		return source == scene_handle().handle() ? reinterpret_cast<obs_scene_t *>(shown_items) : nullptr;
+	}
+	static void enumerate(obs_scene_t *scene, Items &items,
+			      bool (*callback)(obs_scene_t *, obs_sceneitem_t *, void *), void *param)
+	{
+		for (FrontendDouble::Item &item : items) {
+			if (!callback(scene, reinterpret_cast<obs_sceneitem_t *>(&item), param))
+				return;
+		}
 	}
 	static auto &callbacks(FrontendDouble &frontend) { return frontend.callbacks_; }
 	static auto &tools_entries(FrontendDouble &frontend) { return frontend.tools_entries_; }
@@ -193,6 +220,8 @@ void *obs_frontend_add_tools_menu_qaction(const char *name)
 	if (!frontend)
 		return nullptr;
 	frontend->tools_titles.emplace_back(name);
+	if (frontend->refuses_menu_entries)
+		return nullptr;
 	auto &entries = FrontendAccess::tools_entries(*frontend);
 	return entries.emplace_back(std::make_unique<QAction>(name)).get();
 }
@@ -243,4 +272,56 @@ void obs_frontend_remove_dock(const char *id)
 		return;
 	++frontend->docks_removed;
 	delete frontend->window()->findChild<QDockWidget *>(id);
+}
+
+// A scene is its list of items, and its source is the scene.
+
+bool obs_frontend_preview_program_mode_active(void)
+{
+	const FrontendDouble *frontend = FrontendAccess::live(__func__);
+	return frontend && frontend->is_studio_mode;
+}
+
+obs_source_t *obs_frontend_get_current_scene(void)
+{
+	FrontendDouble *frontend = FrontendAccess::live(__func__);
+	return frontend && !frontend->has_no_scene ? FrontendAccess::scene_source(frontend->program_items) : nullptr;
+}
+
+obs_source_t *obs_frontend_get_current_preview_scene(void)
+{
+	FrontendDouble *frontend = FrontendAccess::live(__func__);
+	return frontend && !frontend->has_no_scene ? FrontendAccess::scene_source(frontend->preview_items) : nullptr;
+}
+
+obs_scene_t *obs_scene_from_source(const obs_source_t *source)
+{
+	return FrontendAccess::scene(source);
+}
+
+void obs_scene_enum_items(obs_scene_t *scene, bool (*callback)(obs_scene_t *, obs_sceneitem_t *, void *), void *param)
+{
+	FrontendAccess::enumerate(scene, *reinterpret_cast<std::vector<FrontendDouble::Item> *>(scene), callback,
+				  param);
+}
+
+void obs_sceneitem_group_enum_items(obs_sceneitem_t *group, bool (*callback)(obs_scene_t *, obs_sceneitem_t *, void *),
+				    void *param)
+{
+	FrontendAccess::enumerate(nullptr, reinterpret_cast<FrontendDouble::Item *>(group)->group, callback, param);
+}
+
+bool obs_sceneitem_is_group(obs_sceneitem_t *item)
+{
+	return !reinterpret_cast<FrontendDouble::Item *>(item)->group.empty();
+}
+
+bool obs_sceneitem_selected(const obs_sceneitem_t *item)
+{
+	return reinterpret_cast<const FrontendDouble::Item *>(item)->is_selected;
+}
+
+obs_source_t *obs_sceneitem_get_source(const obs_sceneitem_t *item)
+{
+	return reinterpret_cast<const FrontendDouble::Item *>(item)->source;
 }

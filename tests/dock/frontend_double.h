@@ -51,7 +51,19 @@ public:
 	QDockWidget *dock() const; // null unless there is one with the panel's id
 	QAction *tools_entry() { return tools_entries_.empty() ? nullptr : tools_entries_.back().get(); }
 
+	// What the Sources dock lists, from the bottom up: the items of the scene on air and of the one in the preview.
+	struct Item {
+		obs_source_t *source;
+		bool is_selected = false;
+		std::vector<Item> group = {}; // what lies in it, if it is a group
+	};
+	std::vector<Item> program_items;
+	std::vector<Item> preview_items;
+	bool is_studio_mode = false;
+
 	bool refuses_docks = false;
+	bool refuses_menu_entries = false;
+	bool has_no_scene = false;
 	std::function<void(const std::string &function)> on_call; // at the beginning of each function that is served
 	std::string locale = "en-US";
 

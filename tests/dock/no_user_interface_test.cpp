@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/dock_host.h"
+#include "panel/dock/dock_host.h"
 
 #include <QCoreApplication>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/prop_center.h"
+#include "panel/dock/prop_center.h"
 
 #include "kit/module_double.h"
-#include "panel/dock_host.h"
+#include "panel/dock/dock_host.h"
 
 #include <QApplication>
 #include <QDialog>

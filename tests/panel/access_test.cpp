@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel_fixture.h"
 
-#include "panel/controls/check_box.h"
-#include "panel/controls/switch.h"
+#include "panel/text/translations.h"
+#include "panel/widgets/check_box.h"
+#include "panel/widgets/switch.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -53,12 +54,44 @@ protected:
 	FakeSource *filter;
 };
 
+TEST_F(AccessTest, AControlIsNamedAfterItsHeading)
+{
+	EXPECT_NE(find_named<QSlider>(world.page(MakeupPage), QStringLiteral("Lipstick, Strength")), nullptr);
+	EXPECT_NE(find_named<QSlider>(world.page(MakeupPage), QStringLiteral("Blush, Strength")), nullptr);
+	EXPECT_NE(find_named<SmoothButton>(world.page(MakeupPage), QStringLiteral("Blush, Style: Soft")), nullptr);
+	EXPECT_NE(find_named<QSlider>(world.page(ReshapePage), QStringLiteral("Eyes, Height")), nullptr);
+	EXPECT_NE(find_named<QSlider>(world.page(SkinPage), QStringLiteral("Smooth")), nullptr);
+}
+
+TEST_F(AccessTest, NoTwoControlsOfAPageShareANameInAnyLanguage)
+{
+	for (int language = 0; language < language_count; ++language) {
+		set_language(language);
+		world.panel().retranslate();
+		for (int page = SkinPage; page <= BackgroundPage; ++page) {
+			QSet<QString> names;
+			for (auto *control : world.page(page).findChildren<QWidget *>()) {
+				if (control->focusPolicy() == Qt::NoFocus && !qobject_cast<SmoothButton *>(control))
+					continue;
+				const auto *button = qobject_cast<QAbstractButton *>(control);
+				const QString own = control->accessibleName();
+				const QString name = own.isEmpty() && button ? button->text() : own;
+				EXPECT_FALSE(name.isEmpty()) << control->metaObject()->className();
+				EXPECT_FALSE(names.contains(name))
+					<< language << " " << page << " " << name.toStdString();
+				names.insert(name);
+			}
+		}
+	}
+	set_language(LanguageEnglish);
+}
+
 TEST_F(AccessTest, TabReachesEveryControlOfEveryPage)
 {
 	for (int page = SkinPage; page <= BackgroundPage; ++page) {
 		SCOPED_TRACE(page);
-		targeting().parameters.bg_fill = 1;
-		targeting().parameters.chroma = 1;
+		targeting().parameters.background.fill = 1;
+		targeting().parameters.background.chroma = 1;
 		world.panel().refreshControls();
 		world.show_page(page);
 		const QList<QWidget *> stops = tab_stops();
@@ -175,8 +208,8 @@ TEST_F(AccessTest, EveryTabStopShowsTheRing)
 {
 	set_update_status({.soft = true, .latest = "1.0.13", .notes = "Softer skin"});
 	world.poll();
-	targeting().parameters.bg_fill = 1;
-	targeting().parameters.chroma = 1;
+	targeting().parameters.background.fill = 1;
+	targeting().parameters.background.chroma = 1;
 	const auto check_stops = [this](const QString &where) {
 		int seen = 0;
 		for (QWidget *stop : tab_stops()) {
@@ -198,8 +231,8 @@ TEST_F(AccessTest, EveryTabStopShowsTheRing)
 	}
 	click(*find_named<QPushButton>(world.panel(), QStringLiteral("Settings")));
 	settle();
-	// Four of the header, two of the notice, and back, the switch, two links.
-	EXPECT_EQ(check_stops(QStringLiteral("settings")), 10);
+	// Four of the header, two of the notice, and back, two switches, two links.
+	EXPECT_EQ(check_stops(QStringLiteral("settings")), 11);
 }
 
 TEST_F(AccessTest, LinksOfTheHintAreReachedByKeys)
@@ -344,7 +377,7 @@ TEST_F(AccessTest, ATextThatIsCutHasATip)
 TEST_F(AccessTest, ASwatchTellsTheNameOfItsColor)
 {
 	world.show_page(MakeupPage);
-	auto *swatch = find_named<SmoothButton>(world.panel(), QStringLiteral("Pupil color: Glow"));
+	auto *swatch = find_named<SmoothButton>(world.panel(), QStringLiteral("Pupils, Pupil color: Glow"));
 	QToolTip::hideText();
 	QHelpEvent event(QEvent::ToolTip, QPoint(3, 3), swatch->mapToGlobal(QPoint(3, 3)));
 	QApplication::sendEvent(swatch, &event);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/controls/elided_label.h"
+#include "panel/widgets/elided_label.h"
 
 #include "panel_fixture.h"
 

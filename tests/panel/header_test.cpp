@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel_fixture.h"
 
-#include "panel/controls/check_box.h"
-#include "panel/controls/switch.h"
+#include "panel/widgets/check_box.h"
+#include "panel/widgets/switch.h"
 
 #include <QAbstractItemView>
 #include <QComboBox>
 #include <QPushButton>
+#include <algorithm>
 
 // The header, the strips and the settings page.
 namespace kalvio::test {
@@ -188,11 +189,11 @@ TEST_F(HeaderTest, ResetRestoresEveryEffectButNotTheLiveToggle)
 {
 	FakeSource &filter = world.add_filter("Camera");
 	world.open_panel();
-	targeting().parameters.smoothing = 0.5f;
+	targeting().parameters.skin.smoothing = 0.5f;
 	targeting().parameters.reshape.fill(0.5f);
 	targeting().parameters.sticker_id = "kiss2";
 	targeting().parameters.enabled = false;
-	push_change();
+	pushParameters();
 	click(reset());
 	ParameterSet expected;
 	expected.enabled = false;
@@ -220,9 +221,10 @@ TEST_F(HeaderTest, SettingsButtonGoesThereAndBack)
 	click(settings());
 	EXPECT_TRUE(settings().isChecked());
 	EXPECT_FALSE(tab_bar().isVisible());
-	auto *back = world.panel().findChild<QPushButton *>(QStringLiteral("headBtn"));
-	EXPECT_TRUE(back->isVisible());
-	click(*back);
+	const auto backs = world.panel().findChildren<QPushButton *>(QStringLiteral("headBtn"));
+	const auto back = std::ranges::find_if(backs, &QWidget::isVisible);
+	ASSERT_NE(back, backs.end());
+	click(**back);
 	EXPECT_FALSE(settings().isChecked());
 	EXPECT_TRUE(world.page(MakeupPage).isVisible());
 	click(settings());
@@ -242,6 +244,19 @@ TEST_F(HeaderTest, OpenOnStartupIsKept)
 	EXPECT_TRUE(ui_preferences().dirty);
 	world.poll();
 	EXPECT_FALSE(ui_preferences().dirty);
+}
+
+TEST_F(HeaderTest, FollowingTheSourcesIsAChoice)
+{
+	world.open_panel();
+	click(settings());
+	auto *toggle = find_named<Switch>(world.panel(), QStringLiteral("Follow the selection in Sources"));
+	ASSERT_NE(toggle, nullptr);
+	EXPECT_FALSE(toggle->checked);
+	click(*toggle);
+	EXPECT_TRUE(ui_preferences().follow_sources);
+	EXPECT_TRUE(ui_preferences().open_on_startup);
+	EXPECT_TRUE(ui_preferences().dirty);
 }
 
 TEST_F(HeaderTest, AboutNamesVersionAndOpensTheSite)
@@ -366,42 +381,45 @@ TEST_F(HeaderTest, CardResetsRestoreTheirOwnPageOnly)
 	const auto edited = [](int page) {
 		ParameterSet set;
 		if (page == SkinPage) {
-			set.smoothing = set.whitening = set.rosiness = set.sharpening = 0.4f;
-			set.smoothing_style = beauty_params::SmoothingStyle::Smooth;
-			set.whitening_style = beauty_params::WhiteningStyle::Tan;
-			set.skin_only = true;
+			set.skin.smoothing = set.skin.whitening = set.skin.rosiness = set.skin.sharpening = 0.4f;
+			set.skin.smoothing_style = beauty_params::SmoothingStyle::Smooth;
+			set.skin.whitening_style = beauty_params::WhiteningStyle::Tan;
+			set.skin.skin_only = true;
 		} else if (page == ReshapePage) {
 			set.reshape.fill(-0.4f);
 		} else if (page == MakeupPage) {
-			set.lipstick = set.blush = set.contour = set.eyeshadow = set.eyeliner = set.eyebrow =
-				set.eyelash = set.pupil = 0.4f;
-			set.lipstick_color = beauty_params::LipstickColor::Peach;
-			set.blush_style = beauty_params::BlushStyle::Rose;
-			set.blush_color = beauty_params::BlushColor::Berry;
-			set.contour_style = beauty_params::ContourStyle::Glam;
-			set.eyeshadow_style = beauty_params::EyeShadowStyle::Warm;
-			set.eyeshadow_color = beauty_params::EyeShadowColor::Pink;
-			set.eyeliner_style = beauty_params::EyeLinerStyle::Soft;
-			set.eyeliner_color = beauty_params::EyeLinerColor::Mauve;
-			set.eyebrow_style = beauty_params::EyebrowStyle::Full;
-			set.eyebrow_color = beauty_params::EyebrowColor::Black;
-			set.eyelash_style = beauty_params::EyelashStyle::Doll;
-			set.eyelash_color = beauty_params::EyelashColor::Brown;
-			set.pupil_color = beauty_params::PupilColor::Slate;
+			set.makeup.lipstick.strength = set.makeup.blush.strength = set.makeup.contour.strength =
+				set.makeup.eyeshadow.strength = set.makeup.eyeliner.strength =
+					set.makeup.eyebrow.strength = set.makeup.eyelash.strength =
+						set.makeup.pupil.strength = 0.4f;
+			set.makeup.lipstick.color = beauty_params::LipstickColor::Peach;
+			set.makeup.blush.style = beauty_params::BlushStyle::Rose;
+			set.makeup.blush.color = beauty_params::BlushColor::Berry;
+			set.makeup.contour.style = beauty_params::ContourStyle::Glam;
+			set.makeup.eyeshadow.style = beauty_params::EyeShadowStyle::Warm;
+			set.makeup.eyeshadow.color = beauty_params::EyeShadowColor::Pink;
+			set.makeup.eyeliner.style = beauty_params::EyeLinerStyle::Soft;
+			set.makeup.eyeliner.color = beauty_params::EyeLinerColor::Mauve;
+			set.makeup.eyebrow.style = beauty_params::EyebrowStyle::Full;
+			set.makeup.eyebrow.color = beauty_params::EyebrowColor::Black;
+			set.makeup.eyelash.style = beauty_params::EyelashStyle::Doll;
+			set.makeup.eyelash.color = beauty_params::EyelashColor::Brown;
+			set.makeup.pupil.color = beauty_params::PupilColor::Slate;
 		} else if (page == FilterPage) {
-			set.filter_id = "rose";
-			set.filter_intensity = 0.9f;
+			set.filter.id = "rose";
+			set.filter.intensity = 0.9f;
 		} else if (page == StickerPage) {
 			set.sticker_id = "kiss2";
 		} else if (page == BodyPage) {
 			set.body.fill(0.4f);
 		} else {
-			set.bg_fill = 1;
-			set.bg_blur = 0.4f;
-			set.bg_preset = "city";
-			set.bg_image = "/picture.png";
-			set.chroma = 2;
-			set.chroma_similarity = set.chroma_smoothness = set.chroma_desaturation = 0.4f;
+			set.background.fill = 1;
+			set.background.blur = 0.4f;
+			set.background.preset = "city";
+			set.background.image = "/picture.png";
+			set.background.chroma = 2;
+			set.background.chroma_similarity = set.background.chroma_smoothness =
+				set.background.chroma_desaturation = 0.4f;
 		}
 		return set;
 	};

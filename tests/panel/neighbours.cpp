@@ -2,7 +2,7 @@
 #include "neighbours.h"
 
 #include "kit/call_journal.h"
-#include "panel/dock_host.h"
+#include "panel/dock/dock_host.h"
 #include "platform/platform.h"
 
 #include <obs-module.h>

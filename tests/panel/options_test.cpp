@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel_fixture.h"
 
-#include "panel/translations.h"
+#include "panel/text/translations.h"
 
 #include <QButtonGroup>
 #include <QGridLayout>

@@ -3,7 +3,7 @@
 
 #include "panel_world.h"
 
-#include "panel/controls/smooth_button.h"
+#include "panel/widgets/smooth_button.h"
 
 #include "user_events.h"
 #include <QLabel>

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel_world.h"
 
+#include "filter/engine_capabilities.h"
 #include "filter/filter_source.h"
 #include "kit/history_double.h"
-#include "panel/controls/smooth_button.h"
-#include "panel/translations.h"
+#include "kit/recording_capabilities.h"
+#include "panel/text/translations.h"
+#include "panel/widgets/smooth_button.h"
 #include "params/effect_catalog.h"
 
 #include <QApplication>
@@ -57,6 +59,13 @@ void fill_data_folder(const ScratchFolder &folder)
 		else
 			write_picture(folder, name, QColor::fromHsv(hue += 40, 120, 160));
 	}
+	for (const char *look : {"fresh", "natural", "soft", "evening", "crisp", "film"}) {
+		const std::string name = std::string("looks/") + look + ".json";
+		folder.write(name);
+		std::error_code error;
+		std::filesystem::copy_file(std::filesystem::path(KALVIO_TEST_DATA_SOURCE) / name, folder.file(name),
+					   std::filesystem::copy_options::overwrite_existing, error);
+	}
 	copy_built_file(folder, "MaterialIcons-Regular.ttf");
 	copy_built_file(folder, "logo-dark.png");
 }
@@ -90,6 +99,8 @@ PanelWorld::PanelWorld()
 	history_double().reset();
 	host_double().set_data_folder(data_folder());
 	reset_recording_engine();
+	set_engine_capabilities(all_capabilities);
+	note_engine_capabilities(all_capabilities);
 	reset_neighbours();
 	set_config_folder(config_.file("config"));
 	set_module_folder(data_folder());

@@ -7,8 +7,8 @@
 #include "kit/scratch.h"
 #include "neighbours.h"
 #include "panel/kalvio_panel.h"
-#include "panel/targeting.h"
-#include "panel/ui_preferences.h"
+#include "panel/model/targeting.h"
+#include "panel/model/ui_preferences.h"
 
 #include <memory>
 #include <string>

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // Draws the panel in all its states into PNG files, and sheets of them to look through. Run by scripts/screenshots.
+// KALVIO_HOST_LOOK draws it under the style sheet of a real host (host_look.h).
 
+#include "host_look.h"
 #include "kit/log_capture.h"
-#include "panel/translations.h"
+#include "panel/text/translations.h"
 #include "panel_world.h"
 
 #include <QApplication>
@@ -37,22 +39,22 @@ void add_cameras(PanelWorld &world)
 void set_looks()
 {
 	ParameterSet &set = targeting().parameters;
-	set.smoothing = 0.62f;
-	set.whitening = 0.3f;
-	set.rosiness = 0.18f;
+	set.skin.smoothing = 0.62f;
+	set.skin.whitening = 0.3f;
+	set.skin.rosiness = 0.18f;
 	set.reshape[0] = 0.35f;
 	set.reshape[8] = 0.4f;
 	set.reshape[6] = -0.2f;
-	set.lipstick = 0.55f;
-	set.lipstick_color = beauty_params::LipstickColor::Peach;
-	set.blush = 0.25f;
-	set.filter_id = "milk_tea";
+	set.makeup.lipstick.strength = 0.55f;
+	set.makeup.lipstick.color = beauty_params::LipstickColor::Peach;
+	set.makeup.blush.strength = 0.25f;
+	set.filter.id = "milk_tea";
 	set.sticker_id = "butterfly";
 	set.body[0] = 0.2f;
-	set.bg_fill = 1;
-	set.bg_blur = 0.5f;
-	set.chroma = 1;
-	push_change();
+	set.background.fill = 1;
+	set.background.blur = 0.5f;
+	set.background.chroma = 1;
+	pushParameters();
 }
 
 State page_state(const char *name, int page)
@@ -181,7 +183,10 @@ int main(int argc, char **argv)
 	const int width = QByteArray(argv[2]).toInt();
 	QApplication application(argc, argv);
 	QApplication::setStyle(QStringLiteral("fusion"));
-	use_palette(QByteArray(argv[3]) == "dark");
+	if (has_host_look())
+		use_host_look();
+	else
+		use_palette(QByteArray(argv[3]) == "dark");
 	if (!QDir().mkpath(folder) || width < 340)
 		return 2;
 	const LogCapture quiet;

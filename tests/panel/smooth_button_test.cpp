@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/controls/smooth_button.h"
+#include "panel/widgets/smooth_button.h"
 
 #include "pixels.h"
 
@@ -132,6 +132,33 @@ TEST_F(SmoothButtonTest, GradientRunsFromLeftToRightInEveryState)
 	}
 }
 
+// Light text on a light swatch: around each letter lies the dark outline, and nowhere else.
+TEST_F(SmoothButtonTest, TextOnAGradientHasAnOutline)
+{
+	const QColor fill(235, 225, 210);
+	button.gradient_fill = true;
+	button.gradient_start = fill;
+	button.gradient_end = fill;
+	button.text_normal = QColor(229, 231, 235);
+	const auto dark_pixels = [this, &fill](const QString &text) {
+		button.draw_text = !text.isEmpty();
+		button.setText(text);
+		const QImage image = paint(button);
+		const int limit = (fill.lightness() + SmoothButton::text_outline(fill).lightness()) / 2;
+		int count = 0;
+		for (int y = 4; y < image.height() - 4; ++y) {
+			for (int x = 4; x < image.width() - 4; ++x)
+				count += image.pixelColor(x, y).lightness() < limit;
+		}
+		return count;
+	};
+	EXPECT_EQ(dark_pixels({}), 0);
+	const int one_letter = dark_pixels(QStringLiteral("I"));
+	EXPECT_GT(one_letter, 10);
+	EXPECT_GT(dark_pixels(QStringLiteral("IIIII")), 3 * one_letter);
+	EXPECT_LT(dark_pixels(QStringLiteral("IIIII")), button.width() * button.height() / 3);
+}
+
 TEST_F(SmoothButtonTest, DisabledIsFaintAndNeverHovered)
 {
 	button.setEnabled(false);
@@ -167,7 +194,22 @@ TEST_F(SmoothButtonTest, TextThatHasNoRoomEndsInAnEllipsis)
 	EXPECT_EQ(button.painted_text(), button.text());
 	button.setText(QStringLiteral("a text that is much too long for it"));
 	EXPECT_TRUE(button.painted_text().endsWith(u'\u2026'));
-	EXPECT_LE(button.fontMetrics().horizontalAdvance(button.painted_text()), button.width());
+	EXPECT_LE(QFontMetrics(button.caption_font()).horizontalAdvance(button.painted_text()), button.width());
+}
+
+TEST_F(SmoothButtonTest, TextThatJustHasNoRoomIsPaintedSmaller)
+{
+	QFont font = button.font();
+	font.setPixelSize(13);
+	button.setFont(font);
+	QString text = QStringLiteral("i"); // a narrow letter, so that little is missing
+	while (button.fontMetrics().horizontalAdvance(text) <= button.width())
+		text += u'i';
+	button.setText(text);
+	EXPECT_EQ(button.painted_text(), text);
+	EXPECT_LT(button.caption_font().pixelSize(), 13);
+	EXPECT_GE(button.caption_font().pixelSize(), 11);
+	EXPECT_EQ(button.font().pixelSize(), 13);
 }
 
 TEST_F(SmoothButtonTest, IsSharpAtTwiceTheScale)

@@ -2,8 +2,8 @@
 #include "panel_fixture.h"
 
 #include "filter/filter_instance.h"
-#include "panel/controls/check_box.h"
-#include "panel/controls/switch.h"
+#include "panel/widgets/check_box.h"
+#include "panel/widgets/switch.h"
 
 #include <QComboBox>
 #include <QPushButton>
@@ -37,9 +37,9 @@ protected:
 	static ParameterSet shows_every_row()
 	{
 		ParameterSet set;
-		set.bg_fill = 1;
-		set.bg_blur = 0.3f;
-		set.chroma = 1;
+		set.background.fill = 1;
+		set.background.blur = 0.3f;
+		set.background.chroma = 1;
 		return set;
 	}
 
@@ -76,7 +76,7 @@ protected:
 		if (control.isVisible() || filters_.empty())
 			return;
 		targeting().parameters = shows_every_row();
-		push_change();
+		pushParameters();
 		world.panel().refreshControls();
 		settle();
 		ASSERT_TRUE(control.isVisible());
@@ -129,7 +129,7 @@ protected:
 			EXPECT_EQ(calls, told.begin()->second);
 			const auto smoothing = std::ranges::find(calls, "kl_set_smoothing", &Call::name);
 			ASSERT_NE(smoothing, calls.end());
-			EXPECT_EQ(smoothing->arguments, std::vector<Argument>{targeting().parameters.smoothing});
+			EXPECT_EQ(smoothing->arguments, std::vector<Argument>{targeting().parameters.skin.smoothing});
 		}
 	}
 

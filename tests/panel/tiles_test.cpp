@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel_fixture.h"
 
-#include "panel/controls/elided_label.h"
+#include "panel/widgets/elided_label.h"
+#include "panel/widgets/icons.h"
+#include "panel/widgets/picture_tile.h"
 #include "params/effect_catalog.h"
 
 #include <QButtonGroup>
 #include <QFileDialog>
 #include <QPushButton>
+#include <filesystem>
 
 namespace kalvio::test {
 namespace {
@@ -50,6 +53,26 @@ TEST_F(TilesTest, FilterPageListsWhatExistsInTheOrderOfTheCatalog)
 			expected.append(QLatin1String(id));
 	}
 	EXPECT_EQ(ids(FilterPage, "fid"), expected);
+}
+
+TEST_F(TilesTest, AFilterTileShowsWhatTheFilterDoes_WhereThatPictureExists)
+{
+	QPixmap picture(144, 108);
+	picture.fill(Qt::darkCyan);
+	ASSERT_TRUE(std::filesystem::create_directories(data_folder() + "/previews/filters"));
+	ASSERT_TRUE(picture.save(QString::fromStdString(data_folder() + "/previews/filters/rose.jpg")));
+	PictureTile with_picture(load_cover_picture(QString::fromStdString(preview_path("filters/rose.jpg")), {72, 54}),
+				 {72, 54});
+	set_tile_caption(with_picture, QStringLiteral("Rose"));
+	EXPECT_EQ(with_picture.text(), QStringLiteral("Rose"));
+	EXPECT_EQ(with_picture.accessibleName(), QStringLiteral("Rose"));
+	EXPECT_EQ(with_picture.iconSize(), QSize(72, 54));
+	EXPECT_GE(with_picture.sizeHint().height(), 54 + 11);
+	EXPECT_EQ(preview_path("filters/none.jpg"), "");
+	SmoothButton plain;
+	set_tile_caption(plain, QStringLiteral("Rose"));
+	EXPECT_EQ(plain.accessibleName(), QStringLiteral("Rose"));
+	std::filesystem::remove_all(data_folder() + "/previews");
 }
 
 TEST_F(TilesTest, StickerPageListsWhatExistsByKind)
@@ -144,9 +167,9 @@ TEST_F(TilesTest, EveryPresetTileReachesSettingsAndEngine)
 	world.open_panel(340, 1200);
 	EXPECT_EQ(ids(BackgroundPage, "bgid").size(), 8);
 	for (const BackgroundPreset &preset : background_presets) {
-		targeting().parameters.bg_fill = 0;
-		targeting().parameters.bg_image = "/some/picture.png";
-		push_change();
+		targeting().parameters.background.fill = 0;
+		targeting().parameters.background.image = "/some/picture.png";
+		pushParameters();
 		call_journal().reset();
 		click_tile(BackgroundPage, "bgid", preset.id);
 		EXPECT_EQ(setting_int(filter, "bg_fill"), 2);
@@ -174,8 +197,8 @@ TEST_F(TilesTest, NoPresetIsCheckedWhileAPictureIsChosen)
 	FakeSource &filter = world.add_filter("Camera");
 	world.open_panel();
 	EXPECT_TRUE(tile(BackgroundPage, "bgid", "office")->isChecked());
-	targeting().parameters.bg_image = "/home/user/beach.png";
-	push_change();
+	targeting().parameters.background.image = "/home/user/beach.png";
+	pushParameters();
 	world.panel().refreshControls();
 	EXPECT_FALSE(tile(BackgroundPage, "bgid", "office")->isChecked());
 	EXPECT_EQ(setting_string(filter, "bg_image"), "/home/user/beach.png");
@@ -188,12 +211,12 @@ TEST_F(TilesTest, CaptionNamesTheBackgroundInUse)
 	auto *caption = world.page(BackgroundPage).findChild<ElidedLabel *>();
 	ASSERT_NE(caption, nullptr);
 	EXPECT_EQ(caption->full_text(), QStringLiteral("Office"));
-	targeting().parameters.bg_image = "/home/user/Stra\xc3\x9f"
-					  "e.png";
+	targeting().parameters.background.image = "/home/user/Stra\xc3\x9f"
+						  "e.png";
 	world.panel().refreshControls();
 	EXPECT_EQ(caption->full_text(), QStringLiteral("Stra\u00dfe.png"));
-	targeting().parameters.bg_image.clear();
-	targeting().parameters.bg_preset = "nowhere";
+	targeting().parameters.background.image.clear();
+	targeting().parameters.background.preset = "nowhere";
 	world.panel().refreshControls();
 	EXPECT_EQ(caption->full_text(), QStringLiteral("Presets"));
 }

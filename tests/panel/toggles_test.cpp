@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/controls/check_box.h"
-#include "panel/controls/switch.h"
-#include "panel/controls/toggle.h"
+#include "panel/widgets/check_box.h"
+#include "panel/widgets/switch.h"
+#include "panel/widgets/toggle.h"
 
 #include "pixels.h"
 #include "user_events.h"

@@ -2,8 +2,8 @@
 #include "panel_fixture.h"
 
 #include "kit/history_double.h"
-#include "panel/controls/check_box.h"
-#include "panel/translations.h"
+#include "panel/text/translations.h"
+#include "panel/widgets/check_box.h"
 
 #include <QComboBox>
 #include <QStyle>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 // What a server can write into the manifest, as the notice shows it.
 
-#include "panel/controls/elided_label.h"
+#include "panel/widgets/elided_label.h"
 #include "panel_fixture.h"
 #include "update/update_check.h"
 

@@ -76,6 +76,15 @@ void click_mouse(QWidget *widget, Qt::MouseButton button)
 	release_mouse(widget, button, widget->rect().center());
 }
 
+void double_click_mouse(QWidget *widget, QPoint place, Qt::MouseButton button)
+{
+	press_mouse(widget, button, place);
+	release_mouse(widget, button, place);
+	pressed_buttons |= button;
+	send_mouse(widget, QEvent::MouseButtonDblClick, button, place);
+	release_mouse(widget, button, place);
+}
+
 void turn_wheel(QWidget *widget, int angle)
 {
 	const QPointF place = widget->rect().center();

@@ -20,6 +20,9 @@ void release_mouse(QWidget *widget, Qt::MouseButton button, QPoint place);
 // Pressed and released in the widget's middle.
 void click_mouse(QWidget *widget, Qt::MouseButton button = Qt::LeftButton);
 
+// The four events of a double-click.
+void double_click_mouse(QWidget *widget, QPoint place, Qt::MouseButton button = Qt::LeftButton);
+
 // Over the widget's middle, by eighths of a degree; 120 is a notch away from the user.
 void turn_wheel(QWidget *widget, int angle);
 

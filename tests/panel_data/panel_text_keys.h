@@ -10,7 +10,7 @@ inline constexpr const char *panel_text_keys[] = {
 	"console.title", "console.live", "console.toggle", "console.reset", "console.resetShort",
 	"obs.noFilter", "obs.noFilterHow", "obs.applyGlobal", "obs.selectSource", "obs.allSources", "obs.noSource",
 	"obs.unnamed",
-	"settings.title", "settings.openOnStartup", "settings.version", "settings.back", "settings.about",
+	"search.title", "search.hint", "search.none", "settings.title", "settings.openOnStartup", "settings.followSources", "settings.version", "settings.back", "settings.about",
 	"settings.productTitle",
 	"update.dismiss",
 	"update.softTitle", "update.forceTitle", "update.forceBody", "update.download", "update.forceDownload",

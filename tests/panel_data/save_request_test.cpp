@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/save_request.h"
+#include "panel/model/save_request.h"
 
 #include "kit/history_double.h"
 #include "targeting_fixture.h"
@@ -22,8 +22,8 @@ protected:
 
 	static void change(float smoothing)
 	{
-		targeting().parameters.smoothing = smoothing;
-		push_change(smooth);
+		targeting().parameters.skin.smoothing = smoothing;
+		pushParameters(smooth);
 	}
 
 	static int saves() { return history_double().saves; }

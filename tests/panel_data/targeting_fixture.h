@@ -5,8 +5,8 @@
 #include "kit/host_double.h"
 #include "kit/log_capture.h"
 #include "kit/scratch.h"
-#include "panel/targeting.h"
-#include "panel/ui_preferences.h"
+#include "panel/model/targeting.h"
+#include "panel/model/ui_preferences.h"
 
 #include <gtest/gtest.h>
 #include <map>

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/targeting.h"
+#include "panel/model/targeting.h"
 
 #include "kit/call_journal.h"
+#include "params/parameter_table.h"
 #include "targeting_fixture.h"
 
 #include <filesystem>
@@ -82,7 +83,7 @@ TEST_F(TargetingTest, RenamedSourceShowsItsNewNameAndKeepsTheValues)
 	poll_targets();
 	EXPECT_EQ(targeting().names, Names{"Webcam"});
 	EXPECT_TRUE(take_changed());
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
 }
 
 // Refreshing
@@ -162,15 +163,15 @@ TEST_F(TargetingTest, FirstFilterIsReadAndNotWritten)
 	poll_targets();
 	FakeSource &filter = add_filter("Camera", 0.5);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.5f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.5f);
 	EXPECT_EQ(take_updates(filter), 0);
 }
 
 TEST_F(TargetingTest, AbsentSettingsShowTheirDefaults)
 {
 	add_filter("Camera");
-	targeting().parameters.filter_id = "rose";
-	targeting().parameters.filter_intensity = 0.1f;
+	targeting().parameters.filter.id = "rose";
+	targeting().parameters.filter.intensity = 0.1f;
 	poll_targets();
 	EXPECT_EQ(targeting().parameters, ParameterSet());
 }
@@ -185,7 +186,7 @@ TEST_F(TargetingTest, HostStartWithAllSourcesKeepsEverySavedValue)
 	poll_targets();
 	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.25);
 	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.75);
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
 	EXPECT_EQ(take_updates(first) + take_updates(second), 0);
 }
 
@@ -213,7 +214,7 @@ TEST_F(TargetingTest, EmptiedAndRefilledListIsReadAgain)
 	FakeSource &next = add_filter("Camera", 0.75);
 	poll_targets();
 	EXPECT_DOUBLE_EQ(smoothing_of(next), 0.75);
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
 }
 
 // Between two polls the host puts other filters in the place of the old ones: fewer, as many, more.
@@ -229,7 +230,7 @@ TEST_F(TargetingTest, OtherCollectionWithAllSourcesKeepsEverySavedValue)
 		poll_targets();
 		for (int i = 0; i < count; ++i)
 			EXPECT_DOUBLE_EQ(smoothing_of(*filters[static_cast<size_t>(i)]), 0.125 * (i + 1));
-		EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.125f);
+		EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.125f);
 	}
 }
 
@@ -262,12 +263,12 @@ TEST_F(TargetingTest, OtherCollectionKeepsItsValues_WhenASliderMovesBeforeThePol
 		poll_targets();
 		remove_all_filters();
 		FakeSource &next = add_filter("Camera", 0.75);
-		targeting().parameters.smoothing = 0.1f;
-		push_change();
+		targeting().parameters.skin.smoothing = 0.1f;
+		pushParameters();
 		EXPECT_DOUBLE_EQ(smoothing_of(next), 0.75);
 		poll_targets();
 		EXPECT_DOUBLE_EQ(smoothing_of(next), 0.75);
-		EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+		EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
 	}
 }
 
@@ -293,17 +294,17 @@ TEST_F(TargetingTest, NothingIsWrittenWhileTheHostLoads)
 	poll_targets();
 	begin_loading_filters();
 	for (int i = 0; i < 2; ++i) {
-		targeting().parameters.smoothing = 0.9f;
-		push_change();
+		targeting().parameters.skin.smoothing = 0.9f;
+		pushParameters();
 		poll_targets();
 		EXPECT_DOUBLE_EQ(smoothing_of(filter), 0.25);
 	}
-	targeting().parameters.smoothing = 0.9f;
-	push_change();
+	targeting().parameters.skin.smoothing = 0.9f;
+	pushParameters();
 	end_loading_filters();
 	poll_targets();
 	EXPECT_DOUBLE_EQ(smoothing_of(filter), 0.25);
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
 }
 
 TEST_F(TargetingTest, LoadingThatChangedNothingLeavesThePanelUsable)
@@ -312,8 +313,8 @@ TEST_F(TargetingTest, LoadingThatChangedNothingLeavesThePanelUsable)
 	poll_targets();
 	begin_loading_filters();
 	end_loading_filters();
-	targeting().parameters.smoothing = 0.5f;
-	push_change();
+	targeting().parameters.skin.smoothing = 0.5f;
+	pushParameters();
 	EXPECT_DOUBLE_EQ(smoothing_of(filter), 0.5);
 }
 
@@ -326,7 +327,7 @@ TEST_F(TargetingTest, ReplacedFilterOfTheSameNameIsReadAgain)
 	remove_filter(old);
 	add_filter("Camera", 0.75);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
 }
 
 TEST_F(TargetingTest, ValuesChangedElsewhereAreNotReadWhileTheListStays)
@@ -335,7 +336,7 @@ TEST_F(TargetingTest, ValuesChangedElsewhereAreNotReadWhileTheListStays)
 	poll_targets();
 	obs_data_set_double(filter.settings, "smoothing", 0.75);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
 }
 
 TEST_F(TargetingTest, FilterThatCannotBeReadIsTriedAgainAndNotWritten)
@@ -344,11 +345,11 @@ TEST_F(TargetingTest, FilterThatCannotBeReadIsTriedAgainAndNotWritten)
 	filter.refuses_references = true;
 	poll_targets();
 	filter.refuses_references = false;
-	targeting().parameters.smoothing = 0.9f;
-	push_change();
+	targeting().parameters.skin.smoothing = 0.9f;
+	pushParameters();
 	EXPECT_DOUBLE_EQ(smoothing_of(filter), 0.25);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
 }
 
 // One source
@@ -359,8 +360,8 @@ TEST_F(TargetingTest, ChangeGoesToTheChosenFilterOnly)
 	FakeSource &second = add_filter("Screen", 0.75);
 	poll_targets();
 	choose(1);
-	targeting().parameters.smoothing = 0.5f;
-	push_change();
+	targeting().parameters.skin.smoothing = 0.5f;
+	pushParameters();
 	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.25);
 	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.5);
 }
@@ -371,13 +372,13 @@ TEST_F(TargetingTest, ChangeWritesTheWholeSet)
 	poll_targets();
 	targeting().parameters.sticker_id = "fox";
 	targeting().parameters.reshape[10] = -0.5f;
-	push_change();
+	pushParameters();
 	ParameterSet written;
 	read_parameters(filter.settings, written);
 	EXPECT_EQ(written, targeting().parameters);
 	size_t keys = 0;
-	visit_parameters(written,
-			 [&](const char *key, auto &) { keys += obs_data_has_user_value(filter.settings, key); });
+	for (const Parameter &parameter : parameter_table())
+		keys += obs_data_has_user_value(filter.settings, parameter.key);
 	EXPECT_EQ(keys, 75u);
 }
 
@@ -388,7 +389,7 @@ TEST_F(TargetingTest, ChoosingAnotherSourceReadsItAndWritesNothing)
 	poll_targets();
 	take_changed();
 	choose(1);
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
 	EXPECT_TRUE(take_changed());
 	EXPECT_EQ(take_updates(first) + take_updates(second), 0);
 }
@@ -400,7 +401,7 @@ TEST_F(TargetingTest, ChoosingTheSameSourceAgainDoesNothing)
 	take_changed();
 	obs_data_set_double(filter.settings, "smoothing", 0.75);
 	choose(0);
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
 	EXPECT_FALSE(take_changed());
 	EXPECT_EQ(take_updates(filter), 0);
 	EXPECT_FALSE(std::filesystem::exists(folder.file("config/ui.json")));
@@ -414,11 +415,11 @@ TEST_F(TargetingTest, ChoosingAFilterThatIsGoneWritesToNobody)
 	second.refuses_references = true;
 	choose(1);
 	second.refuses_references = false;
-	push_change();
+	pushParameters();
 	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.25);
 	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.75);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
 }
 
 TEST_F(TargetingTest, AddedFilterReloadsThePanelFromTheChosenOne)
@@ -428,7 +429,7 @@ TEST_F(TargetingTest, AddedFilterReloadsThePanelFromTheChosenOne)
 	obs_data_set_double(chosen.settings, "smoothing", 0.5);
 	FakeSource &added = add_filter("Screen", 0.75);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.5f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.5f);
 	EXPECT_EQ(take_updates(chosen) + take_updates(added), 0);
 }
 
@@ -442,7 +443,7 @@ TEST_F(TargetingTest, RemovingTheLastAndChosenFilterMovesToTheLastThatRemains)
 	remove_filter(third);
 	poll_targets();
 	EXPECT_EQ(targeting().selected_index, 1);
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.5f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.5f);
 }
 
 TEST_F(TargetingTest, RemovingAnEarlierFilterLoadsWhatMovedIntoTheChosenPlace)
@@ -455,7 +456,7 @@ TEST_F(TargetingTest, RemovingAnEarlierFilterLoadsWhatMovedIntoTheChosenPlace)
 	remove_filter(first);
 	poll_targets();
 	EXPECT_EQ(targeting().selected_index, 1);
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
 	EXPECT_EQ(take_updates(third), 0);
 }
 
@@ -470,11 +471,11 @@ TEST_F(TargetingTest, ChangeReachesTheFilterItWasMadeFor_WhenPlacesShift)
 		FakeSource &third = add_filter("Game", 0.75);
 		poll_targets();
 		choose(1);
-		targeting().parameters.smoothing = 0.6f;
+		targeting().parameters.skin.smoothing = 0.6f;
 		targeting().pending_push = waits;
 		remove_filter(first);
 		if (!waits)
-			push_change();
+			pushParameters();
 		poll_targets();
 		EXPECT_FLOAT_EQ(static_cast<float>(smoothing_of(chosen)), 0.6f);
 		EXPECT_DOUBLE_EQ(smoothing_of(third), 0.75);
@@ -491,7 +492,7 @@ TEST_F(TargetingTest, ChangeForAFilterThatIsGoneIsDropped)
 	remove_filter(first);
 	poll_targets();
 	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.75);
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
 	EXPECT_FALSE(targeting().pending_push);
 }
 
@@ -504,8 +505,8 @@ TEST_F(TargetingTest, ChangeGoesToEveryFilterInOrder)
 	poll_targets();
 	drive_all(true);
 	test::call_journal().reset();
-	targeting().parameters.smoothing = 0.5f;
-	push_change();
+	targeting().parameters.skin.smoothing = 0.5f;
+	pushParameters();
 	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.5);
 	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.5);
 	EXPECT_EQ(test::call_journal().count("obs_source_update"), 2u);
@@ -531,7 +532,7 @@ TEST_F(TargetingTest, ChoosingOneAfterAllReadsItAndWritesNothing)
 	poll_targets();
 	targeting().pending_push = true;
 	choose(1);
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
 	EXPECT_EQ(take_updates(first) + take_updates(second), 0);
 	EXPECT_FALSE(targeting().pending_push);
 	EXPECT_TRUE(std::filesystem::exists(folder.file("config/ui.json")));
@@ -555,8 +556,8 @@ TEST_F(TargetingTest, ThirdSourceTakesThePanelsValuesAtTheNextPoll)
 	add_filter("Screen", 0.25);
 	poll_targets();
 	drive_all(true);
-	targeting().parameters.whitening = 0.5f;
-	push_change();
+	targeting().parameters.skin.whitening = 0.5f;
+	pushParameters();
 	take_changed();
 	const ParameterSet before = targeting().parameters;
 	FakeSource &third = add_filter("Game", 0.75);
@@ -574,7 +575,7 @@ TEST_F(TargetingTest, RemovedFilterReloadsThePanelFromTheFirst)
 	poll_targets();
 	remove_filter(first);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.5f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.5f);
 }
 
 TEST_F(TargetingTest, FilterThatIsGoingAwayIsSkipped)
@@ -584,8 +585,8 @@ TEST_F(TargetingTest, FilterThatIsGoingAwayIsSkipped)
 	poll_targets();
 	drive_all(true);
 	first.refuses_references = true;
-	targeting().parameters.smoothing = 0.5f;
-	push_change();
+	targeting().parameters.skin.smoothing = 0.5f;
+	pushParameters();
 	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.25);
 	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.5);
 }
@@ -629,7 +630,7 @@ TEST_F(TargetingTest, ResetRestoresEveryDefaultButTheSwitch)
 	FakeSource &filter = add_filter("Camera", 0.25);
 	poll_targets();
 	targeting().parameters.enabled = false;
-	targeting().parameters.filter_intensity = 0.0f;
+	targeting().parameters.filter.intensity = 0.0f;
 	targeting().parameters.sticker_id = "fox";
 	reset_all_parameters();
 	ParameterSet expected;
@@ -655,9 +656,9 @@ TEST_F(TargetingTest, PushWithAnIndexOutsideTheListWritesNothing)
 	FakeSource &filter = add_filter("Camera", 0.25);
 	poll_targets();
 	targeting().selected_index = 7;
-	push_change();
+	pushParameters();
 	targeting().selected_index = -1;
-	push_change();
+	pushParameters();
 	EXPECT_EQ(take_updates(filter), 0);
 }
 

@@ -5,8 +5,8 @@
 #include "kit/config_double.h"
 #include "kit/log_capture.h"
 #include "kit/scratch.h"
-#include "panel/translations.h"
-#include "panel/ui_preferences.h"
+#include "panel/model/ui_preferences.h"
+#include "panel/text/translations.h"
 
 #include <gtest/gtest.h>
 #include <obs.hpp>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/ui_preferences.h"
+#include "panel/model/ui_preferences.h"
 
-#include "panel/translations.h"
-#include "panel/ui_file.h"
+#include "panel/model/ui_file.h"
+#include "panel/text/translations.h"
 #include "ui_preferences_fixture.h"
 
 #include <filesystem>
@@ -53,6 +53,17 @@ constexpr LoadCase load_cases[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Files, UiPreferencesLoadTest, testing::ValuesIn(load_cases));
+
+TEST_F(UiPreferencesTest, FollowingTheSourcesIsKept)
+{
+	load_ui_prefs(LanguageEnglish);
+	EXPECT_FALSE(ui_preferences().follow_sources);
+	ui_preferences().follow_sources = true;
+	save_ui_prefs();
+	ui_preferences() = {};
+	load_ui_prefs(LanguageEnglish);
+	EXPECT_TRUE(ui_preferences().follow_sources);
+}
 
 TEST_F(UiPreferencesTest, MissingFileLeavesTheDefaults)
 {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/undo_history.h"
+#include "panel/model/undo_history.h"
 
 #include "kit/history_double.h"
-#include "panel/translations.h"
+#include "panel/text/translations.h"
 #include "targeting_fixture.h"
 
 #include <random>
@@ -22,8 +22,8 @@ std::string json_of(const FakeSource &filter)
 
 void push_smoothing(float value, const ChangeLabel &label)
 {
-	targeting().parameters.smoothing = value;
-	push_change(label);
+	targeting().parameters.skin.smoothing = value;
+	pushParameters(label);
 }
 
 size_t undo_count()
@@ -227,8 +227,8 @@ TEST_F(UndoTest, PauseAndOtherControlsEndARun)
 	history_double().pass_time(3000);
 	push_smoothing(0.6f, smooth_step);
 	EXPECT_EQ(undo_count(), 2u);
-	targeting().parameters.whitening = 0.5f;
-	push_change(whiten_step);
+	targeting().parameters.skin.whitening = 0.5f;
+	pushParameters(whiten_step);
 	push_smoothing(0.7f, smooth_step);
 	EXPECT_EQ(undo_count(), 4u);
 }
@@ -280,7 +280,7 @@ TEST_F(UndoTest, AllSourcesIsOneEntryThatReturnsToTheSelection)
 	EXPECT_EQ(json_of(second), second_start);
 	EXPECT_FALSE(ui_preferences().apply_global);
 	EXPECT_EQ(targeting().selected_index, 1);
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
 	poll_targets();
 	EXPECT_FALSE(saved_apply_global());
 	history_double().redo();
@@ -299,7 +299,7 @@ TEST_F(UndoTest, OtherEntriesLeaveTheSelectionAlone)
 	choose(1);
 	history_double().undo();
 	EXPECT_EQ(targeting().selected_index, 1);
-	EXPECT_FLOAT_EQ(targeting().parameters.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
 }
 
 // Which filters
@@ -389,8 +389,8 @@ TEST_F(UndoTest, KeysComeBackInTheirOrder)
 	poll_targets();
 	push_smoothing(0.5f, smooth);
 	const std::string start = json_of(filter);
-	targeting().parameters.bg_image = std::string(500, 'x');
-	push_change({.caption_key = "bg.customImage"});
+	targeting().parameters.background.image = std::string(500, 'x');
+	pushParameters({.caption_key = "bg.customImage"});
 	history_double().undo();
 	EXPECT_EQ(json_of(filter), start);
 }
@@ -418,7 +418,7 @@ TEST_F(UndoTest, ControlsFollowAtOnce)
 	float shown = 0.0f;
 	targeting().refresh = [&shown] {
 		if (take_changed())
-			shown = targeting().parameters.smoothing;
+			shown = targeting().parameters.skin.smoothing;
 	};
 	history_double().undo();
 	EXPECT_FLOAT_EQ(shown, 0.25f);
@@ -534,8 +534,8 @@ TEST_F(UndoTest, ManyChangesAreUndoneToTheStartAndRedoneToTheEnd)
 			reset_all_parameters();
 			break;
 		case 5:
-			set.bg_image = std::string(static_cast<size_t>(any(80)), 'x');
-			push_change({.caption_key = "bg.customImage"});
+			set.background.image = std::string(static_cast<size_t>(any(80)), 'x');
+			pushParameters({.caption_key = "bg.customImage"});
 			break;
 		default:
 			push_smoothing(static_cast<float>(any(101)) / 100.0f, smooth_step);

@@ -40,4 +40,18 @@ UpdateStatus update_status()
 	return answer();
 }
 
+// For the widgets and the dock alone, which a build that compiles several sources as one links with the rest.
+void load_update_dismissal() {}
+
+bool update_is_forced()
+{
+	return answer().forced;
+}
+
+void dismiss_update() {}
+
+void open_update_download() {}
+
+void stop_update_service() {}
+
 } // namespace kalvio

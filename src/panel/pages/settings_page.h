@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#pragma once
+
+#include <QWidget>
+#include <functional>
+
+class QLabel;
+class QVBoxLayout;
+
+namespace kalvio {
+
+class Rows;
+class Switch;
+struct UiPreferences;
+
+// The panel's own choices, and who made it.
+class SettingsPage : public QWidget {
+public:
+	SettingsPage(Rows &rows, std::function<void()> go_back, QWidget *parent);
+
+	void refresh();
+
+private:
+	void add_back_row(QVBoxLayout *layout, std::function<void()> go_back);
+	void add_choices(QVBoxLayout *layout);
+	Switch *add_switch(QVBoxLayout *layout, const char *key, bool UiPreferences::*choice);
+	void add_about(QVBoxLayout *layout);
+
+	Rows &rows_;
+	Switch *open_on_startup_ = nullptr;
+	Switch *follow_sources_ = nullptr;
+	QLabel *version_ = nullptr;
+};
+
+} // namespace kalvio

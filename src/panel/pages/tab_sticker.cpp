@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panel/model/targeting.h"
+#include "panel/pages/pages.h"
+#include "panel/widgets/rows.h"
+#include "panel/widgets/tiles.h"
+#include "params/effect_catalog.h"
+
+#include <QFrame>
+#include <array>
+
+namespace kalvio {
+namespace {
+
+struct Group {
+	StickerKind kind;
+	const char *title_key;
+	int32_t capabilities; // kl_capability: what the engine needs to draw them
+};
+
+constexpr Group groups[] = {
+	{StickerKind::Face, "sticker.group.face", KL_CAPABILITY_FACES},
+	{StickerKind::Screen, "sticker.group.screen", 0},
+	{StickerKind::ThreeD, "sticker.group.3d", KL_CAPABILITY_FACES},
+};
+
+using GroupedTiles = std::array<std::vector<Tile>, std::size(groups)>;
+
+std::vector<Tile> existing_stickers(StickerKind kind)
+{
+	std::vector<Tile> found;
+	for (const StickerEntry &entry : sticker_catalog) {
+		if (entry.kind == kind && !sticker_resource_path(entry).empty())
+			found.push_back({entry.id, std::string("sticker.") + entry.id, entry.animated != 0});
+	}
+	return found;
+}
+
+// The stickers whose files exist, group by group, looked up once a process.
+const GroupedTiles &sticker_tiles()
+{
+	static const GroupedTiles tiles = [] {
+		GroupedTiles found;
+		for (size_t i = 0; i < std::size(groups); ++i)
+			found[i] = existing_stickers(groups[i].kind);
+		return found;
+	}();
+	return tiles;
+}
+
+void add_heading(Rows &rows, QBoxLayout *layout, const Group &group)
+{
+	auto *row = new QHBoxLayout;
+	layout->addLayout(row);
+	rows.addLabel(row, group.title_key);
+	row->addStretch(1);
+	if (group.capabilities != 0)
+		rows.addUnsupportedNote(row, group.capabilities);
+}
+
+} // namespace
+
+void build_sticker_tab(Rows &rows, QVBoxLayout *page)
+{
+	ParameterSet &set = targeting().parameters;
+	const Card card = rows.addCard(page, "tab.sticker", {.reset = [&set] {
+					       set.sticker_id.clear();
+				       }});
+	page->addWidget(card.frame);
+	TileGroup tiles(rows, card.body, "sid");
+	tiles.add_grid(card.body, {{"", "sticker.none"}});
+	for (size_t i = 0; i < std::size(groups); ++i) {
+		// A heading over nothing would only puzzle.
+		if (sticker_tiles()[i].empty())
+			continue;
+		add_heading(rows, card.body, groups[i]);
+		tiles.add_grid(card.body, sticker_tiles()[i]);
+	}
+	tiles.bind("sticker.title", &set.sticker_id, [&set](const std::string &id) { set.sticker_id = id; });
+}
+
+} // namespace kalvio

@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: GPL-2.0-or-later
+#include "panel/text/translation_table.h"
+
+// What a user picks from: the buttons of the option rows and the tiles of filters, stickers and backgrounds. Buttons
+// stand three, four or five to a row in a panel of 340 pixels, so a text is a word; no two of one row are the same.
+namespace kalvio {
+
+namespace {
+
+// Key, then English, Simplified Chinese, Traditional Chinese, Japanese, Korean, Brazilian Portuguese, Spanish, German.
+constexpr TranslationRow choice_rows[] = {
+	{"smoothing.natural", {"Natural", "自然", "自然", "ナチュラル", "내추럴", "Natural", "Natural", "Natürlich"}},
+	{"smoothing.texture", {"Texture", "质感", "質感", "質感", "질감", "Textura", "Textura", "Textur"}},
+	{"smoothing.smooth", {"Smooth", "柔滑", "柔滑", "なめらか", "매끈함", "Liso", "Terso", "Glatt"}},
+
+	{"whitening.coldWhite", {"Cool", "冷白", "冷白", "寒色", "쿨", "Frio", "Frío", "Kühl"}},
+	{"whitening.pinkWhite", {"Pink", "粉白", "粉白", "ピンク", "핑크", "Rosa", "Rosa", "Rosa"}},
+	{"whitening.warmWhite", {"Warm", "暖白", "暖白", "暖色", "웜", "Quente", "Cálido", "Warm"}},
+	{"whitening.wheat", {"Wheat", "小麦", "小麥", "小麦色", "밀빛", "Trigo", "Trigo", "Weizen"}},
+	{"whitening.tan", {"Bronze", "古铜", "古銅", "褐色", "구릿빛", "Bronze", "Bronce", "Bronze"}},
+
+	{"lipstick.rouge", {"Rouge", "胭脂红", "胭脂紅", "ルージュ", "루즈", "Carmim", "Carmín", "Karmin"}},
+	{"lipstick.retroRed",
+	 {"Retro red", "复古红", "復古紅", "レトロレッド", "레트로 레드", "Retrô", "Rojo retro", "Retro-Rot"}},
+	{"lipstick.peach", {"Peach", "蜜桃", "蜜桃", "ピーチ", "피치", "Pêssego", "Melocotón", "Pfirsich"}},
+	{"lipstick.coralOrange", {"Coral", "珊瑚橘", "珊瑚橘", "コーラル", "코랄", "Coral", "Coral", "Koralle"}},
+	{"lipstick.gentlePink",
+	 {"Gentle pink", "温柔粉", "溫柔粉", "淡いピンク", "소프트 핑크", "Rosa suave", "Rosa suave", "Zartrosa"}},
+	{"lipstick.vitalityOrange",
+	 {"Vivid orange", "元气橘", "元氣橘", "元気オレンジ", "생기 오렌지", "Laranja vivo", "Naranja vivo",
+	  "Leuchtorange"}},
+
+	{"blush.sunKissed", {"Sunkissed", "日晒", "日曬", "日焼け", "햇살", "Solar", "Soleado", "Sonnig"}},
+	{"blush.igari", {"Igari", "宿醉", "宿醉", "イガリ", "이가리", "Igari", "Igari", "Igari"}},
+	{"blush.soft", {"Soft", "柔和", "柔和", "ソフト", "소프트", "Suave", "Suave", "Weich"}},
+	{"blush.apple", {"Apple", "苹果肌", "蘋果肌", "りんご", "애플", "Maçã", "Manzana", "Apfel"}},
+	{"blush.classic", {"Classic", "经典", "經典", "定番", "클래식", "Clássico", "Clásico", "Klassisch"}},
+	{"blush.doll", {"Doll", "娃娃", "娃娃", "ドール", "인형", "Boneca", "Muñeca", "Puppe"}},
+	{"blush.rose", {"Rose", "玫瑰", "玫瑰", "ローズ", "로즈", "Rosa", "Rosa", "Rose"}},
+
+	{"blushColor.coralPink",
+	 {"Coral pink", "珊瑚粉", "珊瑚粉", "コーラルピンク", "코랄 핑크", "Rosa-coral", "Rosa coral", "Korallrosa"}},
+	{"blushColor.dustyRose",
+	 {"Dusty rose", "干枯玫瑰", "乾燥玫瑰", "くすみローズ", "더스티 로즈", "Rosa antigo", "Rosa viejo", "Altrosa"}},
+	{"blushColor.vividRed",
+	 {"Vivid red", "正红", "正紅", "真紅", "비비드 레드", "Vermelho vivo", "Rojo vivo", "Knallrot"}},
+	{"blushColor.berry", {"Berry", "莓果", "莓果", "ベリー", "베리", "Amora", "Mora", "Beere"}},
+	{"blushColor.sunsetOrange",
+	 {"Sunset", "落日橘", "夕陽橘", "サンセット", "선셋 오렌지", "Pôr do sol", "Atardecer", "Abendrot"}},
+
+	{"contour.natural", {"Natural", "自然", "自然", "ナチュラル", "내추럴", "Natural", "Natural", "Natürlich"}},
+	{"contour.sculpt", {"Sculpt", "立体", "立體", "立体的", "입체", "Esculpido", "Esculpido", "Markant"}},
+	{"contour.glow", {"Glow", "光泽", "光澤", "ツヤ", "글로우", "Brilho", "Brillo", "Glanz"}},
+	{"contour.slim", {"Slim", "显瘦", "顯瘦", "小顔", "슬림", "Fino", "Fino", "Schmal"}},
+	{"contour.nose", {"Nose", "鼻影", "鼻影", "鼻筋", "콧대", "Nariz", "Nariz", "Nase"}},
+	{"contour.glam", {"Glam", "华丽", "華麗", "華やか", "글램", "Glam", "Glam", "Glamour"}},
+
+	{"eyeshadow.soft", {"Soft", "柔和", "柔和", "ソフト", "소프트", "Suave", "Suave", "Weich"}},
+	{"eyeshadow.crease", {"Crease", "眼褶", "眼窩", "二重幅", "쌍꺼풀", "Côncavo", "Cuenca", "Lidfalte"}},
+	{"eyeshadow.smoky", {"Smoky", "烟熏", "煙燻", "スモーキー", "스모키", "Esfumado", "Ahumado", "Smokey"}},
+	{"eyeshadow.halo", {"Halo", "光晕", "光暈", "囲み", "헤일로", "Halo", "Halo", "Halo"}},
+	{"eyeshadow.glow", {"Glow", "光泽", "光澤", "ツヤ", "글로우", "Brilho", "Brillo", "Glanz"}},
+	{"eyeshadow.drama", {"Drama", "浓郁", "濃郁", "濃いめ", "드라마틱", "Intenso", "Intenso", "Intensiv"}},
+	{"eyeshadow.warm", {"Warm", "暖色", "暖色", "暖色", "웜톤", "Quente", "Cálido", "Warm"}},
+
+	{"eyeshadowColor.plum", {"Plum", "梅紫", "梅紫", "プラム", "플럼", "Ameixa", "Ciruela", "Pflaume"}},
+	{"eyeshadowColor.brown", {"Brown", "棕色", "棕色", "ブラウン", "브라운", "Marrom", "Marrón", "Braun"}},
+	{"eyeshadowColor.gold", {"Gold", "金色", "金色", "ゴールド", "골드", "Dourado", "Dorado", "Gold"}},
+	{"eyeshadowColor.pink", {"Pink", "粉色", "粉紅", "ピンク", "핑크", "Rosa", "Rosa", "Rosa"}},
+
+	{"eyeliner.classic", {"Classic", "经典", "經典", "定番", "클래식", "Clássico", "Clásico", "Klassisch"}},
+	{"eyeliner.flick", {"Flick", "上扬", "上揚", "はね上げ", "끝올림", "Puxado", "Rabillo", "Schwung"}},
+	{"eyeliner.catEye", {"Cat eye", "猫眼", "貓眼", "猫目", "캣아이", "Gatinho", "Felino", "Cat-Eye"}},
+	{"eyeliner.natural", {"Natural", "自然", "自然", "ナチュラル", "내추럴", "Natural", "Natural", "Natürlich"}},
+	{"eyeliner.bold", {"Bold", "粗线", "粗線", "太め", "볼드", "Grosso", "Grueso", "Kräftig"}},
+	{"eyeliner.soft", {"Soft", "柔和", "柔和", "ソフト", "소프트", "Suave", "Suave", "Weich"}},
+
+	{"eyelinerColor.burgundy", {"Burgundy", "酒红", "酒紅", "ボルドー", "버건디", "Bordô", "Burdeos", "Bordeaux"}},
+	{"eyelinerColor.plum", {"Plum", "梅紫", "梅紫", "プラム", "플럼", "Ameixa", "Ciruela", "Pflaume"}},
+	{"eyelinerColor.chocolate",
+	 {"Chocolate", "巧克力", "巧克力", "チョコ", "초콜릿", "Chocolate", "Chocolate", "Schoko"}},
+	{"eyelinerColor.coffee", {"Coffee", "咖啡", "咖啡", "コーヒー", "커피", "Café", "Café", "Kaffee"}},
+	{"eyelinerColor.mauve", {"Mauve", "灰紫", "灰紫", "モーブ", "모브", "Malva", "Malva", "Mauve"}},
+
+	{"eyebrow.natural", {"Natural", "自然", "自然", "ナチュラル", "내추럴", "Natural", "Natural", "Natürlich"}},
+	{"eyebrow.soft", {"Soft", "柔和", "柔和", "ソフト", "소프트", "Suave", "Suave", "Weich"}},
+	{"eyebrow.feathered", {"Feather", "羽毛", "羽毛眉", "毛流れ", "결눈썹", "Pluma", "Pluma", "Fedrig"}},
+	{"eyebrow.mist", {"Mist", "雾眉", "霧眉", "ふんわり", "안개", "Névoa", "Bruma", "Nebel"}},
+	{"eyebrow.arched", {"Arched", "挑眉", "挑眉", "アーチ", "아치", "Arqueado", "Arqueado", "Bogen"}},
+	{"eyebrow.powder", {"Powder", "粉眉", "粉眉", "パウダー", "파우더", "Em pó", "Polvo", "Puder"}},
+	{"eyebrow.wild", {"Wild", "野生眉", "野生眉", "ワイルド", "와일드", "Selvagem", "Salvaje", "Wild"}},
+	{"eyebrow.full", {"Full", "浓眉", "濃眉", "太眉", "풍성", "Cheio", "Poblado", "Voll"}},
+	{"eyebrow.straight", {"Straight", "平眉", "平眉", "平行眉", "일자", "Reto", "Recto", "Gerade"}},
+
+	{"eyebrowColor.darkBrown",
+	 {"Dark brown", "深棕", "深棕", "ダークブラウン", "다크 브라운", "Marrom escuro", "Marrón oscuro",
+	  "Dunkelbraun"}},
+	{"eyebrowColor.black", {"Black", "黑色", "黑色", "ブラック", "블랙", "Preto", "Negro", "Schwarz"}},
+	{"eyebrowColor.softBrown",
+	 {"Soft brown", "浅棕", "淺棕", "ライトブラウン", "소프트 브라운", "Marrom suave", "Marrón suave",
+	  "Hellbraun"}},
+
+	{"eyelash.classic", {"Classic", "经典", "經典", "定番", "클래식", "Clássico", "Clásico", "Klassisch"}},
+	{"eyelash.manga", {"Manga", "漫画", "漫畫", "マンガ", "만화", "Mangá", "Manga", "Manga"}},
+	{"eyelash.winged", {"Winged", "翘尾", "眼尾加長", "目尻長め", "눈꼬리", "Alado", "Alado", "Flügel"}},
+	{"eyelash.wispy", {"Wispy", "轻盈", "輕盈", "ふわふわ", "하늘하늘", "Leve", "Ligero", "Luftig"}},
+	{"eyelash.clustered", {"Cluster", "簇状", "束感", "束感", "가닥", "Tufos", "Mechones", "Büschel"}},
+	{"eyelash.doll", {"Doll", "娃娃", "娃娃", "ドール", "인형", "Boneca", "Muñeca", "Puppe"}},
+
+	{"eyelashColor.black", {"Black", "黑色", "黑色", "ブラック", "블랙", "Preto", "Negro", "Schwarz"}},
+	{"eyelashColor.brown", {"Brown", "棕色", "棕色", "ブラウン", "브라운", "Marrom", "Marrón", "Braun"}},
+	{"eyelashColor.softBlack",
+	 {"Soft black", "柔黑", "柔黑", "ソフトブラック", "소프트 블랙", "Preto suave", "Negro suave", "Anthrazit"}},
+
+	{"pupil.hazel", {"Hazel", "榛果", "榛果", "ヘーゼル", "헤이즐", "Avelã", "Avellana", "Hasel"}},
+	{"pupil.ice", {"Ice", "冰蓝", "冰藍", "アイス", "아이스", "Gelo", "Hielo", "Eis"}},
+	{"pupil.mocha", {"Mocha", "摩卡", "摩卡", "モカ", "모카", "Moca", "Moca", "Mokka"}},
+	{"pupil.olive", {"Olive", "橄榄", "橄欖", "オリーブ", "올리브", "Oliva", "Oliva", "Olive"}},
+	{"pupil.gloss", {"Gloss", "水光", "水光", "グロス", "글로스", "Lustre", "Lustre", "Glanz"}},
+	{"pupil.moss", {"Moss", "苔绿", "苔綠", "モス", "모스", "Musgo", "Musgo", "Moos"}},
+	{"pupil.sand", {"Sand", "沙色", "沙色", "サンド", "샌드", "Areia", "Arena", "Sand"}},
+	{"pupil.glow", {"Glow", "流光", "流光", "グロー", "글로우", "Brilho", "Brillo", "Leuchten"}},
+	{"pupil.slate", {"Slate", "石板灰", "石板灰", "スレート", "슬레이트", "Ardósia", "Pizarra", "Schiefer"}},
+
+	{"filter.initial_heart",
+	 {"True Heart", "初心", "初心", "初心", "첫 마음", "Coração", "Corazón", "Reines Herz"}},
+	{"filter.first_love",
+	 {"First Love", "初恋", "初戀", "初恋", "첫사랑", "Primeiro amor", "Primer amor", "Erste Liebe"}},
+	{"filter.vivid", {"Vivid", "鲜明", "鮮明", "ビビッド", "선명", "Vívido", "Vívido", "Kräftig"}},
+	{"filter.confession",
+	 {"Confession", "告白", "告白", "告白", "고백", "Declaração", "Declaración", "Bekenntnis"}},
+	{"filter.milk_tea",
+	 {"Milk Tea", "奶茶", "奶茶", "ミルクティー", "밀크티", "Chá com leite", "Té con leche", "Milchtee"}},
+	{"filter.mousse", {"Mousse", "慕斯", "慕斯", "ムース", "무스", "Mousse", "Mousse", "Mousse"}},
+	{"filter.japanese", {"Japanese", "日系", "日系", "和テイスト", "일본 감성", "Japonês", "Japonés", "Japanisch"}},
+	{"filter.dawn", {"Dawn", "晨曦", "晨曦", "夜明け", "새벽", "Amanhecer", "Amanecer", "Morgenrot"}},
+	{"filter.cookie", {"Cookie", "曲奇", "餅乾", "クッキー", "쿠키", "Cookie", "Galleta", "Keks"}},
+	{"filter.lively", {"Lively", "活力", "活力", "いきいき", "생기", "Animado", "Alegre", "Lebendig"}},
+	{"filter.pure", {"Pure", "纯净", "純淨", "ピュア", "순수", "Puro", "Puro", "Rein"}},
+	{"filter.fair", {"Fair", "白皙", "白皙", "色白", "화사함", "Claro", "Claro", "Hell"}},
+	{"filter.snow", {"Snow", "雪白", "雪白", "スノー", "눈꽃", "Neve", "Nieve", "Schnee"}},
+	{"filter.plain", {"Plain", "素颜", "素顏", "素顔", "민낯", "Simples", "Sencillo", "Schlicht"}},
+	{"filter.natural", {"Natural", "自然", "自然", "ナチュラル", "내추럴", "Natural", "Natural", "Natürlich"}},
+	{"filter.rose", {"Rose", "玫瑰", "玫瑰", "ローズ", "로즈", "Rosa", "Rosa", "Rose"}},
+	{"filter.tender", {"Tender", "温柔", "溫柔", "やわらか", "포근함", "Terno", "Tierno", "Zart"}},
+	{"filter.tender_2",
+	 {"Tender 2", "温柔 2", "溫柔 2", "やわらか 2", "포근함 2", "Terno 2", "Tierno 2", "Zart 2"}},
+	{"filter.extraordinary", {"Superb", "非凡", "非凡", "スペシャル", "특별함", "Incrível", "Único", "Besonders"}},
+
+	{"sticker.black_glass",
+	 {"Black glasses", "黑框眼镜", "黑框眼鏡", "黒メガネ", "검은 안경", "Óculos pretos", "Gafas negras",
+	  "Hornbrille"}},
+	{"sticker.fox", {"Fox", "狐狸", "狐狸", "キツネ", "여우", "Raposa", "Zorro", "Fuchs"}},
+	{"sticker.kiss2", {"Kiss", "亲吻", "親吻", "キス", "키스", "Beijo", "Beso", "Kuss"}},
+	{"sticker.mustache", {"Mustache", "胡子", "鬍子", "口ひげ", "콧수염", "Bigode", "Bigote", "Schnurrbart"}},
+	{"sticker.fan_club",
+	 {"Fan club", "粉丝团", "粉絲團", "ファンクラブ", "팬클럽", "Fã-clube", "Club de fans", "Fanclub"}},
+	{"sticker.falling_sakura", {"Sakura", "樱花飘落", "櫻花飄落", "桜吹雪", "벚꽃", "Sakura", "Sakura", "Sakura"}},
+	{"sticker.falling_pigs",
+	 {"Piggies", "小猪雨", "小豬雨", "子ブタ", "아기 돼지", "Porquinhos", "Cerditos", "Ferkel"}},
+	{"sticker.butterfly", {"Butterfly", "蝴蝶", "蝴蝶", "ちょうちょ", "나비", "Borboleta", "Mariposa", "Falter"}},
+	{"sticker.petals", {"Petals", "花瓣", "花瓣", "花びら", "꽃잎", "Pétalas", "Pétalos", "Blüten"}},
+	{"sticker.oculos", {"Glasses", "眼镜", "眼鏡", "メガネ", "안경", "Óculos", "Gafas", "Brille"}},
+	{"sticker.red_glasses",
+	 {"Red glasses", "红框眼镜", "紅框眼鏡", "赤メガネ", "빨간 안경", "Óculos verm.", "Gafas rojas",
+	  "Rote Brille"}},
+
+	{"bg.preset.office", {"Office", "办公室", "辦公室", "オフィス", "사무실", "Escritório", "Oficina", "Büro"}},
+	{"bg.preset.living",
+	 {"Living room", "客厅", "客廳", "リビング", "거실", "Sala de estar", "Salón", "Wohnzimmer"}},
+	{"bg.preset.bookshelf", {"Bookshelf", "书架", "書架", "本棚", "책장", "Estante", "Estantería", "Bücherregal"}},
+	{"bg.preset.cafe", {"Café", "咖啡厅", "咖啡廳", "カフェ", "카페", "Cafeteria", "Cafetería", "Café"}},
+	{"bg.preset.outdoor", {"Outdoors", "户外", "戶外", "屋外", "야외", "Ar livre", "Aire libre", "Im Freien"}},
+	{"bg.preset.city", {"City", "城市", "城市", "都市", "도시", "Cidade", "Ciudad", "Stadt"}},
+	{"bg.preset.studio", {"Studio", "摄影棚", "攝影棚", "スタジオ", "스튜디오", "Estúdio", "Estudio", "Studio"}},
+	{"bg.preset.abstract", {"Abstract", "抽象", "抽象", "抽象", "추상", "Abstrato", "Abstracto", "Abstrakt"}},
+};
+
+} // namespace
+
+const std::span<const TranslationRow> choice_texts = choice_rows;
+
+} // namespace kalvio
