@@ -21,12 +21,15 @@ add_executable(
   engine_costs.cpp
   engine_peers_ffmpeg.cpp
   engine_peers_opencv.cpp
+  engine_peers_plain.cpp
   engine_peers_vips.cpp
   engine_report.cpp
   engine_subject.cpp
   engine_timing.cpp
 )
 kalvio_target(bench_engine)
+# A loop at its best: all that the compiler can do for this machine.
+set_source_files_properties(engine_peers_plain.cpp PROPERTIES COMPILE_OPTIONS "-O3;-march=native")
 target_link_libraries(
   bench_engine
   PRIVATE kalvio_core

@@ -16,7 +16,7 @@ struct Frame {
 	std::vector<uint8_t> pixels;
 };
 
-enum class Work { ColorFilter, ChromaKey, Blur, Smoothing, Sharpening };
+enum class Work { ColorFilter, ChromaKey, PlainChromaKey, Blur, Smoothing, Sharpening };
 
 // One way of another library to do the work. `prepare` does everything that is not counted (conversions, tables) and
 // gives the call to time; `result` after a call gives the picture back as RGBA, or nothing where nobody asks.
@@ -31,12 +31,13 @@ struct Peer {
 	std::function<Prepared(const Frame &frame, int threads)> prepare;
 };
 
-inline constexpr double blur_deviation = 0.03 * 1080;
+inline constexpr double blur_sigma = 0.03 * 1080;
 
 // `cube_path`: a colour table in the .cube format, the same that the engine is given.
 std::vector<Peer> opencv_peers();
 std::vector<Peer> ffmpeg_peers(const std::string &cube_path);
 std::vector<Peer> vips_peers();
+std::vector<Peer> plain_peers();
 std::vector<Peer> opencolorio_peers(const std::string &cube_path); // none where it is not installed
 
 } // namespace kalvio::bench

@@ -128,12 +128,17 @@ Peer ffmpeg_peer(Work work, const std::string &chain, AVPixelFormat format)
 std::vector<Peer> ffmpeg_peers(const std::string &cube_path)
 {
 	av_log_set_level(AV_LOG_ERROR);
-	const std::string deviation = std::to_string(blur_deviation);
+	const std::string sigma = std::to_string(blur_sigma);
 	const std::string table = "lut3d=file=" + cube_path + ":interp=tetrahedral";
 	std::vector<Peer> peers = {
 		ffmpeg_peer(Work::ColorFilter, table, AV_PIX_FMT_RGBA),
 		ffmpeg_peer(Work::ColorFilter, table, AV_PIX_FMT_GBRP),
-		ffmpeg_peer(Work::Blur, "gblur=sigma=" + deviation, AV_PIX_FMT_GBRP),
+		ffmpeg_peer(Work::ColorFilter, table, AV_PIX_FMT_GBRP16),
+		ffmpeg_peer(Work::ColorFilter, table, AV_PIX_FMT_GBRPF32),
+		ffmpeg_peer(Work::ChromaKey,
+			    "colorkey=color=0x00ff00:similarity=0.3:blend=0.1,despill=type=green:mix=0.5",
+			    AV_PIX_FMT_RGBA),
+		ffmpeg_peer(Work::Blur, "gblur=sigma=" + sigma, AV_PIX_FMT_GBRP),
 		ffmpeg_peer(Work::Sharpening, "unsharp=3:3:1.5:3:3:0", AV_PIX_FMT_YUV444P),
 		ffmpeg_peer(Work::Smoothing, "bilateral=sigmaS=6:sigmaR=0.12:planes=7", AV_PIX_FMT_GBRP),
 	};

@@ -38,21 +38,33 @@ std::vector<Peer> opencv_peers()
 {
 	std::vector<Peer> peers;
 	peers.push_back(opencv_peer(Work::Blur, "GaussianBlur", [](const cv::Mat &input, cv::Mat &output) {
-		cv::GaussianBlur(input, output, cv::Size(), blur_deviation, blur_deviation, cv::BORDER_REPLICATE);
+		cv::GaussianBlur(input, output, cv::Size(), blur_sigma, blur_sigma, cv::BORDER_REPLICATE);
 	}));
-	for (const double deviation : {20.0, 30.0, 45.0}) {
-		peers.push_back(opencv_peer(Work::Smoothing, "bilateralFilter 9, " + std::to_string(int(deviation)),
+	// Few pixels of a strong blur differ from their neighbors: a smaller picture gives almost the same one.
+	for (const int factor : {2, 4, 6, 8, 12}) {
+		const auto small = std::make_shared<cv::Mat>();
+		peers.push_back(opencv_peer(Work::Blur, "shrink, GaussianBlur, enlarge by " + std::to_string(factor),
 					    [=](const cv::Mat &input, cv::Mat &output) {
-						    cv::bilateralFilter(input, output, 9, deviation, 6);
+						    const cv::Size size((input.cols + factor - 1) / factor,
+									(input.rows + factor - 1) / factor);
+						    cv::resize(input, *small, size, 0, 0, cv::INTER_AREA);
+						    cv::GaussianBlur(*small, *small, cv::Size(), blur_sigma / factor,
+								     blur_sigma / factor, cv::BORDER_REPLICATE);
+						    cv::resize(*small, output, input.size(), 0, 0, cv::INTER_LINEAR);
 					    }));
-		peers.push_back(opencv_peer(Work::Smoothing, "dtFilter 12, " + std::to_string(int(deviation)),
+	}
+	for (const double sigma : {20.0, 30.0, 45.0}) {
+		peers.push_back(opencv_peer(Work::Smoothing, "bilateralFilter 9, " + std::to_string(int(sigma)),
 					    [=](const cv::Mat &input, cv::Mat &output) {
-						    cv::ximgproc::dtFilter(input, input, output, 12, deviation);
+						    cv::bilateralFilter(input, output, 9, sigma, 6);
 					    }));
-		peers.push_back(opencv_peer(Work::Smoothing, "guidedFilter 6, " + std::to_string(int(deviation)),
+		peers.push_back(opencv_peer(Work::Smoothing, "dtFilter 12, " + std::to_string(int(sigma)),
 					    [=](const cv::Mat &input, cv::Mat &output) {
-						    cv::ximgproc::guidedFilter(input, input, output, 6,
-									       deviation * deviation);
+						    cv::ximgproc::dtFilter(input, input, output, 12, sigma);
+					    }));
+		peers.push_back(opencv_peer(Work::Smoothing, "guidedFilter 6, " + std::to_string(int(sigma)),
+					    [=](const cv::Mat &input, cv::Mat &output) {
+						    cv::ximgproc::guidedFilter(input, input, output, 6, sigma * sigma);
 					    }));
 	}
 	const auto blurred = std::make_shared<cv::Mat>(); // kept: memory that is new for each frame would slow it down

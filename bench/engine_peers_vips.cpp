@@ -23,8 +23,8 @@ std::vector<Peer> vips_peers()
 					 VipsImage *input = vips_image_new_from_memory(rgb->data(), rgb->size(), width,
 										       height, 3, VIPS_FORMAT_UCHAR);
 					 VipsImage *output = nullptr;
-					 vips_gaussblur(input, &output, blur_deviation, "precision",
-							VIPS_PRECISION_INTEGER, nullptr);
+					 vips_gaussblur(input, &output, blur_sigma, "precision", VIPS_PRECISION_INTEGER,
+							nullptr);
 					 size_t size = 0;
 					 g_free(vips_image_write_to_memory(output, &size));
 					 g_object_unref(output);

@@ -106,8 +106,8 @@ private:
 OBSDataAutoRelease full_settings()
 {
 	ParameterSet set;
-	set.smoothing = 0.5f;
-	set.chroma = 2;
+	set.skin.smoothing = 0.5f;
+	set.background.chroma = 2;
 	OBSDataAutoRelease settings = obs_data_create();
 	write_parameters(set, settings);
 	return settings;

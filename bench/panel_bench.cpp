@@ -2,10 +2,10 @@
 #include "comparison.h"
 #include "kit/heap_probe.h"
 #include "kit/log_capture.h"
-#include "panel/controls/smooth_button.h"
 #include "panel/panel_world.h"
-#include "panel/rows.h"
-#include "panel/translations.h"
+#include "panel/text/translations.h"
+#include "panel/widgets/rows.h"
+#include "panel/widgets/smooth_button.h"
 #include "params/effect_catalog.h"
 
 #include <QAbstractButton>
@@ -194,22 +194,26 @@ Work idle_poll(BenchWorld &bench)
 	};
 }
 
-// One look at the name of each filter's source, which is what can change without anybody being told; the question to
-// the update service, whose answer comes by value; and the text of the status.
+// One look at the name of each filter's source, which is what can change without anybody being told, and which is read
+// with a reference, for the source may go meanwhile; the question to the update service, whose answer comes by value;
+// and the text of the status.
 class IdlePollFloor {
 public:
 	explicit IdlePollFloor(BenchWorld &bench)
 	{
 		for (FakeSource *source : bench.sources)
-			known_.push_back({source->handle(), source->parent.load()->name});
+			known_.push_back({obs_source_get_weak_source(source->parent.load()->handle()),
+					  source->parent.load()->name});
 	}
 
 	void run()
 	{
 		const std::lock_guard lock(mutex_);
 		bool is_same = true;
-		for (const Known &entry : known_)
-			is_same &= entry.name == obs_source_get_name(obs_filter_get_parent(entry.filter));
+		for (const Known &entry : known_) {
+			const OBSSourceAutoRelease source = obs_weak_source_get_source(entry.source);
+			is_same &= entry.name == obs_source_get_name(source);
+		}
 		benchmark::DoNotOptimize(is_same);
 		const UpdateStatus update = update_status();
 		benchmark::DoNotOptimize(&update);
@@ -218,7 +222,7 @@ public:
 
 private:
 	struct Known {
-		obs_source_t *filter;
+		OBSWeakSourceAutoRelease source;
 		std::string name;
 	};
 	std::vector<Known> known_;
@@ -338,9 +342,9 @@ Work full_refresh(BenchWorld &bench)
 		ParameterSet &set = targeting().parameters;
 		set.reshape.fill(odd ? 0.25f : -0.25f);
 		set.body.fill(odd ? 0.25f : 0.5f);
-		set.smoothing_style =
+		set.skin.smoothing_style =
 			odd ? beauty_params::SmoothingStyle::Smooth : beauty_params::SmoothingStyle::Natural;
-		set.filter_id = odd ? "rose" : "vivid";
+		set.filter.id = odd ? "rose" : "vivid";
 		bench.world.panel().refreshControls();
 	};
 }
