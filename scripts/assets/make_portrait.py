@@ -105,8 +105,14 @@ class Canvas:
         """A hair: a quadratic curve through three points, thinning to its end."""
         p = np.asarray(points, dtype=np.float64)
         margin = 2 * width + 2 * self.pixel
-        x0, x1 = ((p[:, 0].min() - margin) / self.pixel + self.width / 2, (p[:, 0].max() + margin) / self.pixel + self.width / 2)
-        y0, y1 = ((p[:, 1].min() - margin) / self.pixel + self.height / 2, (p[:, 1].max() + margin) / self.pixel + self.height / 2)
+        x0, x1 = (
+            (p[:, 0].min() - margin) / self.pixel + self.width / 2,
+            (p[:, 0].max() + margin) / self.pixel + self.width / 2,
+        )
+        y0, y1 = (
+            (p[:, 1].min() - margin) / self.pixel + self.height / 2,
+            (p[:, 1].max() + margin) / self.pixel + self.height / 2,
+        )
         x0, x1 = max(0, int(x0)), min(self.width, int(x1) + 2)
         y0, y1 = max(0, int(y0)), min(self.height, int(y1) + 2)
         if x0 >= x1 or y0 >= y1:
@@ -118,7 +124,9 @@ class Canvas:
             t = np.array([i, i + 1]) / steps
             curve = ((1 - t) ** 2)[:, None] * p[0] + (2 * t * (1 - t))[:, None] * p[1] + (t**2)[:, None] * p[2]
             a, b = curve
-            along = np.clip(((u - a[0]) * (b[0] - a[0]) + (v - a[1]) * (b[1] - a[1])) / max(np.sum((b - a) ** 2), 1e-12), 0, 1)
+            along = np.clip(
+                ((u - a[0]) * (b[0] - a[0]) + (v - a[1]) * (b[1] - a[1])) / max(np.sum((b - a) ** 2), 1e-12), 0, 1
+            )
             distance = np.hypot(u - a[0] - along * (b[0] - a[0]), v - a[1] - along * (b[1] - a[1]))
             here = t[0] + along / steps
             best = np.minimum(best, distance - width * (1.0 - 0.8 * here))
@@ -133,7 +141,10 @@ class Canvas:
 
 
 def paint_room(c):
-    wall = linear(96, 112, 118) + (linear(168, 160, 146) - linear(96, 112, 118)) * smoothstep(1.4, -1.6, c.u + 0.5 * c.v)[..., None]
+    wall = (
+        linear(96, 112, 118)
+        + (linear(168, 160, 146) - linear(96, 112, 118)) * smoothstep(1.4, -1.6, c.u + 0.5 * c.v)[..., None]
+    )
     c.image[:] = wall
     # Lamps far out of focus.
     for x, y, s in zip(*random_points(22, 11)):
@@ -163,7 +174,9 @@ def hair_colour(c, across, along, seed):
 def paint_back_hair(c):
     wave = 0.025 * np.sin(c.v * 7.0 + np.sign(c.u) * 0.8) + 0.01 * np.sin(c.v * 17)
     crown = ((c.u - 0.0) / 0.47) ** 2 + ((c.v + 0.16) / 0.60) ** 2 - 1
-    falls = np.maximum(np.abs(c.u + wave) - (0.45 + 0.10 * smoothstep(-0.2, 0.6, c.v)), np.maximum(-0.25 - c.v, c.v - 0.80))
+    falls = np.maximum(
+        np.abs(c.u + wave) - (0.45 + 0.10 * smoothstep(-0.2, 0.6, c.v)), np.maximum(-0.25 - c.v, c.v - 0.80)
+    )
     shape = np.minimum(crown, falls * 2)
     colour, gloss = hair_colour(c, c.u + 0.8 * wave, c.v, 21)
     light = 0.55 + 0.5 * smoothstep(0.6, -0.7, c.u) * smoothstep(0.9, -0.4, c.v)
@@ -174,7 +187,12 @@ def paint_back_hair(c):
         side = -1.0 if x < 0.5 else 1.0
         v0 = -0.5 + 1.15 * y
         u0 = side * (0.43 + 0.10 * smoothstep(-0.2, 0.6, v0) - 0.02)
-        c.stroke([(u0, v0), (u0 + side * 0.03 * s, v0 + 0.08), (u0 + side * (0.06 * s - 0.01), v0 + 0.16)], 0.0012, HAIR_MID * 0.7, 0.75)
+        c.stroke(
+            [(u0, v0), (u0 + side * 0.03 * s, v0 + 0.08), (u0 + side * (0.06 * s - 0.01), v0 + 0.16)],
+            0.0012,
+            HAIR_MID * 0.7,
+            0.75,
+        )
 
 
 def paint_front_hair(c):
@@ -182,7 +200,11 @@ def paint_front_hair(c):
     part_u, part_v = 0.07, -0.665
     # The opening in which the face shows: its upper edge is the hair line, higher at the part.
     centre = 0.5 * (c.u - part_u) / 0.4
-    opening = ((c.u - 0.005) / (0.300 + 0.028 * smoothstep(-0.1, 0.35, c.v))) ** 2 + ((c.v - 0.03) / (0.555 - 0.05 * np.abs(centre))) ** 2 - 1
+    opening = (
+        ((c.u - 0.005) / (0.300 + 0.028 * smoothstep(-0.1, 0.35, c.v))) ** 2
+        + ((c.v - 0.03) / (0.555 - 0.05 * np.abs(centre))) ** 2
+        - 1
+    )
     # Outer edge of the hair on the head, then down to the jaw.
     cap = (c.u / 0.472) ** 2 + ((c.v + 0.155) / 0.602) ** 2 - 1
     curtain = np.maximum(np.abs(c.u) - 0.44, np.maximum(-0.15 - c.v, c.v - 0.60))
@@ -197,19 +219,34 @@ def paint_front_hair(c):
     light = (0.60 + 0.50 * smoothstep(0.5, -0.5, c.u)) * (1 - 0.25 * smoothstep(-0.1, 0.5, c.v))
     colour = colour * light[..., None] + HAIR_LIGHT * ((0.62 * band * gloss + 0.05) * light)[..., None]
     # The hair shades the skin next to it.
-    c.tint([0.62, 0.50, 0.46], 0.75 * np.clip(1.0 - opening / -0.20, 0, 1) * (opening < 0) * smoothstep(0.62, 0.30, c.v))
+    c.tint(
+        [0.62, 0.50, 0.46], 0.75 * np.clip(1.0 - opening / -0.20, 0, 1) * (opening < 0) * smoothstep(0.62, 0.30, c.v)
+    )
     c.paint(colour, c.edge(shape, 4.0) * smoothstep(0.58, 0.22, c.v + 0.04 * np.sin(c.u * 31)))
-    c.paint(HAIR_DARK * 0.9, 0.5 * np.exp(-(((du - 0.10 * (dv**2)) / 0.006) ** 2)) * smoothstep(0.17, 0.02, dv) * (cap < 0))
+    c.paint(
+        HAIR_DARK * 0.9,
+        0.5 * np.exp(-(((du - 0.10 * (dv**2)) / 0.006) ** 2)) * smoothstep(0.17, 0.02, dv) * (cap < 0),
+    )
     # Single hairs over the edge of the skin.
     for x, y, s in zip(*random_points(150, 37)):
         side = -1.0 if x < 0.5 else 1.0
         v0 = -0.44 + 0.50 * y
         u0 = side * 0.300 * np.sqrt(max(0.2, 1 - ((v0 - 0.03) / 0.545) ** 2)) + side * 0.03
-        c.stroke([(u0, v0), (u0 - side * 0.02 * s, v0 + 0.05), (u0 - side * (0.012 * s - 0.01), v0 + 0.12)], 0.0013, HAIR_DARK, 0.8)
+        c.stroke(
+            [(u0, v0), (u0 - side * 0.02 * s, v0 + 0.05), (u0 - side * (0.012 * s - 0.01), v0 + 0.12)],
+            0.0013,
+            HAIR_DARK,
+            0.8,
+        )
     for x, y, s in zip(*random_points(120, 41)):
         u0 = part_u + (x - 0.5) * 0.06
         tip = -0.30 if x < 0.5 else 0.29
-        c.stroke([(u0, -0.52 + 0.03 * s), (tip * 0.5 + part_u, -0.53 + 0.06 * y), (tip, -0.35 + 0.12 * y)], 0.0014, HAIR_MID * (0.5 + 0.6 * s), 0.7)
+        c.stroke(
+            [(u0, -0.52 + 0.03 * s), (tip * 0.5 + part_u, -0.53 + 0.06 * y), (tip, -0.35 + 0.12 * y)],
+            0.0014,
+            HAIR_MID * (0.5 + 0.6 * s),
+            0.7,
+        )
 
 
 # --- Neck and cloth ---------------------------------------------------------------------------------------------------
@@ -234,7 +271,11 @@ SKIN = linear(226, 173, 146)
 def paint_neck(c):
     half = 0.165 + 0.10 * smoothstep(0.52, 0.95, c.v) + 0.02 * smoothstep(0.45, 0.2, c.v)
     height = 0.16 * np.sqrt(np.clip(1 - (c.u / half) ** 2, 0, 1))
-    height = height + 0.012 * gauss(c.u, c.v, -0.09 + 0.18 * (c.v - 0.45), 0.62, 0.02, 0.2) + 0.012 * gauss(c.u, c.v, 0.09 - 0.18 * (c.v - 0.45), 0.62, 0.02, 0.2)
+    height = (
+        height
+        + 0.012 * gauss(c.u, c.v, -0.09 + 0.18 * (c.v - 0.45), 0.62, 0.02, 0.2)
+        + 0.012 * gauss(c.u, c.v, 0.09 - 0.18 * (c.v - 0.45), 0.62, 0.02, 0.2)
+    )
     height = height - 0.010 * gauss(c.u, c.v, 0, 0.80, 0.03, 0.03)
     colour = SKIN * 0.93 * skin_light(*normals(c, height))
     inside = c.edge(np.maximum(np.abs(c.u) - half, 0.2 - c.v))
@@ -261,9 +302,19 @@ def paint_cloth(c):
     collar = np.maximum(shape, (c.u / 0.315) ** 2 + ((c.v - 0.70) / 0.225) ** 2 - 1)
     rib = np.sin(np.arctan2(c.v - 0.68, c.u) * 80)
     c.paint(cloth * (0.34 + 0.80 * facing + 0.13 * rib)[..., None], c.edge(collar))
-    c.tint([0.45, 0.42, 0.40], 0.8 * np.exp(-np.clip(-neckline, 0, None) * 9) * (neckline < 0) * (np.abs(c.u) < 0.3) * smoothstep(0.6, 0.75, c.v))
+    c.tint(
+        [0.45, 0.42, 0.40],
+        0.8
+        * np.exp(-np.clip(-neckline, 0, None) * 9)
+        * (neckline < 0)
+        * (np.abs(c.u) < 0.3)
+        * smoothstep(0.6, 0.75, c.v),
+    )
     # Hair and head shade the shoulders.
-    c.tint([0.60, 0.60, 0.62], 0.8 * np.exp(-((np.abs(c.u) - 0.42) / 0.14) ** 2) * smoothstep(1.0, 0.70, c.v) * (shoulders < 0))
+    c.tint(
+        [0.60, 0.60, 0.62],
+        0.8 * np.exp(-(((np.abs(c.u) - 0.42) / 0.14) ** 2)) * smoothstep(1.0, 0.70, c.v) * (shoulders < 0),
+    )
 
 
 # --- The face ---------------------------------------------------------------------------------------------------------
@@ -291,7 +342,12 @@ def face_height(c, field):
     h += 0.014 * gauss(u, v, 0, -0.36, 0.20, 0.12)  # forehead
     # Nose: a ridge that rises to the tip and falls off under it.
     rise = smoothstep(-0.22, 0.09, v) * (1 - smoothstep(0.085, 0.150, v))
-    h += (0.018 + 0.075 * rise) * np.exp(-0.5 * (u / (0.027 + 0.016 * rise)) ** 2) * smoothstep(-0.26, -0.12, v) * (1 - smoothstep(0.095, 0.150, v))
+    h += (
+        (0.018 + 0.075 * rise)
+        * np.exp(-0.5 * (u / (0.027 + 0.016 * rise)) ** 2)
+        * smoothstep(-0.26, -0.12, v)
+        * (1 - smoothstep(0.095, 0.150, v))
+    )
     h += 0.030 * gauss(u, v, 0, 0.083, 0.034, 0.026)  # tip
     h += 0.030 * gauss(a, v, 0.058, 0.098, 0.022, 0.023)  # wings
     h -= 0.014 * gauss(a, v, 0.098, 0.105, 0.016, 0.030)
@@ -307,14 +363,22 @@ def skin_relief(c):
     """Pores and fine lines, as height: what smoothing is to take away."""
     pores = np.minimum(0, noise(c.u * 118, c.v * 118, 61)) ** 3 * 0.0019
     grain = (noise(c.u * 170, c.v * 170, 62) + 0.9 * noise(c.u * 52, c.v * 52, 63)) * 0.00026
-    lines = -0.0007 * np.exp(-(((c.v + 0.36 + 0.012 * np.sin(c.u * 11)) % 0.062 - 0.031) / 0.004) ** 2) * gauss(c.u, c.v, 0, -0.36, 0.15, 0.06)
+    lines = (
+        -0.0007
+        * np.exp(-((((c.v + 0.36 + 0.012 * np.sin(c.u * 11)) % 0.062 - 0.031) / 0.004) ** 2))
+        * gauss(c.u, c.v, 0, -0.36, 0.15, 0.06)
+    )
     return pores + grain + lines
 
 
 def paint_skin_tone(c):
     """Pigment: everything that is uneven in colour without being light or shadow."""
     u, v, a = c.u, c.v, np.abs(c.u)
-    redness = 0.75 * gauss(a, v, 0.205, 0.075, 0.075, 0.060) + 0.60 * gauss(u, v, 0, 0.090, 0.045, 0.032) + 0.35 * gauss(u, v, 0, 0.39, 0.06, 0.035)
+    redness = (
+        0.75 * gauss(a, v, 0.205, 0.075, 0.075, 0.060)
+        + 0.60 * gauss(u, v, 0, 0.090, 0.045, 0.032)
+        + 0.35 * gauss(u, v, 0, 0.39, 0.06, 0.035)
+    )
     redness = redness * (1 + 0.5 * fractal(u * 9, v * 9, 71))
     c.tint([1.00, 0.80, 0.77], np.clip(redness, 0, 1))
     patches = fractal(u * 5 + 3, v * 5, 72)
@@ -330,9 +394,20 @@ def paint_skin_tone(c):
         r = 0.0026 + 0.0036 * s
         c.tint([0.70, 0.52, 0.42], (0.20 + 0.40 * s) * gauss(u, v, u0, v0, r, r * 0.9))
     # Blemishes: a red halo, a darker middle.
-    spots = ((-0.235, 0.165, 0.011), (-0.185, 0.205, 0.008), (0.225, 0.125, 0.012), (0.120, 0.345, 0.010), (-0.085, 0.375, 0.009),
-             (0.055, -0.330, 0.010), (-0.130, -0.300, 0.008), (0.180, -0.275, 0.007), (-0.255, 0.045, 0.008), (0.195, 0.210, 0.008),
-             (-0.020, -0.235, 0.007), (0.250, 0.020, 0.006))
+    spots = (
+        (-0.235, 0.165, 0.011),
+        (-0.185, 0.205, 0.008),
+        (0.225, 0.125, 0.012),
+        (0.120, 0.345, 0.010),
+        (-0.085, 0.375, 0.009),
+        (0.055, -0.330, 0.010),
+        (-0.130, -0.300, 0.008),
+        (0.180, -0.275, 0.007),
+        (-0.255, 0.045, 0.008),
+        (0.195, 0.210, 0.008),
+        (-0.020, -0.235, 0.007),
+        (0.250, 0.020, 0.006),
+    )
     for u0, v0, r in spots:
         c.tint([0.98, 0.66, 0.62], 0.85 * gauss(u, v, u0, v0, r * 1.25, r * 1.15))
         c.tint([0.86, 0.52, 0.50], 0.80 * gauss(u, v, u0 + 0.002, v0, r * 0.45, r * 0.42))
@@ -355,7 +430,13 @@ def paint_face(c):
     half = LIGHT + np.array([0, 0, 1.0])
     half = half / np.linalg.norm(half)
     facing = np.clip(relief[0] * half[0] + relief[1] * half[1] + relief[2] * half[2], 0, 1)
-    oily = 0.12 + 0.75 * gauss(c.u, c.v, -0.05, -0.36, 0.13, 0.08) + 0.8 * gauss(c.u, c.v, 0, 0.03, 0.05, 0.12) + 0.7 * gauss(np.abs(c.u), c.v, 0.20, 0.0, 0.07, 0.05) + 0.5 * gauss(c.u, c.v, 0, 0.37, 0.06, 0.04)
+    oily = (
+        0.12
+        + 0.75 * gauss(c.u, c.v, -0.05, -0.36, 0.13, 0.08)
+        + 0.8 * gauss(c.u, c.v, 0, 0.03, 0.05, 0.12)
+        + 0.7 * gauss(np.abs(c.u), c.v, 0.20, 0.0, 0.07, 0.05)
+        + 0.5 * gauss(c.u, c.v, 0, 0.37, 0.06, 0.04)
+    )
     c.image += linear(255, 244, 232) * (0.26 * facing**26 * np.clip(oily, 0, 1))[..., None]
     # Under the nose, under the lower lip and along the jaw less light arrives.
     c.tint([0.60, 0.44, 0.40], 0.62 * gauss(c.u, c.v, 0.012, 0.146, 0.055, 0.013))
@@ -364,9 +445,18 @@ def paint_face(c):
     c.image[:] = base + (c.image - base) * inside[..., None]
     c.cover += (1.0 - c.cover) * inside
     for side in (-1, 1):
-        nostril = ((c.u - side * 0.033) / 0.0175) ** 2 + ((c.v - 0.1235 - side * 0.10 * (c.u - side * 0.033)) / 0.0075) ** 2 - 1
+        nostril = (
+            ((c.u - side * 0.033) / 0.0175) ** 2
+            + ((c.v - 0.1235 - side * 0.10 * (c.u - side * 0.033)) / 0.0075) ** 2
+            - 1
+        )
         c.paint(linear(62, 28, 22), 0.88 * c.edge(nostril, 5))
-        c.tint([0.66, 0.50, 0.46], 0.6 * np.exp(-((np.hypot((c.u - side * 0.062) / 1.0, c.v - 0.098) - 0.030) / 0.0055) ** 2) * smoothstep(-0.005, 0.02, side * (c.u - side * 0.062)))
+        c.tint(
+            [0.66, 0.50, 0.46],
+            0.6
+            * np.exp(-(((np.hypot((c.u - side * 0.062) / 1.0, c.v - 0.098) - 0.030) / 0.0055) ** 2))
+            * smoothstep(-0.005, 0.02, side * (c.u - side * 0.062)),
+        )
 
 
 def paint_lips(c):
@@ -374,8 +464,15 @@ def paint_lips(c):
     a = np.abs(u)
     half = 0.118
     span = np.clip(1 - (u / half) ** 2, 0, 1)
-    line = MOUTH_V - 0.004 * np.cos(u * 32) * span - 0.016 * (u / half) ** 2 * smoothstep(0.0, half, a)  # where the lips meet; corners lift a little
-    bow = 0.036 * span**0.75 * (1 - 0.22 * np.exp(-((u / 0.017) ** 2))) * (1 + 0.12 * np.exp(-(((a - 0.030) / 0.022) ** 2)))
+    line = (
+        MOUTH_V - 0.004 * np.cos(u * 32) * span - 0.016 * (u / half) ** 2 * smoothstep(0.0, half, a)
+    )  # where the lips meet; corners lift a little
+    bow = (
+        0.036
+        * span**0.75
+        * (1 - 0.22 * np.exp(-((u / 0.017) ** 2)))
+        * (1 + 0.12 * np.exp(-(((a - 0.030) / 0.022) ** 2)))
+    )
     full = 0.047 * span**0.62
     upper = np.maximum(line - bow - c.v, c.v - line)
     lower = np.maximum(line - c.v, c.v - line - full)
@@ -388,8 +485,13 @@ def paint_lips(c):
     side = 1.0 - 0.35 * smoothstep(-0.12, 0.14, u)
     c.paint(lip * ((0.42 + 0.30 * t_u + 0.05 * crease) * side)[..., None], 0.92 * inside_u)
     c.paint(lip * ((0.62 + 0.42 * np.sin(t_l * np.pi * 0.95) + 0.08 * crease) * side)[..., None], 0.92 * inside_l)
-    c.image += linear(255, 236, 228) * (0.20 * inside_l * gauss(u, c.v, -0.028, MOUTH_V + 0.020, 0.026, 0.006) * (0.7 + 0.6 * crease))[..., None]
-    c.paint(linear(84, 30, 30), 0.85 * np.exp(-(((c.v - line) / 0.0032) ** 2)) * smoothstep(half + 0.006, half - 0.02, a))
+    c.image += (
+        linear(255, 236, 228)
+        * (0.20 * inside_l * gauss(u, c.v, -0.028, MOUTH_V + 0.020, 0.026, 0.006) * (0.7 + 0.6 * crease))[..., None]
+    )
+    c.paint(
+        linear(84, 30, 30), 0.85 * np.exp(-(((c.v - line) / 0.0032) ** 2)) * smoothstep(half + 0.006, half - 0.02, a)
+    )
     c.tint([0.62, 0.46, 0.42], 0.7 * (gauss(a, c.v, half + 0.002, MOUTH_V - 0.010, 0.010, 0.008)))
 
 
@@ -422,19 +524,33 @@ def paint_eye(c, u0, v0):
     eye = eye + (iris - eye) * smoothstep(iris_radius - 0.001, iris_radius - 0.006, radius)[..., None]
     eye = eye + (linear(10, 8, 8) - eye) * smoothstep(pupil_radius + 0.002, pupil_radius - 0.001, radius)[..., None]
     eye = eye * (1 - 0.62 * np.exp(-np.clip(y - upper, 0, None) / 0.0095))[..., None]  # the lid's shadow
-    glint = smoothstep(0.0078, 0.0048, np.hypot(du + 0.011, (dv + 0.012) * 1.15)) + 0.35 * smoothstep(0.006, 0.003, np.hypot(du - 0.012, dv - 0.011))
+    glint = smoothstep(0.0078, 0.0048, np.hypot(du + 0.011, (dv + 0.012) * 1.15)) + 0.35 * smoothstep(
+        0.006, 0.003, np.hypot(du - 0.012, dv - 0.011)
+    )
     eye = eye + (np.array([1.0, 1.0, 1.0]) - eye) * np.clip(glint, 0, 1)[..., None]
     c.image += (eye - c.image) * inside[..., None]
 
     # Wet rim, tear corner, lids.
-    c.paint(linear(206, 142, 130), 0.75 * np.exp(-(((y - lower - 0.0015) / 0.0028) ** 2)) * smoothstep(half, half - 0.012, np.abs(x)))
+    c.paint(
+        linear(206, 142, 130),
+        0.75 * np.exp(-(((y - lower - 0.0015) / 0.0028) ** 2)) * smoothstep(half, half - 0.012, np.abs(x)),
+    )
     c.paint(linear(204, 120, 112), 0.8 * gauss(x, y, -half + 0.004, 0.001, 0.0075, 0.0050))
-    lid = np.exp(-(((y - upper + 0.0025) / (0.0042 + 0.0016 * smoothstep(-0.05, 0.06, x))) ** 2)) * smoothstep(half + 0.008, half - 0.010, np.abs(x))
+    lid = np.exp(-(((y - upper + 0.0025) / (0.0042 + 0.0016 * smoothstep(-0.05, 0.06, x))) ** 2)) * smoothstep(
+        half + 0.008, half - 0.010, np.abs(x)
+    )
     c.paint(linear(40, 24, 20), 0.92 * lid)
     crease = -0.058 * np.clip(1 - ((x - 0.004) / 0.088) ** 2, 0, 1) ** 0.62
-    c.tint([0.55, 0.40, 0.36], 0.62 * np.exp(-(((y - crease) / 0.0042) ** 2)) * smoothstep(0.086, 0.055, np.abs(x - 0.004)))
-    c.tint([0.74, 0.58, 0.54], 0.5 * smoothstep(-0.062, -0.040, y) * smoothstep(-0.030, -0.040, y) * smoothstep(0.08, 0.05, np.abs(x)))
-    c.tint([0.78, 0.64, 0.62], 0.45 * np.exp(-(((y - lower - 0.013) / 0.0045) ** 2)) * smoothstep(0.075, 0.05, np.abs(x)))
+    c.tint(
+        [0.55, 0.40, 0.36], 0.62 * np.exp(-(((y - crease) / 0.0042) ** 2)) * smoothstep(0.086, 0.055, np.abs(x - 0.004))
+    )
+    c.tint(
+        [0.74, 0.58, 0.54],
+        0.5 * smoothstep(-0.062, -0.040, y) * smoothstep(-0.030, -0.040, y) * smoothstep(0.08, 0.05, np.abs(x)),
+    )
+    c.tint(
+        [0.78, 0.64, 0.62], 0.45 * np.exp(-(((y - lower - 0.013) / 0.0045) ** 2)) * smoothstep(0.075, 0.05, np.abs(x))
+    )
 
     for k, (p, q, r) in enumerate(zip(*random_points(64, 111 if side < 0 else 112))):
         t = -0.90 + 1.86 * (k + p) / 64
@@ -462,7 +578,11 @@ def paint_brow(c, u0, seed):
         v0 = centre_v + (y - 0.5) * 2 * thick * 0.85
         length = 0.020 + 0.014 * s
         rise = (0.90 - 1.05 * t) if y > 0.42 else (0.45 - 0.75 * t)
-        points = [(centre_u, v0), (centre_u + side * 0.5 * length, v0 - 0.55 * rise * length), (centre_u + side * length, v0 - 0.75 * rise * length)]
+        points = [
+            (centre_u, v0),
+            (centre_u + side * 0.5 * length, v0 - 0.55 * rise * length),
+            (centre_u + side * length, v0 - 0.75 * rise * length),
+        ]
         c.stroke(points, 0.0014, linear(54, 34, 24) * (0.7 + 0.7 * s), 0.72)
 
 
@@ -500,7 +620,12 @@ def png(pixels):
     left = np.concatenate([np.zeros((height, 1, channels), np.uint8), pixels[:, :-1]], axis=1)
     rows = np.concatenate([np.full((height, 1), 1, np.uint8), (pixels - left).reshape(height, -1)], axis=1)
     header = struct.pack(">IIBBBBB", width, height, 8, 2 if channels == 3 else 6, 0, 0, 0)
-    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(rows.tobytes(), 9)) + chunk(b"IEND", b"")
+    return (
+        b"\x89PNG\r\n\x1a\n"
+        + chunk(b"IHDR", header)
+        + chunk(b"IDAT", zlib.compress(rows.tobytes(), 9))
+        + chunk(b"IEND", b"")
+    )
 
 
 def main():

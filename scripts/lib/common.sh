@@ -11,9 +11,11 @@ set -euo pipefail
 
 KALVIO_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 KALVIO_CACHE=${KALVIO_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/kalvio}
-# Two jobs at once are what a small machine and a laptop both bear; KALVIO_JOBS overrides.
+# Parallel jobs of builds and tests, one per core; KALVIO_JOBS overrides.
 KALVIO_JOBS=${KALVIO_JOBS:-$(nproc)}
 export KALVIO_ROOT KALVIO_CACHE KALVIO_JOBS
+# chroot and others of the system's programs are not on the path of Debian's ordinary users.
+PATH=$PATH:/usr/sbin:/sbin
 
 say() { printf '==> %s\n' "$*"; }
 warn() { printf 'warning: %s\n' "$*" >&2; }
@@ -37,13 +39,21 @@ print_help() {
 	awk 'NR <= 2 { next } /^#/ { sub(/^# ?/, ""); print; next } { exit }' "$1"
 }
 
-# timed LABEL COMMAND...: runs the command and says how long it took.
+# timed LABEL COMMAND...: runs the command and says how long it took; say_timings says it again for all of them, the longest
+# first.
+timings=()
 timed() {
 	local label=$1 start=$SECONDS
 	shift
 	say "$label"
 	"$@"
 	say "$label: done in $((SECONDS - start)) s"
+	timings+=("$((SECONDS - start)) s: $label")
+}
+
+say_timings() {
+	say "$SECONDS s so far"
+	((${#timings[@]} == 0)) || printf '      %s\n' "${timings[@]}" | sort -k 1 -n -r
 }
 
 # log_tail FILE: what a background step wrote last, for the message about its failure.

@@ -8,7 +8,9 @@ tried on PICTURE itself. Needs python3-pil and python3-numpy.
 """
 import ctypes
 import io
+import json
 import pathlib
+import re
 import sys
 import time
 import zipfile
@@ -16,20 +18,29 @@ import zipfile
 import numpy as np
 from PIL import Image, ImageDraw, ImageFont
 
-FILTERS = (
-    "initial_heart first_love vivid confession milk_tea mousse japanese dawn cookie lively pure fair snow plain natural "
-    "rose tender tender_2 extraordinary"
-).split()
-BACKGROUNDS = "office living bookshelf cafe outdoor city studio abstract".split()
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+EFFECTS = json.loads((ROOT / "data/effects.json").read_text(encoding="utf-8"))
+HEADER = (ROOT / "engine/include/kalvio_engine.h").read_text(encoding="utf-8")
+FILTERS = EFFECTS["filters"]
+BACKGROUNDS = EFFECTS["backgrounds"]
 SMOOTHING_STYLES = (("texture", 1), ("natural", 0), ("smooth", 2))
 WHITENING_TONES = ("cold white", "pink white", "warm white", "wheat", "tan")
 KEYS = (("green", (40, 176, 70)), ("blue", (34, 72, 196)), ("red", (196, 32, 40)))
-SCREEN_STICKERS = ("butterfly", "petals")
+SCREEN_STICKERS = [sticker["id"] for sticker in EFFECTS["stickers"] if sticker["kind"] == "screen"]
+MAKEUP = ("lipstick", "blush", "contour", "eye_shadow", "eye_liner", "eyebrow", "eyelash", "pupil")
 FONT = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf"
 
 
+def choices(prefix):
+    """The enumerators of the engine's header that begin with `prefix`, as (name, value)."""
+    found = re.findall(rf"\b{prefix}_(\w+) = (\d+)", HEADER)
+    return [(name.lower().replace("_", " "), int(value)) for name, value in found]
+
+
 class LogConfig(ctypes.Structure):
-    _fields_ = [(name, ctypes.c_int32) for name in ("console", "file", "level", "reserved")] + [("path", ctypes.c_char_p)]
+    _fields_ = [(name, ctypes.c_int32) for name in ("console", "file", "level", "reserved")] + [
+        ("path", ctypes.c_char_p)
+    ]
 
 
 class EngineConfig(ctypes.Structure):
@@ -55,17 +66,24 @@ class Engine:
     def apply(self, pixels, seconds=0, **settings):
         """The picture (rows, columns, 4) after the engine; a setting is the setter's name without "kl_set_".
 
+        The value of a setter that takes an id is a pair of id and amount, or a list of such pairs.
         With `seconds` the picture that comes this much after the first one: stickers move."""
         text = str(self.data / "resource.kld").encode()
-        engine = ctypes.c_void_p(self.library.kl_engine_create(ctypes.byref(EngineConfig(0, 0, None, text, b"gallery", 0))))
+        engine = ctypes.c_void_p(
+            self.library.kl_engine_create(ctypes.byref(EngineConfig(0, 0, None, text, b"gallery", 0)))
+        )
         if not engine:
             sys.exit("the engine could not be created; its message stands above")
         for name, value in settings.items():
             if isinstance(value, pathlib.Path):
                 value = str(value).encode()
-            argument = ctypes.c_float(value) if isinstance(value, float) else value
-            if getattr(self.library, "kl_set_" + name)(engine, argument) != 0:
-                sys.exit(f"the engine refused {name}")
+            for given in value if isinstance(value, list) else [value]:
+                arguments = given if isinstance(given, tuple) else (given,)
+                arguments = [
+                    ctypes.c_float(argument) if isinstance(argument, float) else argument for argument in arguments
+                ]
+                if getattr(self.library, "kl_set_" + name)(engine, *arguments) != 0:
+                    sys.exit(f"the engine refused {name}")
         if self.library.kl_wait_for_loads(engine, 60_000) != 0:
             sys.exit("the engine takes longer than a minute to load a picture")
         height, width, _ = pixels.shape
@@ -96,7 +114,9 @@ def write_sheet(path, cells, columns, width):
     height = round(width * cells[0][1].shape[0] / cells[0][1].shape[1])
     margin, bar = 8, 26
     rows = -(-len(cells) // columns)
-    sheet = Image.new("RGB", (margin + columns * (width + margin), margin + rows * (height + bar + margin)), (34, 34, 36))
+    sheet = Image.new(
+        "RGB", (margin + columns * (width + margin), margin + rows * (height + bar + margin)), (34, 34, 36)
+    )
     draw, font = ImageDraw.Draw(sheet), ImageFont.truetype(FONT, 16)
     for index, (label, pixels) in enumerate(cells):
         picture = Image.fromarray(over_checkers(pixels))
@@ -137,7 +157,9 @@ def draw_filters(engine, picture, out):
 
 def draw_retouch(engine, picture, out):
     def row(label, settings):
-        done = [(f"{label} {round(amount * 100)}", engine.apply(picture, **settings(amount))) for amount in (0.3, 0.6, 1.0)]
+        done = [
+            (f"{label} {round(amount * 100)}", engine.apply(picture, **settings(amount))) for amount in (0.3, 0.6, 1.0)
+        ]
         return [("none", picture)] + done
 
     styles = []
@@ -148,7 +170,9 @@ def draw_retouch(engine, picture, out):
 
     tones = []
     for style, name in enumerate(WHITENING_TONES):
-        tones += row(name, lambda amount, style=style: {"whitening": amount, "whitening_style": style, "beauty_skin_only": True})
+        tones += row(
+            name, lambda amount, style=style: {"whitening": amount, "whitening_style": style, "beauty_skin_only": True}
+        )
     write_sheet(out / "whitening.png", [(label, face(pixels)) for label, pixels in tones], 4, 300)
     whole = [("none", picture)]
     for style, name in enumerate(WHITENING_TONES):
@@ -163,8 +187,9 @@ def draw_retouch(engine, picture, out):
 
 def draw_look(engine, picture, out):
     def look(amount, **more):
-        return engine.apply(picture, smoothing=0.7 * amount, smoothing_style=0, whitening=0.5 * amount, whitening_style=1,
-                            rosiness=0.3 * amount, sharpening=0.3 * amount, beauty_skin_only=True, **more)  # fmt: skip
+        skin = {"smoothing": 0.7, "whitening": 0.5, "rosiness": 0.3, "sharpening": 0.3}
+        strengths = {key: value * amount for key, value in skin.items()}
+        return engine.apply(picture, **strengths, smoothing_style=0, whitening_style=1, beauty_skin_only=True, **more)
 
     # Where skin is found: a strong effect on skin alone, and what it changed.
     changed = engine.apply(picture, whitening=1.0, whitening_style=4, beauty_skin_only=True)
@@ -174,7 +199,12 @@ def draw_look(engine, picture, out):
     skin = np.repeat(np.clip(255 * part, 0, 255).astype(np.uint8)[..., None], 4, axis=2)
     skin[..., 3] = 255
     path = engine.data / "filters/natural/natural.kld"
-    cells = [("none", picture), ("the skin that was found", skin), ("a light look", look(0.5)), ("a full look", look(1.0))]
+    cells = [
+        ("none", picture),
+        ("the skin that was found", skin),
+        ("a light look", look(0.5)),
+        ("a full look", look(1.0)),
+    ]
     cells += [("a full look, filter natural", look(1.0, filter=path)), ("tan on skin alone", changed)]
     write_sheet(out / "look.png", cells, 2, 800)
 
@@ -211,10 +241,73 @@ def draw_keys(engine, picture, cut_out, out):
     shot = picture if cut_out is None else in_front_of_screen(cut_out, KEYS[0][1])
     key = {"chroma_key": 0, "chroma_key_similarity": 0.4, "chroma_key_smoothness": 0.08, "chroma_key_desaturation": 1.0}
     cells = []
-    for path in [next((engine.data / "backgrounds").glob(name + ".*")) for name in BACKGROUNDS] + [engine.data / "background.jpg"]:
+    for path in [next((engine.data / "backgrounds").glob(name + ".*")) for name in BACKGROUNDS] + [
+        engine.data / "background.jpg"
+    ]:
         cells.append((path.stem, engine.apply(shot, virtual_background=path, **key)))
-    cells += [(f"blur {round(100 * amount)}", engine.apply(shot, virtual_background_blur=amount, **key)) for amount in (0.2, 0.5, 1.0)]
+    cells += [
+        (f"blur {round(100 * amount)}", engine.apply(shot, virtual_background_blur=amount, **key))
+        for amount in (0.2, 0.5, 1.0)
+    ]
     write_sheet(out / "backgrounds.png", cells, 3, 640)
+
+
+def draw_shapes(engine, picture, out):
+    """Each setting of the face at its ends."""
+    none, cells = face(picture), []
+    for name, number in choices("KL_RESHAPE"):
+        for amount in (-1.0, 1.0):
+            cells.append((f"{name} {round(amount * 100):+}", face(engine.apply(picture, reshape=(number, amount)))))
+        if number % 2 == 0:
+            cells.append(("none", none))
+    write_sheet(out / "shape.png", cells, 10, 240)
+
+
+def draw_bodies(engine, picture, out):
+    """Each setting of the body; those of the legs show on a whole figure alone."""
+    cells = [("none", picture)]
+    for name, number in choices("KL_BODY_RESHAPE"):
+        cells.append((name, engine.apply(picture, body_reshape=(number, 1.0))))
+    every = [(number, 1.0) for _, number in choices("KL_BODY_RESHAPE")]
+    cells.append(("all", engine.apply(picture, body_reshape=every)))
+    write_sheet(out / "body.png", cells, 4, 480)
+
+
+def draw_makeup(engine, picture, out):
+    """Each item in all its styles and colors."""
+    for item in MAKEUP:
+        cells = [("none", face(picture))]
+        for kind in ("style", "color"):
+            for name, number in choices(f"KL_{item.upper()}_{kind.upper()}"):
+                done = engine.apply(picture, **{item: 1.0, f"{item}_{kind}": number})
+                cells.append((f"{kind}: {name}", face(done)))
+        write_sheet(out / f"makeup-{item.replace('_', '-')}.png", cells, 5, 300)
+
+
+def draw_faces(engine, picture, out):
+    """What a face can be given, a few of each: the sheet of the README."""
+    shape = dict(choices("KL_RESHAPE"))
+    slim = {"reshape": [(shape["face thin"], 0.7), (shape["eye size"], 0.4), (shape["nose slim"], 0.5)]}
+    day = {"lipstick": 0.6, "lipstick_color": 2, "blush": 0.4, "eye_shadow": 0.4, "eyelash": 0.5, "eyebrow": 0.3}
+    evening = {"lipstick": 0.9, "lipstick_color": 1, "blush": 0.5, "contour": 0.5,
+               "eye_shadow": 0.8, "eye_shadow_style": 2, "eye_liner": 0.9,
+               "eyelash": 0.9, "eyebrow": 0.5, "pupil": 0.7, "pupil_color": 1}  # fmt: skip
+    retouch = {"smoothing": 0.6, "smoothing_style": 0, "whitening": 0.2, "beauty_skin_only": True}
+    stickers = engine.data / "stickers"
+    cells = [("camera", picture), ("shape", engine.apply(picture, **slim))]
+    cells += [
+        ("retouch and makeup", engine.apply(picture, **retouch, **day)),
+        ("evening", engine.apply(picture, **retouch, **evening)),
+    ]
+    cells += [("red glasses", engine.apply(picture, **{"3d_sticker": stickers / "3d/red_glasses.kld"}))]
+    cells += [
+        (name, engine.apply(picture, sticker=stickers / f"face/{name.replace(' ', '_')}.kld"))
+        for name in ("fox", "fan club", "falling sakura")
+    ]
+    cells = [
+        (label, crop(pixels, 0.5, 0.44, pixels.shape[0] * 3 // 4, pixels.shape[0] * 3 // 4)) for label, pixels in cells
+    ]
+    write_sheet(out / "faces.png", cells, 4, 320)
 
 
 def draw_stickers(engine, picture, out):
@@ -223,8 +316,12 @@ def draw_stickers(engine, picture, out):
         for seconds in (0, 1.5, 3):
             done = engine.apply(picture, seconds, sticker=engine.data / "stickers/screen" / (name + ".kld"))
             cells.append((f"{name}, {seconds} s", done))
+    for path in sorted((engine.data / "stickers/face").glob("*.kld")):
+        cells.append((path.stem, engine.apply(picture, 1, sticker=path)))
+    for path in sorted((engine.data / "stickers/3d").glob("*.kld")):
+        cells.append((path.stem, engine.apply(picture, **{"3d_sticker": path})))
     write_sheet(out / "stickers.png", cells, 3, 640)
-    # The others wait for a face: their drawings alone.
+    # Their drawings alone.
     cells = []
     for path in sorted((engine.data / "stickers").glob("*/*.kld")):
         with zipfile.ZipFile(path) as bundle:
@@ -248,6 +345,10 @@ def main():
     draw_retouch(engine, picture, out)
     draw_look(engine, picture, out)
     draw_keys(engine, picture, cut_out, out)
+    draw_shapes(engine, picture, out)
+    draw_bodies(engine, picture, out)
+    draw_makeup(engine, picture, out)
+    draw_faces(engine, picture, out)
     draw_stickers(engine, picture, out)
 
 

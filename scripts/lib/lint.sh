@@ -1,10 +1,13 @@
 # shellcheck shell=bash
 # SPDX-License-Identifier: GPL-2.0-or-later
 #
-# The three checks of scripts/format. The working folder is the root of the checkout.
+# The four checks of scripts/format. The working folder is the root of the checkout.
 
 # The version the sources are kept in shape with. Others break some lines elsewhere.
 readonly LINT_FORMAT_VERSION=14
+
+# The most sources that clang-tidy reads as one.
+readonly TIDY_BATCH=12
 
 lint_format_program() {
 	local program
@@ -19,7 +22,7 @@ lint_files() { git ls-files --cached --others --exclude-standard -- "$@"; }
 lint_sources() { lint_files '*.c' '*.h' '*.cpp' '*.hpp'; }
 
 lint_warn_about_version() {
-	"$(lint_format_program)" --version | grep -q "version $LINT_FORMAT_VERSION\." ||
+	[[ $("$(lint_format_program)" --version) == *"version $LINT_FORMAT_VERSION."* ]] ||
 		warn "this is not clang-format $LINT_FORMAT_VERSION: it may see some lines differently"
 }
 
@@ -44,14 +47,25 @@ check_scripts() {
 	((${#scripts[@]} == 0)) || shellcheck --external-sources --source-path="$KALVIO_ROOT" "${scripts[@]}"
 }
 
-# The translation units of src and engine that the preset builds: "source<tab>object".
-tidy_units() {
-	jq -r --arg root "$KALVIO_ROOT/" '.[] | select(.file | startswith($root + "src/") or startswith($root + "engine/"))
-		| .file + "\t" + (.output // (.command | capture(" -o (?<o>[^ ]+)").o))' "$1/compile_commands.json" |
-		sort -u -t $'\t' -k 1,1
+# .flake8 has the rules.
+check_python() {
+	local -a scripts
+	mapfile -t scripts < <(lint_files '*.py'; lint_files | xargs -d '\n' grep -lE --binary-files=without-match \
+		-m1 '^#!.*python3$' 2>/dev/null)
+	((${#scripts[@]} == 0)) || printf '%s\n' "${scripts[@]}" | sort -u | xargs -d '\n' flake8
 }
 
-# tidy_keys FOLDER: "key<tab>source" for each unit. The key changes with the source, our headers that it includes (as
+# tidy_database FOLDER: how the preset in FOLDER compiles what it builds of src and engine. Tests compile some of it again.
+tidy_database() {
+	jq --arg root "$KALVIO_ROOT/" '[.[] | .output //= (.command | capture(" -o (?<o>[^ ]+)").o)
+		| select((.file | startswith($root + "src/") or startswith($root + "engine/"))
+			and (.output | startswith("src/") or startswith("engine/")))]' "$1/compile_commands.json"
+}
+
+# tidy_units DATABASE: its translation units, "source<tab>object".
+tidy_units() { jq -r '.[] | .file + "\t" + .output' "$1" | sort -u -t $'\t' -k 1,1; }
+
+# tidy_keys FOLDER DATABASE: "key<tab>source" for each unit. The key changes with the source, our headers that it includes (as
 # ninja has recorded them), the rules and clang-tidy itself.
 tidy_keys() {
 	local folder=$1 source object common
@@ -67,33 +81,101 @@ tidy_keys() {
 			echo "$common"
 			printf '%s\n%s' "$source" "${headers[$object]:-}" | sort -u | xargs -d '\n' sha256sum
 		} | sha256sum | cut -c 1-40)" "$source"
-	done < <(tidy_units "$folder")
+	done < <(tidy_units "$2")
 }
 
-# One unit; quiet unless there is something to say. Its key becomes an empty file when it is clean.
-tidy_one() {
-	local folder=$1 cache=$2 key=$3 source=$4 output
-	if output=$(clang-tidy --quiet -p "$folder" "$source" 2>&1); then
+# The folder whose rules hold for a source: the next one above it that has any.
+tidy_rules() {
+	local folder
+	folder=$(dirname "$1")
+	while [[ ! -e $folder/.clang-tidy && $folder != / ]]; do
+		folder=$(dirname "$folder")
+	done
+	echo "$folder"
+}
+
+# tidy_batches CACHE: "batch<tab>key<tab>source" for each "key<tab>source" of the standard input. A batch is up to
+# TIDY_BATCH sources that are compiled alike and held to the same rules. A kernel, which includes itself for each target,
+# stays alone, as does a program.
+tidy_batches() {
+	local cache=$1 key source batch=0 count=0 group='' last=
+	declare -A flags=()
+	while IFS=$'\t' read -r source group; do
+		flags[$source]=$group
+	done < <(jq -r '.[] | .file + "\t" + (.command | sub(" -o .*"; ""))' "$cache/compile_commands.json")
+	while IFS=$'\t' read -r key source; do
+		group=$(tidy_rules "$source")${flags[$source]}
+		! grep -qE 'foreach_target|^int main\(' "$source" || group=$source
+		if [[ $group != "$last" ]] || ((count == TIDY_BATCH)); then
+			batch=$((batch + 1))
+			count=0
+		fi
+		last=$group
+		count=$((count + 1))
+		printf '%s\t%s\t%s\n' "$batch" "$key" "$source"
+	done < <(sort -t $'\t' -k 2)
+}
+
+# tidy_alone CACHE KEY SOURCE: one unit; quiet unless there is something to say. Its key becomes an empty file when
+# it is clean.
+tidy_alone() {
+	local cache=$1 key=$2 source=$3 output
+	if output=$(clang-tidy --quiet -p "$cache" "$source" 2>&1); then
 		: >"$cache/$key"
 	else
 		printf '%s\n' "$output" | grep -v 'warnings generated\|warnings treated as errors'
 		return 1
 	fi
 }
-export -f tidy_one
+
+# tidy_together CACHE LIST: the "key<tab>source" lines of the file LIST, read as one unit that includes them: nearly
+# all of the time goes into the headers that they share. The unit lies in a folder of its own with the rules of the
+# sources. When it is not clean, its halves are looked at, down to single sources: only what is found there counts, since
+# two sources may have one name for two things.
+tidy_together() {
+	local cache=$1 list=$2 unit=$2.d key source first count failed=0
+	count=$(wc -l <"$list")
+	IFS=$'\t' read -r key first <"$list"
+	if ((count == 1)); then
+		tidy_alone "$cache" "$key" "$first"
+		return
+	fi
+	mkdir -p "$unit"
+	cp "$(tidy_rules "$first")/.clang-tidy" "$unit/"
+	cut -f 2 "$list" | sed 's/.*/#include "&"/' >"$unit/unit.cpp"
+	jq --arg first "$first" --arg unit "$unit/unit.cpp" '[.[] | select(.file == $first)][:1]
+		| map({directory, file: $unit, command: ((.command | sub(" -o .*"; "")) + " -c " + ($unit | gsub(" "; "\\ ")))})' \
+		"$cache/compile_commands.json" >"$unit/compile_commands.json"
+	if clang-tidy --quiet --checks=-bugprone-suspicious-include -p "$unit" "$unit/unit.cpp" >"$unit/output" 2>&1; then
+		while IFS=$'\t' read -r key source; do
+			: >"$cache/$key"
+		done <"$list"
+		return
+	fi
+	head -n $((count / 2)) "$list" >"$list.0"
+	tail -n +$((count / 2 + 1)) "$list" >"$list.1"
+	tidy_together "$cache" "$list.0" || failed=1
+	tidy_together "$cache" "$list.1" || failed=1
+	return "$failed"
+}
+export -f tidy_rules tidy_alone tidy_together
 
 check_tidy() {
-	local folder cache key source
-	local -a todo=()
+	local folder cache batches batch key source
 	folder=$(build_folder linux)
 	cache=$KALVIO_ROOT/build/clang-tidy
-	mkdir -p "$cache"
-	while IFS=$'\t' read -r key source; do
-		[[ -e $cache/$key ]] || todo+=("$key" "$source")
-	done < <(tidy_keys "$folder")
-	((${#todo[@]})) || return 0
-	say "clang-tidy looks at $((${#todo[@]} / 2)) sources that it has not found clean yet"
+	batches=$cache/batches
+	rm -rf "$batches"
+	mkdir -p "$batches"
+	tidy_database "$folder" >"$cache/compile_commands.json"
+	while IFS=$'\t' read -r batch key source; do
+		printf '%s\t%s\n' "$key" "$source" >>"$batches/$batch"
+	done < <(tidy_keys "$folder" "$cache/compile_commands.json" | while IFS=$'\t' read -r key source; do
+		[[ -e $cache/$key ]] || printf '%s\t%s\n' "$key" "$source"
+	done | tidy_batches "$cache")
+	set -- "$batches"/*
+	[[ -e $1 ]] || return 0
+	say "clang-tidy looks at $(cat "$@" | wc -l) sources that it has not found clean yet"
 	# shellcheck disable=SC2016  # the inner bash's own arguments
-	printf '%s\0' "${todo[@]}" |
-		xargs -0 -n 2 -P "$KALVIO_JOBS" bash -c 'tidy_one "$@"' bash "$folder" "$cache"
+	printf '%s\0' "$@" | xargs -0 -n 1 -P "$KALVIO_JOBS" bash -c 'tidy_together "$@"' bash "$cache"
 }

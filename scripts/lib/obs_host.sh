@@ -11,20 +11,33 @@ readonly OBS_PROFILE=Kalvio
 # The major version of the OBS program installed here, and whether it can hold the module's Qt 6 panel. "0" without OBS.
 native_obs_major() {
 	local version
-	command -v obs >/dev/null || { echo 0 && return; }
-	version=$(obs --version 2>/dev/null | sed -n 's/.*- \([0-9]*\)\..*/\1/p')
+	version=$(obs --version 2>/dev/null | sed -n 's/.*- \([0-9]*\)\..*/\1/p') || true
 	echo "${version:-0}"
 }
 
-native_obs_is_qt6() { ldd "$(command -v obs)" 2>/dev/null | grep -q 'libQt6Core'; }
+# Asked before anything is taken out of the output: a reader that leaves at the first match ends ldd by SIGPIPE, and with
+# pipefail that looks like no match.
+native_obs_is_qt6() {
+	local libraries
+	libraries=$(ldd "$(command -v obs)" 2>/dev/null) || return 1
+	[[ $libraries == *libQt6Core* ]]
+}
 
 native_obs_usable() { (($(native_obs_major) >= 30)) && native_obs_is_qt6; }
 
-# Whether apt would install an OBS that is new enough; both systems build theirs with Qt 6 from 28 on, except Debian 12.
+# native_obs_installable MAY_UPDATE: whether apt would install an OBS that is new enough; both systems build theirs with
+# Qt 6 from 28 on, except Debian 12. On a machine without package lists, they are fetched first if MAY_UPDATE is 1.
 native_obs_installable() {
 	local version
-	version=$(apt-cache policy obs-studio 2>/dev/null | sed -n 's/^ *Candidate: *\([0-9]*\)\..*/\1/p')
-	((${version:-0} >= 30))
+	have_apt || return 1
+	version=$(package_candidate obs-studio)
+	if [[ -z $version ]] && (($1)); then
+		update_package_lists >&2
+		version=$(package_candidate obs-studio)
+	fi
+	version=${version#*:}
+	version=${version%%.*}
+	[[ $version =~ ^[0-9]+$ ]] && ((version >= 30))
 }
 
 # obs_seen HOST WORK: the path of WORK as the OBS program of HOST sees it.
@@ -34,7 +47,9 @@ obs_seen() { if [[ $1 == native ]]; then printf '%s' "$2"; else printf '/kalvio/
 obs_lib_seen() { if [[ $1 == native ]]; then printf '%s/scripts/lib' "$KALVIO_ROOT"; else printf '/kalvio/lib'; fi; }
 
 # obs_write_profile HOST WORK WIDTH HEIGHT [LANGUAGE]: settings that open OBS at once: no wizard, no update check, no
-# question at closing. 30 reads global.ini, 31 and later user.ini: both get the same text.
+# question at closing. 30 reads global.ini, 31 and later user.ini: both get the same text. What 31 finds without a version
+# or with an older one's it copies from global.ini to user.ini, and stops at a message when that is there already, unless
+# it is told that this has been done. The version is that of 30.2.3: 32 goes the same way only when there is one.
 obs_write_profile() {
 	local host=$1 work=$2 width=$3 height=$4 language=${5:-en-US} config=$2/config/obs-studio seen
 	seen=$(obs_seen "$host" "$work")
@@ -47,6 +62,8 @@ obs_write_profile() {
 		WarnedAboutClosingDocks=true
 		EnableAutoUpdates=false
 		Language=$language
+		LastVersion=503447555
+		Pre31Migrated=true
 		[Basic]
 		Profile=$OBS_PROFILE
 		ProfileDir=$OBS_PROFILE
@@ -67,6 +84,33 @@ obs_write_profile() {
 		[SimpleOutput]
 		FilePath=$seen/recordings
 	INI
+}
+
+# obs_write_look WORK LOOK: OBS starts with this look: dark or light, its own themes, and after a dash the font size of its
+# appearance settings (8 to 12), as in dark-12. OBS 30 has no such setting: there, and in 32 too, a theme of one's own
+# says it.
+obs_write_look() {
+	local config=$1/config/obs-studio theme=com.obsproject.Yami.Original file
+	[[ ${2%-*} == dark ]] || theme=com.obsproject.Yami.Light
+	if [[ $2 == *-* ]]; then
+		mkdir -p "$config/themes"
+		cat >"$config/themes/sized.ovt" <<-THEME
+			@OBSThemeMeta {
+			    name: 'Sized';
+			    id: 'org.example.Sized';
+			    extends: '$theme';
+			    author: 'Test';
+			    dark: '$([[ ${2%-*} == dark ]] && echo true || echo false)';
+			}
+			@OBSThemeVars {
+			    --font_base_value: ${2#*-};
+			}
+		THEME
+		theme=org.example.Sized
+	fi
+	for file in "$config/global.ini" "$config/user.ini"; do
+		printf '[Appearance]\nTheme=%s\n' "$theme" >>"$file"
+	done
 }
 
 # The source type that shows a file: OBS's image source knows these endings, its media source opens everything else.
@@ -153,7 +197,7 @@ obs_start() {
 	local host=$1 work=$2 seconds=$3
 	local -a limit=() options=()
 	shift 3
-	((seconds == 0)) || limit=(timeout --signal=KILL "$seconds")
+	((seconds == 0)) || limit=(obs_limited "$seconds")
 	while [[ $1 != -- ]]; do
 		options+=("$1")
 		shift
@@ -165,6 +209,34 @@ obs_start() {
 		"${limit[@]}" "$KALVIO_ROOT/scripts/lib/call" sandbox_exec "$host" "${options[@]}" \
 			--bind "$KALVIO_ROOT/scripts/lib" "$(obs_lib_seen "$host")" --bind "$work" "$(obs_seen "$host" "$work")" -- "$@"
 	fi
+}
+
+# obs_limited SECONDS COMMAND...: runs the command and kills it, with all that it has started, after SECONDS. That makes it
+# a process group of its own, which the terminal's Ctrl-C does not reach; so it is ended from here when this shell is to
+# end.
+obs_limited() {
+	local seconds=$1 group code=0
+	shift
+	timeout --signal=KILL "$seconds" "$@" &
+	group=$!
+	# shellcheck disable=SC2064  # the group that is running now
+	trap "obs_end_group $group; exit 130" INT TERM HUP
+	wait "$group" || code=$?
+	trap - INT TERM HUP
+	return "$code"
+}
+
+# obs_end_group GROUP: asks first, so that the virtual screen removes its files; five seconds later nobody is asked.
+obs_end_group() {
+	local tenth
+	trap '' INT TERM HUP
+	kill -TERM "$1" 2>/dev/null || true
+	for ((tenth = 0; tenth < 50; tenth++)); do
+		kill -0 -- "-$1" 2>/dev/null || break
+		sleep 0.1
+	done
+	kill -KILL -- "-$1" 2>/dev/null || true
+	wait "$1" 2>/dev/null || true
 }
 
 # obs_environment SEEN: fills `environment` with what keeps OBS's files inside the run's folder.

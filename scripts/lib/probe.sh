@@ -12,13 +12,14 @@ probe_install() {
 }
 
 # probe_run HOST WORK CASE SECONDS [OPTION]... [NAME=VALUE]...: one run of OBS that ends by itself, with the
-# options of obs_run.
+# options of obs_run. The libraries go by their names, and their folder by a variable of its own: the linker takes every
+# space in LD_PRELOAD for the end of a name.
 probe_run() {
 	local host=$1 work=$2 case=$3 seconds=$4 seen
 	shift 4
 	seen=$(obs_seen "$host" "$work")
 	obs_run "$host" "$work" "$seconds" "$@" KALVIO_PROBE_CASE="$case" KALVIO_PROBE_OUT="$seen/out" \
-		LD_PRELOAD="$seen/probe/libkalvio-frame-counter.so:$seen/probe/libkalvio-process-clock.so"
+		LD_LIBRARY_PATH="$seen/probe" LD_PRELOAD=libkalvio-frame-counter.so:libkalvio-process-clock.so
 }
 
 # probe_print_facts WORK: what the probe stated, as lines for people.

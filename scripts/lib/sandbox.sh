@@ -53,9 +53,10 @@ sandbox_check_user() {
 # The mirror this machine itself gets Debian from. Empty elsewhere: mmdebstrap then takes Debian's default mirror.
 sandbox_mirror() {
 	[[ -z ${KALVIO_DEBIAN_MIRROR:-} ]] || { printf '%s' "$KALVIO_DEBIAN_MIRROR" && return; }
+	have_apt || return 0
 	# shellcheck disable=SC2016  # apt's own place holder
 	apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Label: Debian' 2>/dev/null |
-		awk '/^https?:/ { print; exit }'
+		awk '/^https?:/ && !found { print; found = 1 }'
 }
 
 # sandbox_bootstrap SUITE FOLDER ARCHIVES: the recipe. Runs as root of a mount namespace of its own. The downloaded
@@ -133,7 +134,8 @@ sandbox_ensure() {
 	sandbox_stamp "$host" >"$growing/.kalvio-recipe"
 	sandbox_delete_folder "$final"
 	mv -T "$growing" "$final"
-	rm -rf -- "$archives"
+	# A test of fresh systems keeps them for the next one.
+	[[ -n ${KALVIO_KEEP_PACKAGES:-} ]] || rm -rf -- "$archives"
 	exec 9>&-
 	say "$suite sandbox: done in $((SECONDS - start)) s, OBS $(sandbox_obs_version "$host")"
 }

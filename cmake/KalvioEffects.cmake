@@ -1,0 +1,51 @@
+# The built-in effects, from data/effects.json, in the panel's order: the one list that the build of the data folder, the
+# module's catalogue, the gallery and the tests read. Sets KALVIO_FILTERS, KALVIO_BACKGROUNDS and, a list per kind,
+# KALVIO_STICKERS_face, _screen and _3d; writes the header effect_lists.h into KALVIO_GENERATED_DIR.
+set(KALVIO_GENERATED_DIR "${CMAKE_BINARY_DIR}/generated")
+set(kalvio_effects_file "${CMAKE_CURRENT_SOURCE_DIR}/data/effects.json")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${kalvio_effects_file}")
+file(READ "${kalvio_effects_file}" kalvio_effects)
+
+# kalvio_effect_ids(NAME OUT): a list of ids.
+function(kalvio_effect_ids name out)
+  string(JSON count LENGTH "${kalvio_effects}" ${name})
+  math(EXPR last "${count} - 1")
+  set(ids "")
+  foreach(index RANGE ${last})
+    string(JSON id GET "${kalvio_effects}" ${name} ${index})
+    list(APPEND ids "${id}")
+  endforeach()
+  set(${out} "${ids}" PARENT_SCOPE)
+endfunction()
+
+kalvio_effect_ids(filters KALVIO_FILTERS)
+kalvio_effect_ids(backgrounds KALVIO_BACKGROUNDS)
+
+set(kalvio_filter_rows "")
+foreach(id IN LISTS KALVIO_FILTERS)
+  string(APPEND kalvio_filter_rows "\t\"${id}\",\n")
+endforeach()
+set(kalvio_background_rows "")
+foreach(id IN LISTS KALVIO_BACKGROUNDS)
+  string(APPEND kalvio_background_rows "\t{\"${id}\", \"bg.preset.${id}\"},\n")
+endforeach()
+
+set(kalvio_sticker_rows "")
+string(JSON kalvio_count LENGTH "${kalvio_effects}" stickers)
+math(EXPR kalvio_last "${kalvio_count} - 1")
+foreach(index RANGE ${kalvio_last})
+  foreach(part IN ITEMS id kind animated)
+    string(JSON ${part} GET "${kalvio_effects}" stickers ${index} ${part})
+  endforeach()
+  if(NOT kind MATCHES "^(face|screen|3d)$")
+    message(FATAL_ERROR "data/effects.json: sticker ${id} is of the unknown kind \"${kind}\"")
+  endif()
+  list(APPEND KALVIO_STICKERS_${kind} "${id}")
+  set(is_animated false)
+  if(animated)
+    set(is_animated true)
+  endif()
+  string(APPEND kalvio_sticker_rows "\t{\"${id}\", \"${kind}\", ${is_animated}},\n")
+endforeach()
+
+configure_file("${CMAKE_CURRENT_LIST_DIR}/effect_lists.h.in" "${KALVIO_GENERATED_DIR}/effect_lists.h" @ONLY)
