@@ -17,15 +17,8 @@ file(GLOB_RECURSE found LIST_DIRECTORIES false RELATIVE "${FOLDER}/unpacked" "${
 list(TRANSFORM found REPLACE "(\\.so)\\.[0-9]+$" "\\1.N")
 file(STRINGS "${LIST}" expected)
 
-set(missing ${expected})
-list(REMOVE_ITEM missing ${found})
-set(unexpected ${found})
-list(REMOVE_ITEM unexpected ${expected})
-if(missing OR unexpected)
-  list(JOIN missing "\n  " missing)
-  list(JOIN unexpected "\n  " unexpected)
-  message(FATAL_ERROR "Missing in the package:\n  ${missing}\nNot in the list:\n  ${unexpected}")
-endif()
+include("${CMAKE_CURRENT_LIST_DIR}/compare_files.cmake")
+compare_files("in the package")
 
 file(GLOB_RECURSE files LIST_DIRECTORIES false "${FOLDER}/unpacked/*")
 foreach(file IN LISTS files)

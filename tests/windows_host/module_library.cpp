@@ -3,6 +3,7 @@
 
 #include <array>
 #include <system_error>
+#include <vector>
 #include <windows.h>
 
 namespace kalvio::test {
@@ -11,6 +12,16 @@ namespace {
 std::system_error last_error(const std::string &what)
 {
 	return {static_cast<int>(GetLastError()), std::system_category(), what};
+}
+
+std::vector<char> version_resource(const std::filesystem::path &file)
+{
+	DWORD ignored = 0;
+	std::vector<char> resource(GetFileVersionInfoSizeW(file.c_str(), &ignored));
+	if (resource.empty() ||
+	    !GetFileVersionInfoW(file.c_str(), 0, static_cast<DWORD>(resource.size()), resource.data()))
+		return {};
+	return resource;
 }
 
 // In a running host both of its libraries are loaded long before a module is.
@@ -45,6 +56,30 @@ std::filesystem::path folder_of_library(const wchar_t *file_name)
 	if (!handle || !GetModuleFileNameW(handle, path.data(), static_cast<DWORD>(path.size())))
 		return {};
 	return std::filesystem::path(path.data()).parent_path();
+}
+
+std::string version_of_library(const std::filesystem::path &file)
+{
+	const std::vector<char> resource = version_resource(file);
+	void *found = nullptr;
+	UINT size = 0;
+	if (resource.empty() || !VerQueryValueW(resource.data(), L"\\", &found, &size))
+		return {};
+	const auto &fixed = *static_cast<const VS_FIXEDFILEINFO *>(found);
+	return std::to_string(HIWORD(fixed.dwFileVersionMS)) + "." + std::to_string(LOWORD(fixed.dwFileVersionMS)) +
+	       "." + std::to_string(HIWORD(fixed.dwFileVersionLS)) + "." +
+	       std::to_string(LOWORD(fixed.dwFileVersionLS));
+}
+
+std::string version_text_of_library(const std::filesystem::path &file, const std::string &name)
+{
+	const std::vector<char> resource = version_resource(file);
+	const std::string place = "\\StringFileInfo\\040904b0\\" + name;
+	void *found = nullptr;
+	UINT size = 0;
+	if (resource.empty() || !VerQueryValueA(resource.data(), place.c_str(), &found, &size))
+		return {};
+	return static_cast<const char *>(found);
 }
 
 } // namespace kalvio::test

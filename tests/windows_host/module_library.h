@@ -29,4 +29,8 @@ private:
 // Where the library of this file name was loaded from; empty when it is not loaded.
 std::filesystem::path folder_of_library(const wchar_t *file_name);
 
+// The version in a library's properties, "1.2.3.0", and a text of its version resource; empty where it has none.
+std::string version_of_library(const std::filesystem::path &file);
+std::string version_text_of_library(const std::filesystem::path &file, const std::string &name);
+
 } // namespace kalvio::test

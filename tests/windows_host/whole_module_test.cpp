@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "frontend_double.h"
+#include "kalvio_config.h"
 #include "kit/allocation_check.h"
 #include "kit/config_double.h"
 #include "kit/host_double.h"
@@ -24,9 +25,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Of the module of this build, or of one that was built with another engine. UTF-8.
+std::string program_folder_utf8()
+{
+	return qEnvironmentVariable("KALVIO_TEST_OTHER_MODULE", QStringLiteral(KALVIO_TEST_PROGRAM_FOLDER))
+		.toStdString();
+}
+
 fs::path program_folder()
 {
-	constexpr std::string_view path = KALVIO_TEST_PROGRAM_FOLDER;
+	const std::string path = program_folder_utf8();
 	return std::u8string(path.begin(), path.end());
 }
 
@@ -71,7 +79,7 @@ protected:
 		host_double().reset();
 		camera_.emplace("Camera");
 		camera_->picture = solid_picture(64, 36, {180, 120, 100, 255});
-		host_double().set_data_folder(KALVIO_TEST_PROGRAM_FOLDER "/data");
+		host_double().set_data_folder(program_folder_utf8() + "/data");
 		frontend_ = std::make_unique<FrontendDouble>();
 		frontend_->locale = language;
 		module().function<void(obs_module_t *)>("obs_module_set_pointer")(
@@ -167,6 +175,32 @@ TEST_F(WholeModule, LoadsWithTheEngineBesideIt)
 	EXPECT_EQ(log_.count({LOG_INFO, "[Kalvio] loading OBS filter MVP"}), 1u);
 	quit();
 	EXPECT_EQ(log_.count({LOG_INFO, "[Kalvio] unloaded"}), 1u);
+}
+
+TEST_F(WholeModule, SaysItsVersionInTheFilesProperties)
+{
+	for (const std::string name : {"obs-kalvio.dll", "kalvio.dll"}) {
+		const fs::path file = program_folder() / "bin" / "64bit" / name;
+		EXPECT_EQ(version_of_library(file), std::string(version) + ".0") << name;
+		EXPECT_EQ(version_text_of_library(file, "ProductVersion"), version) << name;
+		EXPECT_EQ(version_text_of_library(file, "OriginalFilename"), name);
+	}
+}
+
+// The stand-in turns each picture into its negative.
+TEST_F(WholeModule, SendsItsFramesToAnotherEngine)
+{
+	if (!qEnvironmentVariableIsSet("KALVIO_TEST_OTHER_MODULE"))
+		GTEST_SKIP() << "KALVIO_TEST_OTHER_MODULE names no module with another engine";
+	start();
+	EXPECT_TRUE(fs::equivalent(folder_of_library(L"stand_in_engine.dll"), program_folder() / "bin" / "64bit"));
+	EXPECT_EQ(folder_of_library(L"kalvio.dll"), fs::path());
+	add_filter();
+	choose("whitening", 1.0);
+	const Picture shown = render();
+	ASSERT_FALSE(shown.rgba.empty());
+	EXPECT_EQ(shown.rgba[0], 255 - camera_->picture.rgba[0]);
+	quit();
 }
 
 TEST_F(WholeModule, SpeaksTheHostsLanguage)

@@ -392,6 +392,38 @@ void switched_collections_keep_their_values()
 	check(selector && selector->currentIndex() == 0, "all sources are still chosen");
 }
 
+// The Sources dock
+
+// Selects this source alone in the scene, as a click in the dock does.
+void select_source(const char *name)
+{
+	const OBSSceneAutoRelease scene = current_scene();
+	obs_scene_enum_items(
+		scene,
+		[](obs_scene_t *, obs_sceneitem_t *item, void *wanted) {
+			const char *const of_item = obs_source_get_name(obs_sceneitem_get_source(item));
+			obs_sceneitem_select(item, QByteArray(of_item) == static_cast<const char *>(wanted));
+			return true;
+		},
+		const_cast<char *>(name));
+	let_polls_pass();
+}
+
+void panel_follows_the_sources_dock()
+{
+	if (!placed_dock())
+		return;
+	add_source_with_filters("Two", {0.25});
+	add_source_with_filters("Three", {0.5});
+	const auto *const selector = dock()->findChild<QComboBox *>();
+	select_source("Three");
+	check(selector->currentText() == "Three", "the panel drives the selected source", selector->currentText());
+	select_source("Two");
+	check(selector->currentText() == "Two", "and the one that is selected next", selector->currentText());
+	check_smoothing("Two", "Filter 1", 0.25, "after it was selected");
+	check_smoothing("Three", "Filter 1", 0.5, "after it was selected");
+}
+
 constexpr ProbeCase cases[] = {
 	{"DockIsThereAtFirstStart", dock_is_there_at_first_start},
 	{"DockStaysHiddenWhenUnwanted", dock_stays_hidden_when_unwanted},
@@ -403,6 +435,7 @@ constexpr ProbeCase cases[] = {
 	{"DockIsAtTheTopFloatsAndDocks", dock_is_at_the_top_floats_and_docks},
 	{"DockIsRightAfterFloating", dock_is_right_after_floating},
 	{"PropertiesAreCentred", properties_are_centred},
+	{"PanelFollowsTheSourcesDock", panel_follows_the_sources_dock},
 	{"SwitchedCollectionsKeepTheirValues", switched_collections_keep_their_values},
 };
 

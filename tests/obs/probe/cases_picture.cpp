@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "driver.h"
+#include "panel_driver.h"
 #include "probe_case.h"
 #include "report.h"
 #include "test_clip.h"
+
+#include <QSlider>
 
 namespace kalvio::probe {
 
@@ -73,6 +76,44 @@ void changed_setting_changes_picture()
 	check_filtered(source, "weak whitening");
 }
 
+bool is_still(uint64_t frame, uint64_t frames)
+{
+	for (uint64_t back = 0; back < frames; ++back) {
+		if (kalvio_probe_changed_pixels(frame - back) > 0)
+			return false;
+	}
+	return true;
+}
+
+// The face is followed already, and at rest.
+void shape_slider_changes_the_next_frame()
+{
+	constexpr uint64_t frames_to_settle = 60;
+	constexpr uint64_t frames_at_rest = 20;
+	check_frames_are_processed(frames_to_settle);
+	check(wait_until([] { return is_still(frame_count().processed, frames_at_rest); }), "the picture is at rest");
+	show_page(1);
+	QSlider *slider = nullptr;
+	for (auto *candidate : panel()->findChildren<QSlider *>())
+		if (candidate->isVisible() && candidate->value() == 10)
+			slider = candidate;
+	if (!check(slider, "the page of the face has the slider that the scene has moved"))
+		return;
+	const uint64_t before = frame_count().processed;
+	slider->setValue(slider->maximum());
+	check_frames_are_processed(frames_at_rest);
+	uint64_t changed = before + 1;
+	while (changed < before + frames_at_rest && kalvio_probe_changed_pixels(changed) == 0)
+		++changed;
+	// The frame that OBS had begun is the first.
+	check(changed <= before + 2, "the next frame has the new shape",
+	      QString("frame %1 after it").arg(changed - before));
+	check(kalvio_probe_changed_pixels(changed) > 50, "for everybody to see",
+	      QString::number(kalvio_probe_changed_pixels(changed)));
+	check(kalvio_probe_changed_pixels(changed + 2) == 0, "and it does not come little by little",
+	      QString::number(kalvio_probe_changed_pixels(changed + 2)));
+}
+
 void async_video_is_processed()
 {
 	const QImage picture = source_file_picture().copy(0, 0, 160, 90);
@@ -138,6 +179,7 @@ constexpr ProbeCase cases[] = {
 	{"FilterProcessesPicture", filter_processes_picture},
 	{"NeutralFilterKeepsEveryPixel", neutral_filter_keeps_every_pixel},
 	{"EnabledSettingOffKeepsEveryPixel", enabled_setting_off_keeps_every_pixel},
+	{"ShapeSliderChangesTheNextFrame", shape_slider_changes_the_next_frame},
 	{"ChangedSettingChangesPicture", changed_setting_changes_picture},
 	{"AsyncVideoIsProcessed", async_video_is_processed},
 	{"SizeChangeIsFollowed", size_change_is_followed},

@@ -2,8 +2,8 @@
 #include "driver.h"
 #include "log_tap.h"
 #include "probe_case.h"
-#include "process_clock.h"
 #include "report.h"
+#include "update_server.h"
 
 #include <QAbstractButton>
 #include <QComboBox>
@@ -11,18 +11,15 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QLabel>
-#include <QSaveFile>
 #include <QScrollArea>
 #include <algorithm>
 #include <ctime>
-#include <dlfcn.h>
 #include <obs-module.h>
 
 namespace kalvio::probe {
 
 namespace {
 
-constexpr std::int64_t check_interval_s = 21'600;
 constexpr std::int64_t day_s = 86'400;
 constexpr int polls_ms = 700; // a few of the panel's polls
 
@@ -36,34 +33,6 @@ void let_polls_pass()
 }
 
 // The server
-
-// A file of the download server's folder (KALVIO_PROBE_SERVER), "" while it does not exist.
-QByteArray server_file(const QString &name)
-{
-	QFile file(setting("KALVIO_PROBE_SERVER") + '/' + name);
-	return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void put_manifest_on_server(const QJsonObject &manifest)
-{
-	QSaveFile file(setting("KALVIO_PROBE_SERVER") + "/latest.json");
-	const bool written =
-		file.open(QIODevice::WriteOnly) && file.write(QJsonDocument(manifest).toJson()) > 0 && file.commit();
-	check(written, "the server has another manifest");
-}
-
-void put_clock_forward(std::int64_t seconds)
-{
-	static auto *const put = reinterpret_cast<decltype(&kalvio_probe_put_clock_forward)>(
-		dlsym(RTLD_DEFAULT, "kalvio_probe_put_clock_forward"));
-	if (check(put, "the clock can be put forward"))
-		put(seconds);
-}
-
-std::string line_of_check(const char *latest, const char *force_below)
-{
-	return std::string("[Kalvio] update check latest=") + latest + " force_below=" + force_below;
-}
 
 // Waits for the check that OBS makes at its start.
 void check_is_made_at_start(const char *latest, const char *force_below = "")

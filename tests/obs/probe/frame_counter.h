@@ -19,3 +19,7 @@ struct FrameCount {
 } // namespace kalvio::probe
 
 extern "C" void kalvio_probe_frame_count(kalvio::probe::FrameCount *count);
+
+// How many of the looked-at pixels (one of 16) of a processed frame differ from the one before by more than a person
+// overlooks. `frame` is the value of `processed` after it; 0 for one that is not among the last 256.
+extern "C" uint64_t kalvio_probe_changed_pixels(uint64_t frame);

@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QDateTime>
+#include <QPointer>
 #include <QTimer>
 #include <cstdlib>
 #include <obs-frontend-api.h>
@@ -25,8 +26,9 @@ constexpr int exit_failed = 99;
 
 const ProbeCase *find_case(const QString &name)
 {
-	for (const auto table : {picture_cases, filter_cases, host_cases, dock_cases, drag_cases, live_cases,
-				 undo_cases, failure_cases, update_cases, sample_cases})
+	for (const auto table :
+	     {picture_cases, filter_cases, host_cases, dock_cases, drag_cases, live_cases, look_cases, hotkey_cases,
+	      value_cases, undo_cases, failure_cases, update_cases, grab_cases, sample_cases, soak_cases})
 		for (const ProbeCase &entry : table())
 			if (name == entry.name)
 				return &entry;
@@ -62,11 +64,15 @@ void run_case()
 	main_window()->close(); // the way of File > Exit: save, unload, free
 }
 
-// Whatever waits for the user would wait for ever.
+// Whatever waits for the user would wait for ever. A case may open a box and answer it, so one counts that was there at
+// the last look too.
 void look_for_modal_box()
 {
+	static QPointer<QWidget> last;
 	QWidget *const box = QApplication::activeModalWidget();
-	if (!box)
+	const bool is_waiting = box && box == last;
+	last = box;
+	if (!is_waiting)
 		return;
 	check(false, "no modal box opens",
 	      QString("%1 \"%2\"").arg(box->metaObject()->className(), box->windowTitle()));

@@ -1,0 +1,12 @@
+# compare_files(WHERE): ends with an error that names the files in which the lists `found` and `expected` differ.
+function(compare_files where)
+  set(missing ${expected})
+  list(REMOVE_ITEM missing ${found})
+  set(unexpected ${found})
+  list(REMOVE_ITEM unexpected ${expected})
+  if(missing OR unexpected)
+    list(JOIN missing "\n  " missing)
+    list(JOIN unexpected "\n  " unexpected)
+    message(FATAL_ERROR "Missing ${where}:\n  ${missing}\nNot in the list:\n  ${unexpected}")
+  endif()
+endfunction()
