@@ -8,7 +8,6 @@
 #include "panel/widgets/icons.h"
 #include "panel/widgets/rows.h"
 #include "panel/widgets/source_selector.h"
-#include "panel/widgets/toggle.h"
 
 #include <QHBoxLayout>
 #include <QSignalBlocker>
@@ -91,7 +90,7 @@ void HeaderBar::fit_height()
 void HeaderBar::refresh()
 {
 	const Targeting &state = targeting();
-	show_checked(*live_toggle_, state.parameters.enabled);
+	live_toggle_->show_checked(state.parameters.enabled);
 	refresh_selector();
 	live_toggle_->setEnabled(!state.update.forced);
 	selector_->setEnabled(!state.update.forced);

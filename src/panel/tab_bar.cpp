@@ -3,6 +3,7 @@
 
 #include "panel/widgets/accessible_controls.h"
 #include "panel/widgets/icons.h"
+#include "panel/widgets/palette.h"
 #include "panel/widgets/rows.h"
 #include "panel/widgets/smooth_button.h"
 #include "panel/widgets/tab_dot.h"
@@ -32,8 +33,8 @@ constexpr TabEntry tab_entries[] = {
 
 constexpr int glyph_pixel_size = 16;
 constexpr int side_margin = 2;
-constexpr QColor current_color(0x0a, 0x0a, 0x0a);
-constexpr QColor other_color(0x9c, 0xa3, 0xaf);
+constexpr QColor current_color = palette::text_on_white;
+constexpr QColor other_color = palette::muted_text;
 
 QString caption_style(const QColor &color)
 {
@@ -113,8 +114,8 @@ void TabBar::show_current(int index)
 		const QColor &color = i == index ? current_color : other_color;
 		tab.button->setChecked(i == index);
 		tab.button->bg_normal = Qt::transparent;
-		tab.button->bg_hover = QColor(255, 255, 255, 18);
-		tab.button->bg_checked = Qt::white;
+		tab.button->bg_hover = palette::translucent_white(18);
+		tab.button->bg_checked = palette::white;
 		tab.button->update();
 		tab.dot->show_on_current(i == index);
 		tab.glyph->setStyleSheet(glyph_label_style(color, glyph_pixel_size));

@@ -147,4 +147,31 @@ TEST(Sources, AreUtf8WithoutByteOrderMark)
 	EXPECT_FALSE(is_utf8("\xE9 "));
 }
 
+// --- The panel's colors
+
+std::set<std::string> colors_in(const std::string &text, const std::regex &pattern)
+{
+	std::set<std::string> colors;
+	for (std::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end; ++match)
+		colors.insert((*match)[1]);
+	return colors;
+}
+
+TEST(Sources, TakeTheColorsOfThePanelFromItsPalette)
+{
+	static const std::regex in_palette(R"(\brgb\(0x([0-9a-f]{6})\))");
+	static const std::regex in_style_sheet(R"(#([0-9a-fA-F]{6})\b)");
+	static const std::regex of_its_own(R"(\bQColor\b[^;(){}]*[({][0-9]|Qt::(white|black)\b)");
+	const fs::path palette = root / "src/panel/widgets/palette.h";
+	const std::set<std::string> colors = colors_in(content_of(palette), in_palette);
+	for (const fs::path &file : sources_in(root / "src/panel")) {
+		if (file == palette)
+			continue;
+		const std::string content = content_of(file);
+		for (const std::string &color : colors_in(content, in_style_sheet))
+			EXPECT_TRUE(colors.contains(color)) << file << ": #" << color;
+		EXPECT_FALSE(std::regex_search(code_of(file), of_its_own)) << file;
+	}
+}
+
 } // namespace

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/widgets/check_box.h"
 #include "panel/widgets/switch.h"
-#include "panel/widgets/toggle.h"
 
 #include "pixels.h"
 #include "user_events.h"
@@ -106,7 +105,7 @@ TEST(CheckBoxTest, ShowsATickOnlyWhenChecked)
 	EXPECT_TRUE(is_color(on, 7, 12, QColor(11, 12, 16), 40)); // the low point of the tick
 }
 
-template <class Toggle>
+template <class Control>
 class ToggleTest : public testing::Test {
 protected:
 	ToggleTest()
@@ -117,7 +116,7 @@ protected:
 		};
 	}
 
-	Toggle toggle;
+	Control toggle;
 	std::vector<bool> told;
 };
 
@@ -167,7 +166,7 @@ TYPED_TEST(ToggleTest, IgnoresClicksWhileDisabled)
 
 TYPED_TEST(ToggleTest, ShowingAStateTellsNobody)
 {
-	show_checked(this->toggle, true);
+	this->toggle.show_checked(true);
 	EXPECT_TRUE(this->toggle.checked);
 	EXPECT_TRUE(this->told.empty());
 }

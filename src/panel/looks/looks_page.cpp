@@ -6,7 +6,6 @@
 #include "panel/model/targeting.h"
 #include "panel/pages/page_scroll.h"
 #include "panel/widgets/focus_ring.h"
-#include "panel/widgets/icons.h"
 #include "panel/widgets/keyboard.h"
 #include "panel/widgets/picture_tile.h"
 #include "panel/widgets/rows.h"
@@ -83,7 +82,7 @@ LooksPage::LooksPage(Rows &rows, std::function<void()> go_back, QWidget *parent)
 	auto *layout = new QVBoxLayout(this);
 	layout->setContentsMargins(0, 0, 0, 8);
 	layout->setSpacing(spacing);
-	add_back_row(layout, std::move(go_back));
+	rows_.addBackRow(layout, 0, std::move(go_back));
 	content_ = new QWidget(this);
 	layout->addWidget(content_, 1);
 	auto *content_layout = new QVBoxLayout(content_);
@@ -98,22 +97,6 @@ LooksPage::LooksPage(Rows &rows, std::function<void()> go_back, QWidget *parent)
 }
 
 LooksPage::~LooksPage() = default;
-
-void LooksPage::add_back_row(QVBoxLayout *layout, std::function<void()> go_back)
-{
-	auto *row = new QHBoxLayout;
-	row->setContentsMargins(12, 0, 12, 0);
-	layout->addLayout(row);
-	auto *button = new QPushButton(this);
-	button->setObjectName(QStringLiteral("headBtn"));
-	button->setCursor(Qt::PointingHandCursor);
-	button->setIcon(makeGlyphIcon(glyph::back, 15, QColor(0xe5, 0xe7, 0xeb)));
-	button->setIconSize({16, 16});
-	rows_.add_translation([button] { button->setText(translated("settings.back")); });
-	connect(button, &QPushButton::clicked, this, [go_back = std::move(go_back)] { go_back(); });
-	row->addWidget(button, 0, Qt::AlignLeft);
-	row->addStretch(1);
-}
 
 void LooksPage::add_built_in(QVBoxLayout *layout)
 {

@@ -30,7 +30,6 @@ public:
 	void refresh(bool is_usable);
 
 private:
-	void add_back_row(QVBoxLayout *layout, std::function<void()> go_back);
 	void add_built_in(QVBoxLayout *layout);
 	void add_own(QVBoxLayout *layout);
 	void add_actions(QVBoxLayout *layout);

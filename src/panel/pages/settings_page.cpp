@@ -8,7 +8,6 @@
 #include "panel/widgets/icons.h"
 #include "panel/widgets/rows.h"
 #include "panel/widgets/switch.h"
-#include "panel/widgets/toggle.h"
 
 #include <QFrame>
 #include <QHBoxLayout>
@@ -72,28 +71,11 @@ SettingsPage::SettingsPage(Rows &rows, std::function<void()> go_back, QWidget *p
 	auto *layout = new QVBoxLayout(this);
 	layout->setContentsMargins(0, 0, 0, 0);
 	layout->setSpacing(0);
-	add_back_row(layout, std::move(go_back));
+	rows_.addBackRow(layout, 8, std::move(go_back));
 	add_choices(layout);
 
 	layout->addWidget(make_divider(this));
 	add_about(layout);
-}
-
-void SettingsPage::add_back_row(QVBoxLayout *layout, std::function<void()> go_back)
-{
-	auto *row = new QHBoxLayout;
-	row->setContentsMargins(12, 0, 12, 8);
-	layout->addLayout(row);
-	auto *button = new QPushButton(this);
-	button->setObjectName(QStringLiteral("headBtn"));
-	button->setCheckable(false);
-	button->setCursor(Qt::PointingHandCursor);
-	button->setIcon(makeGlyphIcon(glyph::back, 15, QColor(0xe5, 0xe7, 0xeb)));
-	button->setIconSize({16, 16});
-	rows_.add_translation([button] { button->setText(translated("settings.back")); });
-	connect(button, &QPushButton::clicked, this, [go_back = std::move(go_back)] { go_back(); });
-	row->addWidget(button, 0, Qt::AlignLeft);
-	row->addStretch(1);
 }
 
 void SettingsPage::add_choices(QVBoxLayout *layout)
@@ -152,8 +134,8 @@ void SettingsPage::add_about(QVBoxLayout *layout)
 
 void SettingsPage::refresh()
 {
-	show_checked(*open_on_startup_, ui_preferences().open_on_startup);
-	show_checked(*follow_sources_, ui_preferences().follow_sources);
+	open_on_startup_->show_checked(ui_preferences().open_on_startup);
+	follow_sources_->show_checked(ui_preferences().follow_sources);
 	version_->setText(translated("settings.version") + u' ' + QLatin1String(version));
 }
 

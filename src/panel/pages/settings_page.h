@@ -21,7 +21,6 @@ public:
 	void refresh();
 
 private:
-	void add_back_row(QVBoxLayout *layout, std::function<void()> go_back);
 	void add_choices(QVBoxLayout *layout);
 	Switch *add_switch(QVBoxLayout *layout, const char *key, bool UiPreferences::*choice);
 	void add_about(QVBoxLayout *layout);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/model/targeting.h"
 #include "panel/pages/pages.h"
+#include "panel/widgets/palette.h"
 #include "panel/widgets/rows.h"
 
 #include <QFrame>
@@ -14,14 +15,9 @@ constexpr int style_columns = 4;
 constexpr int color_columns = 3;
 constexpr int pupil_columns = 4;
 
-constexpr QColor rgb(unsigned hex)
-{
-	return {static_cast<int>(hex >> 16 & 0xff), static_cast<int>(hex >> 8 & 0xff), static_cast<int>(hex & 0xff)};
-}
-
 constexpr Swatch blend(unsigned start, unsigned end)
 {
-	return {rgb(start), rgb(end)};
+	return {palette::rgb(start), palette::rgb(end)};
 }
 
 constexpr Swatch plain(unsigned color)

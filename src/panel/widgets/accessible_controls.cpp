@@ -1,31 +1,17 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/widgets/accessible_controls.h"
 
-#include "panel/widgets/check_box.h"
 #include "panel/widgets/smooth_button.h"
-#include "panel/widgets/switch.h"
 #include "panel/widgets/toggle.h"
 
 #include <QAccessible>
 #include <QAccessibleWidget>
 
 namespace kalvio {
-
-void announce_checked_change(QWidget &toggle)
-{
-	if (!QAccessible::isActive())
-		return;
-	QAccessible::State changed;
-	changed.checked = true;
-	QAccessibleStateChangeEvent event(&toggle, changed);
-	QAccessible::updateAccessibility(&event);
-}
-
 namespace {
 
 constexpr const char *tab_property = "accessibleTab";
 
-template <class Toggle>
 class AccessibleToggle : public QAccessibleWidget {
 public:
 	explicit AccessibleToggle(Toggle *toggle) : QAccessibleWidget(toggle, QAccessible::CheckBox), toggle_(toggle) {}
@@ -51,7 +37,7 @@ public:
 		if (name != toggleAction())
 			QAccessibleWidget::doAction(name);
 		else if (toggle_->isEnabled())
-			toggle_by_user(*toggle_);
+			toggle_->toggle_by_user();
 	}
 
 private:
@@ -94,9 +80,7 @@ private:
 
 QAccessibleInterface *make_accessible(const QString & /*class_name*/, QObject *object)
 {
-	if (auto *toggle = qobject_cast<Switch *>(object))
-		return new AccessibleToggle(toggle);
-	if (auto *toggle = qobject_cast<CheckBox *>(object))
+	if (auto *toggle = qobject_cast<Toggle *>(object))
 		return new AccessibleToggle(toggle);
 	auto *button = qobject_cast<SmoothButton *>(object);
 	return button && button->property(tab_property).toBool() ? new AccessibleTab(button) : nullptr;

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/widgets/caption_label.h"
 
+#include "panel/widgets/palette.h"
+
 #include <QMouseEvent>
 #include <QPainter>
 #include <algorithm>
@@ -9,7 +11,7 @@
 namespace kalvio {
 namespace {
 
-constexpr QColor changed_color(0xff, 0xff, 0xff);
+constexpr QColor changed_color = palette::white;
 
 } // namespace
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/widgets/check_box.h"
 
-#include "panel/widgets/toggle.h"
+#include "panel/widgets/palette.h"
 
 #include <QPainter>
 #include <QPainterPath>
@@ -9,10 +9,6 @@
 namespace kalvio {
 namespace {
 
-constexpr QColor frame_color(107, 114, 128);
-constexpr QColor empty_fill(32, 35, 43);
-constexpr QColor checked_fill(243, 244, 246);
-constexpr QColor tick_color(11, 12, 16);
 constexpr qreal frame_width = 1.5;
 constexpr qreal tick_width = 2.0;
 constexpr qreal corner_radius = 3;
@@ -28,18 +24,9 @@ QPainterPath tick(const QRectF &box)
 
 } // namespace
 
-CheckBox::CheckBox(QWidget *parent) : QWidget(parent) {}
-
-CheckBox::~CheckBox() = default;
-
 QSize CheckBox::sizeHint() const
 {
 	return {18, 18};
-}
-
-void CheckBox::mouseReleaseEvent(QMouseEvent *event)
-{
-	release_over_toggle(*this, *event);
 }
 
 void CheckBox::paintEvent(QPaintEvent * /*event*/)
@@ -50,13 +37,13 @@ void CheckBox::paintEvent(QPaintEvent * /*event*/)
 		painter.setOpacity(disabled_toggle_opacity);
 
 	const QRectF box = QRectF(rect()).adjusted(1.5, 1.5, -1.5, -1.5);
-	painter.setPen(checked ? QPen(Qt::NoPen) : QPen(frame_color, frame_width));
-	painter.setBrush(checked ? checked_fill : empty_fill);
+	painter.setPen(checked ? QPen(Qt::NoPen) : QPen(palette::outline, frame_width));
+	painter.setBrush(checked ? palette::text : palette::surface);
 	painter.drawRoundedRect(box, corner_radius, corner_radius);
 	if (!checked)
 		return;
 	painter.setBrush(Qt::NoBrush);
-	painter.setPen(QPen(tick_color, tick_width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+	painter.setPen(QPen(palette::background, tick_width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
 	painter.drawPath(tick(box));
 }
 

@@ -1,26 +1,20 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include <QWidget>
-#include <functional>
+#include "panel/widgets/toggle.h"
 
 namespace kalvio {
 
-// A check box that paints itself. Change `checked` through show_checked (toggle.h).
-class CheckBox : public QWidget {
+// A check box that paints itself.
+class CheckBox : public Toggle {
 	Q_OBJECT
 
 public:
-	explicit CheckBox(QWidget *parent = nullptr);
-	~CheckBox() override;
+	using Toggle::Toggle;
 
 	QSize sizeHint() const override; // 18 x 18
 
-	bool checked = false;
-	std::function<void(bool)> on_toggled; // the user's changes only; takes the new state
-
 protected:
-	void mouseReleaseEvent(QMouseEvent *event) override;
 	void paintEvent(QPaintEvent *event) override;
 };
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/widgets/focus_ring.h"
 
+#include "panel/widgets/palette.h"
+
 #include <QEvent>
 #include <QFocusEvent>
 #include <QPainter>
@@ -10,7 +12,7 @@
 namespace kalvio {
 namespace {
 
-constexpr QColor ring_color(0x60, 0xa5, 0xfa);
+constexpr QColor ring_color = palette::accent;
 constexpr int ring_gap = 3; // between the control and the outer edge of the ring
 constexpr qreal ring_width = 2;
 constexpr qreal ring_radius = 8;

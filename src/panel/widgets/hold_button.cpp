@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/widgets/hold_button.h"
 
+#include "panel/widgets/palette.h"
+
 #include <QEvent>
 #include <QMouseEvent>
 
@@ -8,8 +10,8 @@ namespace kalvio {
 namespace {
 
 // 8.3 : 1
-constexpr QColor held_fill(0xfb, 0xbf, 0x24);
-constexpr QColor held_text(0x20, 0x1b, 0x12);
+constexpr QColor held_fill = palette::held;
+constexpr QColor held_text = palette::alert_fill;
 
 } // namespace
 

@@ -2,6 +2,7 @@
 #include "panel/widgets/icons.h"
 
 #include "host/module_files.h"
+#include "panel/widgets/palette.h"
 
 #include <QFont>
 #include <QFontDatabase>
@@ -97,7 +98,7 @@ QPushButton *makeHeadIcon(const char *glyph, const QString &tool_tip, bool check
 	button->setCursor(Qt::PointingHandCursor);
 	button->setCheckable(checkable);
 	button->setToolTip(tool_tip);
-	button->setIcon(makeGlyphIcon(glyph, 16, QColor(0xe5, 0xe7, 0xeb)));
+	button->setIcon(makeGlyphIcon(glyph, 16, palette::control_text));
 	button->setIconSize({16, 16});
 	button->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
 	return button;
@@ -115,7 +116,7 @@ QPushButton *makeIconButton(const char *glyph, int glyph_pixel_size, int side, Q
 	auto *label = new QLabel(QString::fromUtf8(glyph), button);
 	label->setAttribute(Qt::WA_TransparentForMouseEvents);
 	label->setAlignment(Qt::AlignCenter);
-	label->setStyleSheet(glyph_label_style(QColor(0x9c, 0xa3, 0xaf), glyph_pixel_size));
+	label->setStyleSheet(glyph_label_style(palette::muted_text, glyph_pixel_size));
 	layout->addWidget(label);
 	return button;
 }

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/widgets/keyboard.h"
 
-#include "panel/widgets/check_box.h"
 #include "panel/widgets/hold_button.h"
 #include "panel/widgets/smooth_button.h"
-#include "panel/widgets/switch.h"
 #include "panel/widgets/toggle.h"
 
 #include <QButtonGroup>
@@ -25,10 +23,8 @@ void activate(QObject &control)
 {
 	if (auto *button = qobject_cast<QAbstractButton *>(&control))
 		button->click();
-	else if (auto *toggle = qobject_cast<Switch *>(&control))
-		toggle_by_user(*toggle);
-	else if (auto *check_box = qobject_cast<CheckBox *>(&control))
-		toggle_by_user(*check_box);
+	else if (auto *toggle = qobject_cast<Toggle *>(&control))
+		toggle->toggle_by_user();
 }
 
 class KeyActivation : public QObject {
@@ -67,13 +63,9 @@ void make_operable_by_keyboard(QWidget &root)
 		if (!qobject_cast<HoldButton *>(button))
 			button->installEventFilter(activation);
 	}
-	for (auto *toggle : root.findChildren<Switch *>()) {
+	for (auto *toggle : root.findChildren<Toggle *>()) {
 		toggle->setFocusPolicy(Qt::TabFocus);
 		toggle->installEventFilter(activation);
-	}
-	for (auto *check_box : root.findChildren<CheckBox *>()) {
-		check_box->setFocusPolicy(Qt::TabFocus);
-		check_box->installEventFilter(activation);
 	}
 	// NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): `activation` belongs to `root`
 	for (auto *group : root.findChildren<QButtonGroup *>()) {

@@ -4,6 +4,7 @@
 #include "host/module_files.h"
 #include "panel/widgets/elided_label.h"
 #include "panel/widgets/icons.h"
+#include "panel/widgets/palette.h"
 #include "panel/widgets/rows.h"
 #include "params/effect_catalog.h"
 
@@ -24,7 +25,7 @@ QPixmap shown_picture(const QPixmap &picture, const QSize &size)
 	if (!picture.isNull())
 		return picture;
 	QPixmap plain(size);
-	plain.fill(QColor(0x20, 0x23, 0x2b));
+	plain.fill(palette::surface);
 	return plain;
 }
 
@@ -40,7 +41,7 @@ PictureTile::PictureTile(const QPixmap &picture, const QSize &size, QWidget *par
 	setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 	setIcon(QIcon(shown));
 	setIconSize(size);
-	border_checked = Qt::white;
+	border_checked = palette::white;
 	border_width[1] = 2.0;
 
 	auto *layout = new QVBoxLayout(this);

@@ -6,9 +6,9 @@
 #include "panel/widgets/caption_label.h"
 #include "panel/widgets/elided_label.h"
 #include "panel/widgets/icons.h"
+#include "panel/widgets/palette.h"
 #include "panel/widgets/smooth_button.h"
 #include "panel/widgets/switch.h"
-#include "panel/widgets/toggle.h"
 
 #include <QApplication>
 #include <QButtonGroup>
@@ -34,11 +34,11 @@ void show_as_swatch(SmoothButton &button, const Swatch &swatch)
 	button.gradient_fill = true;
 	button.gradient_start = swatch.start;
 	button.gradient_end = swatch.end;
-	button.text_normal = button.text_hover = QColor(255, 255, 255, 230);
-	button.text_checked = Qt::white;
-	button.border_normal = QColor(255, 255, 255, 40);
-	button.border_hover = QColor(255, 255, 255, 110);
-	button.border_checked = Qt::white;
+	button.text_normal = button.text_hover = palette::translucent_white(230);
+	button.text_checked = palette::white;
+	button.border_normal = palette::translucent_white(40);
+	button.border_hover = palette::translucent_white(110);
+	button.border_checked = palette::white;
 	button.border_width[1] = 2.0;
 }
 
@@ -190,6 +190,22 @@ QLabel *Rows::addUnsupportedNote(QBoxLayout *layout, int32_t capabilities, std::
 	return note;
 }
 
+void Rows::addBackRow(QBoxLayout *layout, int bottom_margin, std::function<void()> go_back)
+{
+	auto *row = new QHBoxLayout;
+	row->setContentsMargins(12, 0, 12, bottom_margin);
+	layout->addLayout(row);
+	auto *button = new QPushButton(layout->parentWidget());
+	button->setObjectName(QStringLiteral("headBtn"));
+	button->setCursor(Qt::PointingHandCursor);
+	button->setIcon(makeGlyphIcon(glyph::back, 15, palette::control_text));
+	button->setIconSize({16, 16});
+	add_translation([button] { button->setText(translated("settings.back")); });
+	QObject::connect(button, &QPushButton::clicked, button, [go_back = std::move(go_back)] { go_back(); });
+	row->addWidget(button, 0, Qt::AlignLeft);
+	row->addStretch(1);
+}
+
 Card Rows::addCard(QBoxLayout *layout, const char *title_key, CardOptions options)
 {
 	captions_ = std::make_shared<CaptionColumn>();
@@ -249,7 +265,7 @@ Switch *Rows::addSwitchRow(QBoxLayout *layout, const char *key, bool *value)
 		mark_changes();
 	};
 	add_translation([toggle, key] { toggle->setAccessibleName(translated(key)); });
-	add_refresher([toggle, value] { show_checked(*toggle, *value); });
+	add_refresher([toggle, value] { toggle->show_checked(*value); });
 	row->addWidget(toggle);
 	return toggle;
 }

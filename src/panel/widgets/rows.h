@@ -114,6 +114,8 @@ public:
 	// A muted line that says that the settings around it cannot be seen yet, for as long as the engine lacks one of
 	// `capabilities` (a sum of kl_capability) and `is_concerned`, if given, is true.
 	QLabel *addUnsupportedNote(QBoxLayout *layout, int32_t capabilities, std::function<bool()> is_concerned = {});
+	// The button that leads from a page that covers the others back to them, in the page's top left corner.
+	void addBackRow(QBoxLayout *layout, int bottom_margin, std::function<void()> go_back);
 	// The card belongs to the widget of `layout`, but the caller puts it there.
 	Card addCard(QBoxLayout *layout, const char *title_key, CardOptions options);
 	Switch *addSwitchRow(QBoxLayout *layout, const char *key, bool *value);

@@ -12,7 +12,7 @@ namespace kalvio {
 namespace {
 
 // Black, and translucent, so that a swatch keeps its color around its caption.
-constexpr QColor outline_color(0, 0, 0, 178);
+constexpr QColor outline_color = palette::translucent_black(178);
 constexpr qreal outline_width = 1.5; // pixels beyond the letters
 constexpr int smallest_caption = 11; // pixels
 constexpr int text_margin = 2;       // pixels that a text too long for the button keeps from each edge

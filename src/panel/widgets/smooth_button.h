@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "panel/widgets/palette.h"
+
 #include <QColor>
 #include <QPushButton>
 #include <array>
@@ -8,7 +10,7 @@
 namespace kalvio {
 
 // A button that paints itself, the same under every style of the host: a rounded rectangle with its text centred. It
-// takes no focus and never paints its icon. Colours and radius are plain fields; call update() after a change.
+// takes no focus and never paints its icon. Colors and radius are plain fields; call update() after a change.
 class SmoothButton : public QPushButton {
 	Q_OBJECT
 
@@ -18,18 +20,18 @@ public:
 
 	int radius = 8; // of the corners, in pixels
 	bool draw_text = true;
-	bool gradient_fill = false; // a horizontal gradient in place of the colour of the state
+	bool gradient_fill = false; // a horizontal gradient in place of the color of the state
 
-	QColor bg_normal{32, 35, 43};
-	QColor bg_hover{255, 255, 255, 28};
+	QColor bg_normal = palette::surface;
+	QColor bg_hover = palette::translucent_white(28);
 	// Fainter than the hovered fill on purpose: what tells a checked button is its border and its text.
-	QColor bg_checked{255, 255, 255, 26};
-	QColor text_normal{156, 163, 175};
-	QColor text_hover{229, 231, 235};
-	QColor text_checked{255, 255, 255};
-	QColor border_normal{255, 255, 255, 28};
-	QColor border_hover{255, 255, 255, 40};
-	QColor border_checked{255, 255, 255, 70};
+	QColor bg_checked = palette::translucent_white(26);
+	QColor text_normal = palette::muted_text;
+	QColor text_hover = palette::control_text;
+	QColor text_checked = palette::white;
+	QColor border_normal = palette::translucent_white(28);
+	QColor border_hover = palette::translucent_white(40);
+	QColor border_checked = palette::translucent_white(70);
 	QColor gradient_start;                       // at the left edge
 	QColor gradient_end;                         // at the right edge
 	std::array<qreal, 2> border_width{1.0, 1.0}; // pixels; [0] unchecked, [1] checked

@@ -2,13 +2,14 @@
 #include "panel/widgets/source_selector.h"
 
 #include "panel/widgets/disabled_opacity.h"
+#include "panel/widgets/palette.h"
 
 #include <QPainter>
 
 namespace kalvio {
 namespace {
 
-constexpr QColor arrow_color(0xe5, 0xe7, 0xeb);
+constexpr QColor arrow_color = palette::control_text;
 constexpr qreal arrow_width = 8;
 constexpr qreal arrow_height = 4;
 constexpr qreal arrow_pen_width = 1.5;

@@ -2,6 +2,7 @@
 #include "panel/widgets/strength_slider.h"
 
 #include "panel/widgets/disabled_opacity.h"
+#include "panel/widgets/palette.h"
 
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -12,13 +13,13 @@
 namespace kalvio {
 namespace {
 
-// Against the card (#181a20): groove outline 3.6 : 1, fill 6.9 : 1; fill against the empty groove 7.3 : 1.
-constexpr QColor groove_outline(0x6b, 0x72, 0x80);
-constexpr QColor groove_color(0x0f, 0x11, 0x16);
-constexpr QColor fill_color(0x60, 0xa5, 0xfa);
-constexpr QColor handle_color(0xe5, 0xe7, 0xeb);
-constexpr QColor handle_hover_color(0xff, 0xff, 0xff);
-constexpr QColor handle_gap_color(0x18, 0x1a, 0x20); // the card: keeps the handle apart from fill and groove
+// Against the card: groove outline 3.6 : 1, fill 6.9 : 1; fill against the empty groove 7.3 : 1.
+constexpr QColor groove_outline = palette::outline;
+constexpr QColor groove_color = palette::groove;
+constexpr QColor fill_color = palette::accent;
+constexpr QColor handle_color = palette::control_text;
+constexpr QColor handle_hover_color = palette::white;
+constexpr QColor handle_gap_color = palette::card; // keeps the handle apart from fill and groove
 
 constexpr int repeat_delay_ms = 500;
 constexpr int repeat_interval_ms = 50;

@@ -1,31 +1,20 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/widgets/switch.h"
 
-#include "panel/widgets/toggle.h"
+#include "panel/widgets/palette.h"
 
 #include <QPainter>
 
 namespace kalvio {
 namespace {
 
-constexpr QColor track_on(52, 199, 89);
-constexpr QColor track_off(58, 58, 60);
 constexpr qreal knob_gap = 2; // between knob and track
 
 } // namespace
 
-Switch::Switch(QWidget *parent) : QWidget(parent) {}
-
-Switch::~Switch() = default;
-
 QSize Switch::sizeHint() const
 {
 	return {33, 18};
-}
-
-void Switch::mouseReleaseEvent(QMouseEvent *event)
-{
-	release_over_toggle(*this, *event);
 }
 
 void Switch::paintEvent(QPaintEvent * /*event*/)
@@ -37,12 +26,12 @@ void Switch::paintEvent(QPaintEvent * /*event*/)
 
 	const QRectF track = QRectF(rect().adjusted(0, 0, -1, -1));
 	painter.setPen(Qt::NoPen);
-	painter.setBrush(checked ? track_on : track_off);
+	painter.setBrush(checked ? palette::switch_on : palette::switch_off);
 	painter.drawRoundedRect(track, track.height() / 2, track.height() / 2);
 
 	const qreal knob_radius = (track.height() - 2 * knob_gap) / 2;
 	const qreal knob_x = checked ? track.right() - knob_gap - knob_radius : track.left() + knob_gap + knob_radius;
-	painter.setBrush(Qt::white);
+	painter.setBrush(palette::white);
 	painter.drawEllipse(QPointF(knob_x, track.center().y()), knob_radius, knob_radius);
 }
 

@@ -2,6 +2,7 @@
 #include "panel/widgets/tab_dot.h"
 
 #include "panel/text/translations.h"
+#include "panel/widgets/palette.h"
 
 #include <QEvent>
 #include <QPainter>
@@ -14,8 +15,8 @@ constexpr int top_margin = 5;
 // Beside the glyph: half of its width and a gap, from the tab's middle.
 constexpr int from_middle = 11;
 
-constexpr QColor color_on_bar(0x60, 0xa5, 0xfa);     // 7.2 : 1 on the bar (#14161c)
-constexpr QColor color_on_current(0x25, 0x63, 0xeb); // 5.2 : 1 on the white of the current tab
+constexpr QColor color_on_bar = palette::accent;          // 7.2 : 1 on the bar
+constexpr QColor color_on_current = palette::accent_dark; // 5.2 : 1 on the white of the current tab
 
 } // namespace
 

@@ -1,44 +1,32 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include <QMouseEvent>
 #include <QWidget>
-#include <QtGlobal>
+#include <functional>
 
-// What Switch and CheckBox have in common. Both hold `checked` and `on_toggled` as plain fields.
 namespace kalvio {
 
 inline constexpr qreal disabled_toggle_opacity = 0.38;
 
-// Tells assistive tools that the checked state of `toggle` is another one now.
-void announce_checked_change(QWidget &toggle);
+// What is on or off: Switch and CheckBox, which paint it. The left button changes it wherever it is let go.
+class Toggle : public QWidget {
+	Q_OBJECT
 
-// Shows `checked` without telling on_toggled: what a refresh does.
-template <class Toggle>
-void show_checked(Toggle &toggle, bool checked)
-{
-	if (toggle.checked == checked)
-		return;
-	toggle.checked = checked;
-	toggle.update();
-	announce_checked_change(toggle);
-}
+public:
+	explicit Toggle(QWidget *parent = nullptr);
+	~Toggle() override;
 
-// Changes to the other state by the user's hand.
-template <class Toggle>
-void toggle_by_user(Toggle &toggle)
-{
-	show_checked(toggle, !toggle.checked);
-	if (toggle.on_toggled)
-		toggle.on_toggled(toggle.checked);
-}
+	// Shows the state without telling on_toggled: what a refresh does.
+	void show_checked(bool state);
 
-// The left button was let go: where it went down, and where it is now, does not matter.
-template <class Toggle>
-void release_over_toggle(Toggle &toggle, const QMouseEvent &event)
-{
-	if (toggle.isEnabled() && event.button() == Qt::LeftButton)
-		toggle_by_user(toggle);
-}
+	// Changes to the other state by the user's hand.
+	void toggle_by_user();
+
+	bool checked = false;                 // changed through show_checked
+	std::function<void(bool)> on_toggled; // the user's changes only; takes the new state
+
+protected:
+	void mouseReleaseEvent(QMouseEvent *event) override;
+};
 
 } // namespace kalvio
