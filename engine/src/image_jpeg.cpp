@@ -81,15 +81,21 @@ struct JpegDecoder {
 	JpegDecoder &operator=(const JpegDecoder &) = delete;
 };
 
+constexpr size_t exif_header = 6; // "Exif", 0, 0
+
+// Other data, XMP for one, comes in segments of the same marker.
+bool is_exif(const uint8_t *bytes, size_t size)
+{
+	return size >= exif_header + 8 &&
+	       std::char_traits<char>::compare(reinterpret_cast<const char *>(bytes), "Exif", 4) == 0;
+}
+
 // The orientation 1..8 out of an Exif segment, 1 when it says none.
 int orientation_of(const uint8_t *bytes, size_t size)
 {
-	constexpr size_t header = 6; // "Exif", 0, 0
 	constexpr uint32_t orientation_tag = 0x0112;
-	if (size < header + 8 || std::char_traits<char>::compare(reinterpret_cast<const char *>(bytes), "Exif", 4) != 0)
-		return 1;
-	const uint8_t *tiff = bytes + header;
-	const size_t length = size - header;
+	const uint8_t *tiff = bytes + exif_header;
+	const size_t length = size - exif_header;
 	const bool big_endian = tiff[0] == 'M';
 	const size_t directory = number_at(tiff + 4, 4, big_endian);
 	if (directory > length - 2)
@@ -144,8 +150,11 @@ void cmyk_to_rgba(uint8_t *pixels, int count)
 
 int orientation_of(const jpeg_decompress_struct &decoder)
 {
-	const jpeg_marker_struct *exif = decoder.marker_list;
-	return exif != nullptr ? orientation_of(exif->data, exif->data_length) : 1;
+	for (const jpeg_marker_struct *segment = decoder.marker_list; segment != nullptr; segment = segment->next) {
+		if (is_exif(segment->data, segment->data_length))
+			return orientation_of(segment->data, segment->data_length);
+	}
+	return 1;
 }
 
 // The eighths of its size at which a picture still covers as many pixels as asked for. All eight give the same bytes as

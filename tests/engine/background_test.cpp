@@ -337,5 +337,47 @@ TEST_F(Background, LinearBlurLetsNoLightOfThePersonOut)
 	EXPECT_EQ(row[size_t(620) * 4], 255);
 }
 
+// Two pictures that look alike: what is transparent in them is of opposite colors.
+std::array<Picture, 2> alike_but_for_hidden_colors(Pixel seen)
+{
+	std::array<Picture, 2> pictures = {Picture(256, 144), Picture(256, 144)};
+	for (size_t which = 0; which < 2; ++which) {
+		const uint8_t level = which == 0 ? 0 : 255;
+		fill(pictures[which], 0, 256, seen);
+		fill(pictures[which], 96, 160, {level, uint8_t(255 - level), level, 0});
+	}
+	return pictures;
+}
+
+TEST_F(Background, HiddenColorsDoNotEnterTheBlurBehindAKey)
+{
+	key(0);
+	kl_set_virtual_background_blur(engine.get(), 1);
+	const auto inputs = alike_but_for_hidden_colors(green_screen);
+	const Picture first = processed(inputs[0]);
+	const Picture second = processed(inputs[1]);
+	for (int x = 0; x < 96; ++x)
+		EXPECT_EQ(at(first, x, 70), at(second, x, 70)) << x;
+}
+
+TEST_F(Background, HiddenColorsDoNotEnterTheLinearBlur)
+{
+	const auto inputs = alike_but_for_hidden_colors({60, 90, 120, 255});
+	const float nobody = 0;
+	Pool pool(1);
+	for (const Picture &input : inputs) {
+		BackgroundBlur blur;
+		const Frame frame = {input.bytes.data(), nullptr, input.width, input.height, input.stride};
+		blur.build_linear(frame, {&nobody, 1, 1}, 10, pool);
+		std::vector<uint8_t> row(size_t(input.width) * 4 + 256);
+		blur.write_row(70, 0, input.width, row.data());
+		for (size_t x = 0; x < 96; ++x) {
+			EXPECT_NEAR(row[x * 4], 60, 1) << x;
+			EXPECT_NEAR(row[x * 4 + 1], 90, 1) << x;
+			EXPECT_NEAR(row[x * 4 + 2], 120, 1) << x;
+		}
+	}
+}
+
 } // namespace
 } // namespace kalvio::engine::testing

@@ -35,8 +35,9 @@ Bytes bytes_of(const std::string &path)
 	return Bytes(text.begin(), text.end());
 }
 
-// A JPEG of any colour space, optionally with an Exif segment.
-Bytes jpeg(int width, int height, int components, J_COLOR_SPACE space, const Bytes &samples, const Bytes &exif = {})
+// A JPEG of any color space, with the contents of segments whose marker is that of Exif.
+Bytes jpeg(int width, int height, int components, J_COLOR_SPACE space, const Bytes &samples,
+	   const std::vector<Bytes> &segments = {})
 {
 	jpeg_error_mgr errors;
 	jpeg_compress_struct encoder;
@@ -52,8 +53,8 @@ Bytes jpeg(int width, int height, int components, J_COLOR_SPACE space, const Byt
 	jpeg_set_defaults(&encoder);
 	jpeg_set_quality(&encoder, 100, TRUE);
 	jpeg_start_compress(&encoder, TRUE);
-	if (!exif.empty())
-		jpeg_write_marker(&encoder, JPEG_APP0 + 1, exif.data(), static_cast<unsigned>(exif.size()));
+	for (const Bytes &segment : segments)
+		jpeg_write_marker(&encoder, JPEG_APP0 + 1, segment.data(), static_cast<unsigned>(segment.size()));
 	for (int y = 0; y < height; ++y) {
 		auto *row = const_cast<uint8_t *>(samples.data() + size_t(y) * size_t(width) * size_t(components));
 		jpeg_write_scanlines(&encoder, &row, 1);
@@ -165,11 +166,26 @@ TEST(ImageDecoding, ExifOrientationIsApplied)
 	for (const Case &item : {Case{1, 32, true}, Case{2, 32, false}, Case{3, 32, false}, Case{4, 32, true},
 				 Case{5, 16, true}, Case{6, 16, true}, Case{7, 16, false}, Case{8, 16, false}}) {
 		Image image;
-		ASSERT_TRUE(decode_image(jpeg(32, 16, 3, JCS_RGB, samples, exif_with_orientation(item.orientation)),
+		ASSERT_TRUE(decode_image(jpeg(32, 16, 3, JCS_RGB, samples, {exif_with_orientation(item.orientation)}),
 					 image));
 		EXPECT_EQ(image.width, item.width) << int{item.orientation};
 		EXPECT_EQ(image.pixel(1, 1)[0] > 128, item.red_at_first_corner) << int{item.orientation};
 	}
+}
+
+TEST(ImageDecoding, ExifIsFoundBehindOtherDataOfItsMarker)
+{
+	const std::string name = "http://ns.adobe.com/xap/1.0/";
+	const Bytes xmp(name.begin(), name.end());
+	const Bytes samples(32 * 16 * 3, 100);
+	Image image;
+	ASSERT_TRUE(decode_image(jpeg(32, 16, 3, JCS_RGB, samples, {xmp, {}, exif_with_orientation(6)}), image));
+	EXPECT_EQ(image.width, 16);
+	EXPECT_EQ(image.height, 32);
+	// The first Exif segment counts.
+	ASSERT_TRUE(decode_image(
+		jpeg(32, 16, 3, JCS_RGB, samples, {xmp, exif_with_orientation(1), exif_with_orientation(6)}), image));
+	EXPECT_EQ(image.width, 32);
 }
 
 TEST(ImageDecoding, BrokenExifIsIgnored)
@@ -180,7 +196,7 @@ TEST(ImageDecoding, BrokenExifIsIgnored)
 		exif.resize(length);
 		exif[length / 2] = 0xFF;
 		Image image;
-		EXPECT_TRUE(decode_image(jpeg(8, 8, 3, JCS_RGB, samples, exif), image)) << length;
+		EXPECT_TRUE(decode_image(jpeg(8, 8, 3, JCS_RGB, samples, {exif}), image)) << length;
 	}
 }
 

@@ -39,6 +39,15 @@ HWY_INLINE WordVector blend(WordVector value, WordVector other, WordVector weigh
 	return hn::BitCast(d, divide_by_255(hn::Add(first, second)));
 }
 
+// The alpha of each pixel, in all of its four words.
+HWY_INLINE WordVector alpha_of(WordVector pixels)
+{
+	const hn::RepartitionToWide<hn::RebindToUnsigned<Words>> d32;
+	// It lies in the upper word of each second pair: to both words, then to both pairs.
+	const auto upper = hn::ShiftRight<16>(hn::BitCast(d32, pixels));
+	return hn::BitCast(Words(), hn::DupOdd(hn::Or(upper, hn::ShiftLeft<16>(upper))));
+}
+
 void scale_alpha_by_matte(uint8_t *HWY_RESTRICT row, int width, const uint8_t *HWY_RESTRICT matte)
 {
 	const Words d;
@@ -69,9 +78,12 @@ void background_weighted_row(const uint8_t *row, int width, const uint8_t *matte
 	const Words d;
 	const int lanes = static_cast<int>(hn::Lanes(d));
 	const WordVector color = hn::LoadDup128(d, color_lanes);
+	const WordVector one = hn::Set(d, 255);
 	for (int byte = 0; byte < width * 4; byte += lanes) {
-		const WordVector value = hn::IfVecThenElse(color, load_words(row + byte), hn::Set(d, 255));
-		const WordVector weighted = blend(hn::Zero(d), value, load_words(matte + byte));
+		const WordVector pixels = load_words(row + byte);
+		const WordVector kept_out = blend(load_words(matte + byte), one, alpha_of(pixels));
+		const WordVector value = hn::IfVecThenElse(color, pixels, one);
+		const WordVector weighted = blend(hn::Zero(d), value, kept_out);
 		hn::StoreU(hn::DemoteTo(WordBytes(), weighted), WordBytes(), out + byte);
 	}
 }

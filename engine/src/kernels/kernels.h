@@ -110,7 +110,8 @@ void weigh_pixels(const int16_t *row, const int *firsts, const int16_t *weights,
 // Cells stand for blocks of block x block pixels, 4 to 128 per side. Pixels travel as pairs of channels, red and blue
 // or green and alpha: bytes become 16-bit values and bytes again without changing their order. A cell is {r, b, g, a}.
 
-// A row with the weight that the matte leaves to the background: out = {r, g, b, 255} * (255 - matte) / 255.
+// A row with the weight that the matte leaves to the background, and alpha to what can be seen:
+// out = {r, g, b, 255} * (255 - matte) / 255 * alpha / 255.
 void background_weighted_row(const uint8_t *row, int width, const uint8_t *matte, uint8_t *out);
 
 struct ChannelSums {

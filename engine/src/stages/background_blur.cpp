@@ -191,27 +191,28 @@ void BackgroundBlur::measure_light(const Frame &frame, const CoarseMatte &person
 		for (size_t square = 0; square < slot.shares.size(); ++square) {
 			const int left = static_cast<int>(square) * share_pixels;
 			const int width = std::min(share_pixels, frame.width - left);
-			uint32_t sums[3] = {0, 0, 0};
+			uint32_t sums[4] = {0, 0, 0, 0}; // weighted by alpha
 			for (int line = 0; line < height; ++line) {
 				const uint8_t *pixel = frame.input_row(top + line) + size_t(left) * bytes_per_pixel;
 				for (int step = 0; step < width; ++step, pixel += bytes_per_pixel) {
-					sums[0] += table[pixel[0]];
-					sums[1] += table[pixel[2]];
-					sums[2] += table[pixel[1]];
+					const uint32_t alpha = pixel[3];
+					sums[0] += table[pixel[0]] * alpha;
+					sums[1] += table[pixel[2]] * alpha;
+					sums[2] += table[pixel[1]] * alpha;
+					sums[3] += alpha;
 				}
 			}
 			const uint64_t share = slot.shares[square];
 			uint64_t *cell = &slot.light[square / size_t(squares) * 4];
-			for (int channel = 0; channel < 3; ++channel)
+			for (int channel = 0; channel < 4; ++channel)
 				cell[channel] += share * sums[channel];
-			cell[3] += share * uint64_t(width * height);
 		}
 	}
 	const float weight_scale = 1 / (float{one_share} * static_cast<float>(block_ * block_));
 	float *mean = row_of(means_, y);
 	for (size_t value = 0; value < slot.light.size(); ++value) {
 		const float scale = value % 4 == 3 ? weight_scale : weight_scale / 65535;
-		mean[value] = static_cast<float>(slot.light[value]) * scale;
+		mean[value] = static_cast<float>(slot.light[value] / 255) * scale;
 	}
 }
 

@@ -17,14 +17,15 @@ class ColorKey;
 class Pool;
 
 // A Gaussian blur of what the matte calls background. Averaged over blocks of pixels, convolved there, and upsampled by
-// linear interpolation; what averaging and interpolation blur is taken off the convolution. The foreground has no
-// weight in any of the sums, so none of its light bleeds out.
+// linear interpolation; what averaging and interpolation blur is taken off the convolution. Neither the foreground nor
+// what is transparent has any weight in the sums, so none of its light bleeds out.
 class BackgroundBlur {
 public:
 	// The standard deviation at full strength, as a fraction of the picture's height.
 	static constexpr float strongest_sigma = 0.03F;
 
-	// With a null key everything is background; another one has seen the frame. `sigma` in pixels.
+	// With a null key everything is background and counts as opaque; another one has seen the frame. `sigma` in
+	// pixels.
 	void build(const Frame &frame, ColorKey *key, float sigma, Pool &pool);
 
 	// The same in linear light, as a lens blurs: bright lamps stay bright. `person` says what is not background,
