@@ -2,16 +2,14 @@
 
 // kld-art OUTPUT DEFINITION: draws a picture (".jpg", ".png") or, for an OUTPUT ".kld", the sprites of a sticker, and
 // packs these with the definition's manifest.
-#include "arguments.h"
 #include "art.h"
 #include "bundle_writer.h"
+#include "convert_definition.h"
 #include "image_writer.h"
 
 #include <nlohmann/json.hpp>
 
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 
 namespace {
 
@@ -26,10 +24,8 @@ void make_sticker(const std::filesystem::path &output, const nlohmann::json &def
 	write_bundle(output, std::move(files));
 }
 
-void make(const std::filesystem::path &output, const std::filesystem::path &definition_path)
+void make(const std::filesystem::path &output, const nlohmann::json &definition)
 {
-	std::ifstream stream(definition_path);
-	const nlohmann::json definition = nlohmann::json::parse(stream);
 	if (output.extension() == ".kld")
 		make_sticker(output, definition);
 	else
@@ -40,16 +36,5 @@ void make(const std::filesystem::path &output, const std::filesystem::path &defi
 
 int main(int argc, char **argv)
 {
-	if (argc != 3) {
-		std::fprintf(stderr, "usage: kld-art OUTPUT DEFINITION\n");
-		return 2;
-	}
-	try {
-		const std::vector<std::string> arguments = utf8_arguments(argc, argv);
-		make(path_from_utf8(arguments.at(1)), path_from_utf8(arguments.at(2)));
-		return 0;
-	} catch (const std::exception &error) {
-		std::fprintf(stderr, "kld-art: %s: %s\n", argv[2], error.what());
-		return 1;
-	}
+	return convert_definition("kld-art", argc, argv, make);
 }

@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 
 // kld-grade OUTPUT DEFINITION: makes the color filter bundle OUTPUT from a grade in JSON.
-#include "arguments.h"
 #include "bundle_writer.h"
+#include "convert_definition.h"
 #include "grade.h"
 #include "stages/color_lut.h"
 
 #include <nlohmann/json.hpp>
 
 #include <cmath>
-#include <cstdio>
-#include <fstream>
 
 namespace {
 
@@ -34,33 +32,20 @@ Bytes table_of(const Grade &grade)
 	return bytes;
 }
 
-void make(const std::filesystem::path &output, const std::filesystem::path &definition)
+void make(const std::filesystem::path &output, const nlohmann::json &definition)
 {
-	std::ifstream stream(definition);
-	const nlohmann::json json = nlohmann::json::parse(stream);
 	const nlohmann::json manifest = {{"kind", "filter"},
 					 {"format_version", bundle_format_version},
-					 {"name", json.at("name")},
+					 {"name", definition.at("name")},
 					 {"size", Lut3d::side}};
 	const std::string text = manifest.dump(2) + "\n";
 	write_bundle(output, {{"manifest.json", Bytes(text.begin(), text.end())},
-			      {Lut3d::entry, table_of(grade_from_json(json))}});
+			      {Lut3d::entry, table_of(grade_from_json(definition))}});
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-	if (argc != 3) {
-		std::fprintf(stderr, "usage: kld-grade OUTPUT DEFINITION\n");
-		return 2;
-	}
-	try {
-		const std::vector<std::string> arguments = utf8_arguments(argc, argv);
-		make(path_from_utf8(arguments.at(1)), path_from_utf8(arguments.at(2)));
-		return 0;
-	} catch (const std::exception &error) {
-		std::fprintf(stderr, "kld-grade: %s: %s\n", argv[2], error.what());
-		return 1;
-	}
+	return convert_definition("kld-grade", argc, argv, make);
 }
