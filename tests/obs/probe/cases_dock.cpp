@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "driver.h"
+#include "panel_driver.h"
 #include "probe_case.h"
 #include "report.h"
 
@@ -33,16 +34,11 @@ void let_polls_pass()
 	wait_until([] { return false; }, polls_ms);
 }
 
-QDockWidget *dock()
-{
-	return main_window()->findChild<QDockWidget *>("kalvio");
-}
-
 // The dock in its place, which it takes just after OBS has finished loading; null, and a failed check, without one.
 QDockWidget *placed_dock()
 {
 	let_polls_pass();
-	QDockWidget *const found = dock();
+	QDockWidget *const found = panel_dock();
 	check(found, "OBS has the panel's dock");
 	return found;
 }
@@ -388,7 +384,7 @@ void switched_collections_keep_their_values()
 		check_smoothing("Two", "Filter 2", 0.5, "in the second collection");
 		check_smoothing("Two", "Filter 3", 0.75, "in the second collection");
 	}
-	const auto *const selector = dock()->findChild<QComboBox *>();
+	const auto *const selector = panel_dock()->findChild<QComboBox *>();
 	check(selector && selector->currentIndex() == 0, "all sources are still chosen");
 }
 
@@ -415,7 +411,7 @@ void panel_follows_the_sources_dock()
 		return;
 	add_source_with_filters("Two", {0.25});
 	add_source_with_filters("Three", {0.5});
-	const auto *const selector = dock()->findChild<QComboBox *>();
+	const auto *const selector = panel_dock()->findChild<QComboBox *>();
 	select_source("Three");
 	check(selector->currentText() == "Three", "the panel drives the selected source", selector->currentText());
 	select_source("Two");

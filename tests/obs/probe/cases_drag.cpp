@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "driver.h"
+#include "panel_driver.h"
 #include "probe_case.h"
 #include "report.h"
+#include "user_events.h"
 
-#include <QApplication>
 #include <QComboBox>
-#include <QMouseEvent>
 #include <QSlider>
-#include <QStyle>
-#include <QStyleOptionSlider>
 #include <QTimer>
 #include <algorithm>
 #include <obs-frontend-api.h>
@@ -64,26 +62,6 @@ void add(Frames &total, const Frames &part)
 	total.milliseconds += part.milliseconds / rounds;
 }
 
-void send_mouse(QSlider &slider, QEvent::Type type, const QPointF &position)
-{
-	const bool is_move = type == QEvent::MouseMove;
-	QMouseEvent event(type, position, slider.mapToGlobal(position), is_move ? Qt::NoButton : Qt::LeftButton,
-			  type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
-	QApplication::sendEvent(&slider, &event);
-}
-
-QPointF handle_of(const QSlider &slider)
-{
-	QStyleOptionSlider option;
-	option.initFrom(&slider);
-	option.state |= QStyle::State_Horizontal; // OBS's style sheet draws by it
-	option.orientation = Qt::Horizontal;
-	option.minimum = slider.minimum();
-	option.maximum = slider.maximum();
-	option.sliderPosition = option.sliderValue = slider.value();
-	return slider.style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, &slider).center();
-}
-
 // The handle taken, pulled from end to end and back for as long as OBS is watched, and let go.
 Frames watch_dragging(QSlider &slider, int milliseconds)
 {
@@ -122,14 +100,6 @@ std::vector<OBSSourceAutoRelease> add_filtered_sources()
 	const OBSSourceAutoRelease picture = scene_source();
 	filters.push_back(kalvio_filter_of(picture));
 	return filters;
-}
-
-QSlider *smoothing_slider()
-{
-	for (auto *slider : main_window()->findChildren<QSlider *>())
-		if (slider->accessibleName() == "Smooth")
-			return slider;
-	return nullptr;
 }
 
 QString as_text(const Frames &frames)

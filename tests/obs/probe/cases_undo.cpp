@@ -1,34 +1,26 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "driver.h"
 #include "frame_gap.h"
+#include "panel_driver.h"
 #include "probe_case.h"
 #include "report.h"
+#include "user_events.h"
 
 #include <QAbstractButton>
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
-#include <QDockWidget>
 #include <QElapsedTimer>
 #include <QLineEdit>
-#include <QMouseEvent>
 #include <QSlider>
-#include <QStyle>
-#include <QStyleOptionSlider>
 #include <QTimer>
-#include <QWindow>
 #include <algorithm>
 #include <csignal>
 #include <obs-frontend-api.h>
 #include <random>
 #include <util/platform.h>
 #include <vector>
-
-// A key as the window system hands it over, on the whole way to shortcuts and to the widget that has the focus. Qt's
-// own test library uses it too.
-Q_GUI_EXPORT void qt_handleKeyEvent(QWindow *window, QEvent::Type type, int key, Qt::KeyboardModifiers modifiers,
-				    const QString &text = QString(), bool is_repeated = false, ushort count = 1);
 
 // The user's changes in the panel: undone by OBS, saved by OBS, kept when a collection is duplicated.
 namespace kalvio::probe {
@@ -41,51 +33,6 @@ constexpr double slider_value = 0.63;
 void wait(int milliseconds)
 {
 	wait_until([] { return false; }, milliseconds);
-}
-
-QDockWidget *dock()
-{
-	return main_window()->findChild<QDockWidget *>("kalvio");
-}
-
-template <class Widget>
-Widget *find_named(const char *name)
-{
-	for (auto *widget : dock()->findChildren<Widget *>())
-		if (widget->accessibleName() == name)
-			return widget;
-	return nullptr;
-}
-
-QSlider *smoothing_slider()
-{
-	return find_named<QSlider>("Smooth");
-}
-
-void send_mouse(QWidget &widget, QEvent::Type type, const QPointF &position)
-{
-	const bool is_move = type == QEvent::MouseMove;
-	QMouseEvent event(type, position, widget.mapToGlobal(position), is_move ? Qt::NoButton : Qt::LeftButton,
-			  type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
-	QApplication::sendEvent(&widget, &event);
-}
-
-void click(QWidget &widget)
-{
-	send_mouse(widget, QEvent::MouseButtonPress, widget.rect().center());
-	send_mouse(widget, QEvent::MouseButtonRelease, widget.rect().center());
-}
-
-QPointF handle_of(const QSlider &slider)
-{
-	QStyleOptionSlider option;
-	option.initFrom(&slider);
-	option.state |= QStyle::State_Horizontal; // OBS's style sheet draws by it
-	option.orientation = Qt::Horizontal;
-	option.minimum = slider.minimum();
-	option.maximum = slider.maximum();
-	option.sliderPosition = option.sliderValue = slider.value();
-	return slider.style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, &slider).center();
 }
 
 void drag(QSlider &slider, int to_x, int steps = 5)
@@ -105,9 +52,7 @@ void press_key(QWidget &focus, Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
 	QApplication::setActiveWindow(focus.window());
 	focus.setFocus();
-	QWindow *const window = focus.window()->windowHandle();
-	qt_handleKeyEvent(window, QEvent::KeyPress, key, modifiers);
-	qt_handleKeyEvent(window, QEvent::KeyRelease, key, modifiers);
+	send_key(focus, key, modifiers);
 }
 
 void press_undo(QWidget &focus)
@@ -167,7 +112,7 @@ std::vector<OBSSourceAutoRelease> make_filters(int count)
 bool panel_is_shown()
 {
 	wait(polls_ms);
-	return check(dock() && dock()->isVisible() && smoothing_slider(), "the panel is shown");
+	return check(panel_dock() && panel_dock()->isVisible() && smoothing_slider(), "the panel is shown");
 }
 
 // Undo
@@ -199,13 +144,13 @@ void panel_changes_are_undone()
 		return;
 	const OBSSourceAutoRelease source = scene_source();
 	const OBSSourceAutoRelease filter = kalvio_filter_of(source);
-	dock()->setFloating(false);
+	panel_dock()->setFloating(false);
 	one_drag_is_undone_by_key(filter, *main_window()->centralWidget(), "in the main window");
 	one_drag_is_undone_by_key(filter, *smoothing_slider(), "while the dock has the focus");
-	dock()->setFloating(true);
+	panel_dock()->setFloating(true);
 	wait(polls_ms);
 	one_drag_is_undone_by_key(filter, *smoothing_slider(), "while the dock floats");
-	dock()->setFloating(false);
+	panel_dock()->setFloating(false);
 	check(!undo_action()->isEnabled(), "nothing is left to undo", undo_action()->text());
 }
 
@@ -241,7 +186,7 @@ template <class Widget>
 QList<Widget *> usable(const char *without = "")
 {
 	QList<Widget *> found;
-	for (auto *widget : dock()->widget()->findChildren<Widget *>())
+	for (auto *widget : panel_dock()->widget()->findChildren<Widget *>())
 		if (widget->isVisible() && widget->isEnabled() && !widget->inherits("QScrollBar") &&
 		    widget->accessibleName() != without)
 			found.push_back(widget);
@@ -263,7 +208,7 @@ void act_at_random(std::mt19937 &random)
 {
 	const auto kind = random() % 10;
 	QSlider *const slider = any_of(usable<QSlider>(), random);
-	auto *const selector = dock()->findChild<QComboBox *>();
+	auto *const selector = panel_dock()->findChild<QComboBox *>();
 	if (kind < 3 && slider) {
 		drag(*slider, int(random() % unsigned(std::max(slider->width(), 1))));
 	} else if (kind < 5 && slider) {
@@ -273,7 +218,7 @@ void act_at_random(std::mt19937 &random)
 		selector->setCurrentIndex(int(random() % unsigned(selector->count())));
 	} else if (kind < 7) {
 		const auto tab = random() % 7;
-		press_key(*dock()->widget(), static_cast<Qt::Key>(Qt::Key_1 + int(tab)), Qt::ControlModifier);
+		press_key(*panel_dock()->widget(), static_cast<Qt::Key>(Qt::Key_1 + int(tab)), Qt::ControlModifier);
 	} else if (QAbstractButton *button = any_button(random)) {
 		click(*button);
 	}
@@ -295,7 +240,7 @@ void many_actions_are_undone_to_the_start()
 	const std::vector<QByteArray> start = settings_of(filters);
 	const unsigned seed = 29;
 	std::mt19937 random(seed);
-	press_key(*dock()->widget(), Qt::Key_4, Qt::ControlModifier);
+	press_key(*panel_dock()->widget(), Qt::Key_4, Qt::ControlModifier);
 	for (QAbstractButton *tile : usable<QAbstractButton>())
 		if (!tile->property("fid").toString().isEmpty())
 			click(*tile);
@@ -377,7 +322,7 @@ void moved_slider_is_saved()
 	slider_is_saved();
 	constexpr double another = 0.21;
 	smoothing_slider()->setValue(int(another * 100));
-	dock()->hide();
+	panel_dock()->hide();
 	const bool came = wait_until([] { return is_near(saved_smoothing(), another); }, 900);
 	check(came, "a dock that is hidden is saved at once");
 }
@@ -427,14 +372,14 @@ void duplicate_collection(const QString &name)
 void duplicated_collection_keeps_its_values()
 {
 	wait(polls_ms);
-	if (!check(dock(), "OBS has the panel's dock"))
+	if (!check(panel_dock(), "OBS has the panel's dock"))
 		return;
 	std::vector<OBSSourceAutoRelease> filters = make_filters(3);
 	for (size_t i = 0; i < filters.size(); ++i)
 		set_setting(filters[i], "smoothing", 0.25 * double(i + 1));
 	filters.clear();
 	wait(polls_ms);
-	dock()->hide();
+	panel_dock()->hide();
 	for (const char *name : {"Copy", "Copy of the copy"}) {
 		duplicate_collection(name);
 		wait(polls_ms);
@@ -450,11 +395,11 @@ void duplicated_collection_keeps_its_values()
 		check_value(second, 0.5);
 		const OBSSourceAutoRelease third = obs_get_source_by_name("Color 2");
 		check_value(third, 0.75);
-		check(!dock()->isVisible(), "a hidden dock stays hidden");
+		check(!panel_dock()->isVisible(), "a hidden dock stays hidden");
 	}
 	const OBSSourceAutoRelease source = scene_source();
 	const OBSSourceAutoRelease filter = add_filter(source, "One more");
-	check(wait_until([] { return dock()->isVisible(); }, 3000), "a filter that is added shows the dock");
+	check(wait_until([] { return panel_dock()->isVisible(); }, 3000), "a filter that is added shows the dock");
 }
 
 // Figures: what one step of a drag, one entry and one save cost with forty filters that are all driven. Not in the list

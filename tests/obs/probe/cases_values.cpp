@@ -3,44 +3,17 @@
 #include "panel_driver.h"
 #include "probe_case.h"
 #include "report.h"
+#include "user_events.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QLineEdit>
-#include <QMouseEvent>
 #include <QSlider>
-#include <QWindow>
-
-// A key on the whole way from the window system to the widget that has the focus. Qt's own test library uses it too.
-Q_GUI_EXPORT void qt_handleKeyEvent(QWindow *window, QEvent::Type type, int key, Qt::KeyboardModifiers modifiers,
-				    const QString &text = QString(), bool is_repeated = false, ushort count = 1);
 
 // Values that are typed and that go back to their defaults, with OBS's own shortcuts and its undo history around them.
 namespace kalvio::probe {
 
 namespace {
-
-QSlider *smoothing_slider()
-{
-	for (auto *slider : panel()->findChildren<QSlider *>())
-		if (slider->accessibleName() == "Smooth")
-			return slider;
-	return nullptr;
-}
-
-void send_mouse(QWidget &widget, QEvent::Type type, QPointF place)
-{
-	QMouseEvent event(type, place, widget.mapToGlobal(place), Qt::LeftButton,
-			  type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton, Qt::NoModifier);
-	QApplication::sendEvent(&widget, &event);
-}
-
-void press_key(Qt::Key key, const QString &text = {}, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
-{
-	QWindow *const window = panel()->window()->windowHandle();
-	qt_handleKeyEvent(window, QEvent::KeyPress, key, modifiers, text);
-	qt_handleKeyEvent(window, QEvent::KeyRelease, key, modifiers, text);
-}
 
 QAction &undo_action()
 {
@@ -69,14 +42,13 @@ void type_into_number(const QString &digits)
 	if (!check(number, "the slider has a number"))
 		return;
 	QApplication::setActiveWindow(panel()->window());
-	send_mouse(*number, QEvent::MouseButtonPress, number->rect().center());
-	send_mouse(*number, QEvent::MouseButtonRelease, number->rect().center());
+	click(*number);
 	auto *field = panel()->findChild<QLineEdit *>("valueEdit");
 	if (!check(field && field->hasFocus() && field->geometry() == number->geometry(),
 		   "a click on it opens a field in its place"))
 		return;
 	for (const QChar digit : digits)
-		press_key(static_cast<Qt::Key>(digit.unicode()), digit);
+		send_key(*panel(), static_cast<Qt::Key>(digit.unicode()), Qt::NoModifier, digit);
 	let_layouts_settle();
 	check(panel()->grab().save(output_file("typing.png")), "a picture of it is kept");
 }
@@ -90,12 +62,12 @@ void typed_value_and_default_are_undone()
 	const QString idle = undo_action().text();
 
 	type_into_number("37");
-	press_key(Qt::Key_Escape);
+	send_key(*panel(), Qt::Key_Escape);
 	let_layouts_settle();
 	check(panel()->isVisible() && is_stored(0.8), "Escape leaves the value, and the dock");
 
 	type_into_number("37");
-	press_key(Qt::Key_Return);
+	send_key(*panel(), Qt::Key_Return);
 	check(is_stored(0.37) && slider.value() == 37, "Enter takes it");
 	check(undo_action().text().contains("Smooth"), "it is an entry of OBS's history", undo_action().text());
 	undo_action().trigger();
@@ -150,16 +122,16 @@ void search_jumps_to_a_setting()
 	let_layouts_settle();
 	QApplication::setActiveWindow(main_window());
 	smoothing_slider()->setFocus();
-	press_key(Qt::Key_F, {}, Qt::ControlModifier);
+	send_key(*panel(), Qt::Key_F, Qt::ControlModifier);
 	let_layouts_settle();
 	auto *field = panel()->findChild<QLineEdit *>("searchField");
 	if (!check(field && field->isVisible() && field->hasFocus(), "Ctrl+F opens the search"))
 		return;
 	for (const QChar letter : QString("LIPSTICK"))
-		press_key(static_cast<Qt::Key>(letter.unicode()), letter.toLower());
+		send_key(*panel(), static_cast<Qt::Key>(letter.unicode()), Qt::NoModifier, letter.toLower());
 	let_layouts_settle();
 	check(panel()->grab().save(output_file("search.png")), "a picture of the search is kept");
-	press_key(Qt::Key_Return);
+	send_key(*panel(), Qt::Key_Return);
 	let_layouts_settle();
 	const QWidget *const focus = QApplication::focusWidget();
 	check(focus && focus->accessibleName().startsWith("Lipstick"), "Enter goes to the first setting that is found",

@@ -95,4 +95,12 @@ QList<QWidget *> visible_named(const char *object_name)
 	return found;
 }
 
+QSlider *smoothing_slider()
+{
+	for (auto *slider : panel_dock()->findChildren<QSlider *>())
+		if (slider->accessibleName() == "Smooth")
+			return slider;
+	return nullptr;
+}
+
 } // namespace kalvio::probe

@@ -3,6 +3,7 @@
 
 #include <QDockWidget>
 #include <QList>
+#include <QSlider>
 #include <QWidget>
 
 // The panel inside the real OBS, found by the names and classes of its widgets.
@@ -28,6 +29,9 @@ QWidget *shown_page();
 // The visible widgets below the panel of a class (with its namespace), or of an object name.
 QList<QWidget *> visible_of_class(const char *class_name);
 QList<QWidget *> visible_named(const char *object_name);
+
+// The slider of the skin page whose English name is "Smooth"; null when there is none.
+QSlider *smoothing_slider();
 
 // Lets the widgets do what they have put off.
 void let_layouts_settle();
