@@ -161,7 +161,7 @@ TEST(Sources, TakeTheColorsOfThePanelFromItsPalette)
 {
 	static const std::regex in_palette(R"(\brgb\(0x([0-9a-f]{6})\))");
 	static const std::regex in_style_sheet(R"(#([0-9a-fA-F]{6})\b)");
-	static const std::regex of_its_own(R"(\bQColor\b[^;(){}]*[({][0-9]|Qt::(white|black)\b)");
+	static const std::regex of_its_own(R"(\bQColor\b *\w* *[({] *[0-9]|Qt::(white|black)\b)");
 	const fs::path palette = root / "src/panel/widgets/palette.h";
 	const std::set<std::string> colors = colors_in(content_of(palette), in_palette);
 	for (const fs::path &file : sources_in(root / "src/panel")) {
