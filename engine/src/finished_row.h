@@ -12,15 +12,6 @@
 // What of a row comes after the person: the background, the color filter and stickers.
 namespace kalvio::engine {
 
-// Some pixels of a row.
-struct RowPart {
-	int x;
-	int width;
-
-	size_t first_byte() const { return size_t(x) * bytes_per_pixel; }
-	size_t byte_count() const { return size_t(width) * bytes_per_pixel; }
-};
-
 // A row of one of the rings of FrameMemory::WorkerScratch.
 inline uint8_t *ring_row(std::span<uint8_t *const> ring, int y)
 {

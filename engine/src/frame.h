@@ -24,4 +24,13 @@ struct Frame {
 	bool has_rows_of_whole_vectors() const { return row_bytes() % 64 == 0; }
 };
 
+// Some pixels of a row.
+struct RowPart {
+	int x;
+	int width;
+
+	size_t first_byte() const { return size_t(x) * bytes_per_pixel; }
+	size_t byte_count() const { return size_t(width) * bytes_per_pixel; }
+};
+
 } // namespace kalvio::engine

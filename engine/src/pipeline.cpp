@@ -111,22 +111,32 @@ void load_row(const Frame &frame, int y, uint8_t *row)
 	std::memcpy(end, end - bytes_per_pixel, bytes_per_pixel);
 }
 
-// Smoothing, whitening and rosiness.
+// What of a row retouching may change.
+RowPart retouched_part(const FramePlan &plan, const FrameMemory &memory, const Frame &frame, int y)
+{
+	return plan.masked ? memory.field.skin_part(y) : RowPart{0, frame.width};
+}
+
+// Smoothing, whitening and rosiness. With a skin mask it takes alpha's place in the retouched part.
 void retouch(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int y, int slot, uint8_t *row)
 {
 	std::memcpy(row, frame.input_row(y), frame.row_bytes());
+	const RowPart part = retouched_part(plan, memory, frame, y);
+	if (part.width == 0)
+		return;
+	uint8_t *pixels = row + part.first_byte();
 	if (plan.retouch)
-		kernels::retouch_row(row, frame.width, memory.field.row(y, slot), memory.field.cell_pixels(),
+		kernels::retouch_row(pixels, part.width, memory.field.row(y, part, slot), memory.field.cell_pixels(),
 				     plan.masked, y);
 	if (plan.tone == nullptr)
 		return;
 	if (plan.masked) {
 		uint8_t *toned = memory.slots[size_t(slot)].toned;
-		std::memcpy(toned, row, frame.row_bytes());
-		kernels::lookup_row(toned, frame.width, plan.tone);
-		kernels::mix_row_by_alpha(row, frame.width, toned);
+		std::memcpy(toned, pixels, part.byte_count());
+		kernels::lookup_row(toned, part.width, plan.tone);
+		kernels::mix_row_by_alpha(pixels, part.width, toned);
 	} else {
-		kernels::lookup_row(row, frame.width, plan.tone);
+		kernels::lookup_row(pixels, part.width, plan.tone);
 	}
 }
 
@@ -175,22 +185,30 @@ void begin_rows(const FramePlan &plan, FrameMemory &memory, const Frame &frame, 
 void produce_row(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int y, int slot_number, uint8_t *row)
 {
 	FrameMemory::WorkerScratch &slot = memory.slots[size_t(slot_number)];
+	const RowPart part = retouched_part(plan, memory, frame, y);
+	const size_t first = part.first_byte();
 	if (plan.sharpening > 0) {
 		const int step = plan.sharpen_step;
 		if (y + step < frame.height)
 			retouch(plan, memory, frame, y + step, slot_number, ring_row(slot.retouched, y + step));
-		kernels::sharpen_row(ring_row(slot.retouched, std::max(y - step, 0)), ring_row(slot.retouched, y),
-				     ring_row(slot.retouched, std::min(y + step, frame.height - 1)), frame.width, step,
-				     plan.sharpening, plan.masked, row);
+		if (part.width < frame.width)
+			std::memcpy(row, frame.input_row(y), frame.row_bytes());
+		if (part.width > 0)
+			kernels::sharpen_row(ring_row(slot.retouched, std::max(y - step, 0)) + first,
+					     ring_row(slot.retouched, y) + first,
+					     ring_row(slot.retouched, std::min(y + step, frame.height - 1)) + first,
+					     part.width, step, plan.sharpening, plan.masked, row + first);
 	} else {
 		retouch(plan, memory, frame, y, slot_number, row);
 	}
 	if (plan.has_matte() && y + 1 < frame.height)
 		load_row(frame, y + 1, ring_row(slot.captured, y + 1));
-	else if (plan.masked && !plan.has_matte())
-		load_row(frame, y, ring_row(slot.captured, y));
-	if (plan.masked) // the skin mask travelled in the row's alpha
-		kernels::copy_alpha(ring_row(slot.captured, y), frame.width, row);
+	if (plan.masked && part.width > 0) { // the skin mask travelled in the row's alpha
+		uint8_t *captured = ring_row(slot.captured, y) + first;
+		if (!plan.has_matte())
+			std::memcpy(captured, frame.input_row(y) + first, part.byte_count());
+		kernels::copy_alpha(captured, part.width, row + first);
+	}
 	if (plan.makeup)
 		memory.makeup.apply_row(y, slot_number, frame.width, row);
 }

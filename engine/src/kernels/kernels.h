@@ -40,8 +40,8 @@ inline constexpr int field_values = 16;
 inline constexpr int masked_field_values = 32;
 
 // Smooths a row in place. `field` points at the first cell of a grid of `cell_pixels` (2, 4 or 8), brought to this
-// row's height; it is read one cell before and behind the row. With a mask, alpha becomes the skin mask, else it is
-// kept. `y` picks the row of the dither pattern.
+// row's height; it is read one cell before and behind the row. A part of a row may be given that begins at a multiple
+// of 4 pixels. With a mask, alpha becomes the skin mask, else it is kept. `y` picks the row of the dither pattern.
 void retouch_row(uint8_t *row, int width, const int16_t *field, int cell_pixels, bool masked, int y);
 
 // row = row + (other - row) * the row's alpha; alpha is kept.

@@ -75,6 +75,7 @@ bool RetouchField::is_needed(const Settings &settings)
 void RetouchField::resize(const Frame &frame, int slots)
 {
 	cell_pixels_ = cell_pixels_for(frame.height, masked_);
+	width_ = frame.width;
 	columns_ = (frame.width + cell_pixels_ - 1) / cell_pixels_;
 	rows_ = (frame.height + cell_pixels_ - 1) / cell_pixels_;
 	radius_ = skin_radius(frame.height, cell_pixels_);
@@ -87,6 +88,7 @@ void RetouchField::resize(const Frame &frame, int slots)
 	if (masked_) {
 		skin_.ensure_capacity(grid_floats);
 		skin_line_.ensure_capacity(grid_floats);
+		skin_cells_.resize(size_t(rows_));
 	}
 	field_.ensure_capacity(size_t(row_field_values_) * size_t(rows_));
 	slots_.resize(std::max(slots_.size(), size_t(slots)));
@@ -144,15 +146,19 @@ const float *RetouchField::window_row(Aligned<float> &grid, int y, WorkerScratch
 void RetouchField::write_skin(int y, const float *windows)
 {
 	int16_t *field = field_row(y) + cell_values_;
+	CellSpan span = {columns_, 0};
 	for (int column = 0; column < columns_; ++column, field += cell_values_) {
 		const float *line = windows + size_t(column) * 4;
 		const int16_t slope = to_fixed(line[0], 4096.0F);
 		const int16_t offset = to_fixed(line[1], 2048.0F);
+		if (slope != 0 || offset > 0) // else the mask is 0 whatever the pixel
+			span = {std::min(span.first, column), column + 1};
 		for (int value = 0; value < 8; ++value) {
 			field[16 + value] = slope;
 			field[24 + value] = offset;
 		}
 	}
+	skin_cells_[size_t(y)] = span;
 }
 
 void RetouchField::repeat_edge_cells(int y)
@@ -229,16 +235,39 @@ void RetouchField::build(const Frame &frame, const Settings &settings, Pool &poo
 	});
 }
 
-const int16_t *RetouchField::row(int y, int slot)
+RetouchField::RowPlace RetouchField::place_of(int y) const
 {
 	// How far the middle of the pixel row lies below the middle of its cell, in cells.
 	const int cell = y / cell_pixels_;
 	const int below = (2 * (y % cell_pixels_) + 1 - cell_pixels_) * 16384 / cell_pixels_;
-	const int upper = std::max(below < 0 ? cell - 1 : cell, 0);
-	const int lower = std::min(below < 0 ? cell : cell + 1, rows_ - 1);
-	const auto weight_of_lower = static_cast<int16_t>(below < 0 ? 32768 + below : below);
-	int16_t *out = slots_[size_t(slot)].row.data();
-	kernels::lerp_rows(field_row(upper), field_row(lower), weight_of_lower, (columns_ + 2) * cell_values_, out);
+	return {std::max(below < 0 ? cell - 1 : cell, 0), std::min(below < 0 ? cell : cell + 1, rows_ - 1),
+		static_cast<int16_t>(below < 0 ? 32768 + below : below)};
+}
+
+RowPart RetouchField::skin_part(int y) const
+{
+	const RowPlace place = place_of(y);
+	const CellSpan &upper = skin_cells_[size_t(place.upper)];
+	const CellSpan &lower = skin_cells_[size_t(place.lower)];
+	const int first = std::min(upper.first, lower.first);
+	const int end = std::max(upper.end, lower.end);
+	if (first >= end)
+		return {0, 0};
+	// A cell shows in its neighbors.
+	const int left = std::max((first - 1) * cell_pixels_ - kernels::max_sharpen_step, 0);
+	const int right = (end + 1) * cell_pixels_ + kernels::max_sharpen_step;
+	const int x = left / part_pixels * part_pixels;
+	return {x, std::min((right + part_pixels - 1) / part_pixels * part_pixels, width_) - x};
+}
+
+const int16_t *RetouchField::row(int y, const RowPart &part, int slot)
+{
+	const RowPlace place = place_of(y);
+	const int cells = (part.width + cell_pixels_ - 1) / cell_pixels_;
+	const size_t first = size_t(part.x / cell_pixels_) * size_t(cell_values_); // of the cell before the part
+	int16_t *out = slots_[size_t(slot)].row.data() + first;
+	kernels::lerp_rows(field_row(place.upper) + first, field_row(place.lower) + first, place.weight_of_lower,
+			   (cells + 2) * cell_values_, out);
 	return out + cell_values_;
 }
 

@@ -35,9 +35,17 @@ public:
 	// size of the largest face, without it by the frame's height.
 	void build(const Frame &frame, const Settings &settings, Pool &pool, const std::optional<SeenFaces> &seen = {});
 
-	// The field brought to the height of pixel row `y`; valid until the slot's next call. Points at the first cell,
-	// readable one cell before and behind the row.
-	const int16_t *row(int y, int slot);
+	// With a skin map: what of pixel row `y` may be skin, so that sharpening it needs no more of the row.
+	// Everything else keeps its pixels. A multiple of `part_pixels` but at the row's end, and begins at one; empty,
+	// {0, 0}, where nothing is skin.
+	RowPart skin_part(int y) const;
+	// More than a vector of any kernel.
+	static constexpr int part_pixels = 32;
+
+	// The field brought to the height of pixel row `y`, for a part of it that begins at a multiple of
+	// `part_pixels`; valid until the slot's next call. Points at the part's first cell, readable one cell before
+	// and behind the part.
+	const int16_t *row(int y, const RowPart &part, int slot);
 	// Of the grid: 2, 4 or 8.
 	int cell_pixels() const { return cell_pixels_; }
 
@@ -49,7 +57,20 @@ private:
 		uint8_t edge[8][32];    // the last, incomplete cell of a grid row
 	};
 
+	// Of a grid row; none where first >= end.
+	struct CellSpan {
+		int first;
+		int end;
+	};
+	// The grid rows above and below the middle of a pixel row.
+	struct RowPlace {
+		int upper;
+		int lower;
+		int16_t weight_of_lower; // 15 fraction bits
+	};
+
 	void resize(const Frame &frame, int slots);
+	RowPlace place_of(int y) const;
 	float *grid_row(Aligned<float> &grid, int y) { return grid.data() + size_t(y) * size_t(row_floats_); }
 	CellGrid means_grid() const;
 	int16_t *field_row(int y) { return field_.data() + size_t(y) * size_t(row_field_values_); }
@@ -60,6 +81,7 @@ private:
 	void repeat_edge_cells(int y);
 
 	int cell_pixels_ = 4;
+	int width_ = 0; // of the frame, in pixels
 	int columns_ = 0;
 	int rows_ = 0;
 	int radius_ = 1; // of the windows of the skin map, in cells
@@ -74,6 +96,7 @@ private:
 	SkinModel skin_model_;
 	FaceSkin face_skin_;
 	Aligned<int16_t> field_;
+	std::vector<CellSpan> skin_cells_; // of each grid row: with a mask that is not 0
 	std::vector<WorkerScratch> slots_;
 };
 
