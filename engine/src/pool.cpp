@@ -28,8 +28,8 @@ int Pool::threads_for_machine()
 	const int requested = std::atoi(platform::environment_value("KALVIO_ENGINE_THREADS").c_str());
 	if (requested >= 1)
 		return std::min(requested, max_requested_threads);
-	const int cores = static_cast<int>(std::thread::hardware_concurrency());
-	return std::clamp(cores / 2, 1, max_threads);
+	const int cores = std::max(static_cast<int>(std::thread::hardware_concurrency()), 1); // 0: not known
+	return std::clamp(cores / 2, std::min(cores, 2), max_threads);
 }
 
 std::shared_ptr<Pool> Pool::acquire()
