@@ -14,7 +14,7 @@ endif()
 file(ARCHIVE_EXTRACT INPUT "${package}" DESTINATION "${FOLDER}/unpacked")
 file(GLOB_RECURSE found LIST_DIRECTORIES false RELATIVE "${FOLDER}/unpacked" "${FOLDER}/unpacked/*")
 # A system's libraries have the number of its version.
-list(TRANSFORM found REPLACE "(\\.so)\\.[0-9]+$" "\\1.N")
+list(TRANSFORM found REPLACE "(\\.so)\\.[0-9.]+$" "\\1.N")
 file(STRINGS "${LIST}" expected)
 
 include("${CMAKE_CURRENT_LIST_DIR}/compare_files.cmake")
