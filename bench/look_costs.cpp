@@ -5,6 +5,7 @@
 #include "engine.h"
 #include "made_figure.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <memory>
@@ -117,19 +118,19 @@ bool bench_looks(const std::string &bundle)
 			};
 			for (int count = 0; count < warm_up_frames; ++count)
 				frame();
-			double shortest = 1e9;
 			std::vector<double> walls;
 			const auto timed_frame = [&] {
 				const double start = wall_seconds();
 				frame();
 				walls.push_back(wall_seconds() - start);
-				shortest = std::min(shortest, walls.back());
 			};
 			constexpr int samples = 11;
 			constexpr int frames = 3;
 			const test::Comparison cost = test::compare(samples, frames, timed_frame, copy_twice);
-			std::printf("  %s, %d thread%s: %.1f ms of a frame, %.1f at best\n", look.name, threads,
-				    threads == 1 ? "" : "s", test::median(walls) * 1e3, shortest * 1e3);
+			const auto [shortest, longest] = std::ranges::minmax(walls);
+			std::printf("  %s, %d thread%s: %.1f ms of a frame, %.1f at best, %.1f at worst\n", look.name,
+				    threads, threads == 1 ? "" : "s", test::median(walls) * 1e3, shortest * 1e3,
+				    longest * 1e3);
 			// With two, the calling thread's own time says nothing about the frame.
 			if (threads == 1)
 				held &= test::report("    in two copies of the frame", cost.ratio(),
