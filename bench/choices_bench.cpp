@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 //
 // What a choice of an effect does to the frames of a running programme: the largest gap between two frames of real
-// headless libobs while backgrounds, colour filters and stickers are chosen, beside the gap while nothing is chosen and
+// headless libobs while backgrounds, color filters and stickers are chosen, beside the gap while nothing is chosen and
 // beside the one when libobs's own image loader decodes the same pictures in the call, as its image source does.
 
 #include "comparison.h"
@@ -105,7 +105,7 @@ private:
 	int frames_ = 0;
 };
 
-// A person's colour before a green screen.
+// A person's color before a green screen.
 kalvio::test::Picture camera_picture()
 {
 	return kalvio::test::make_picture(frame_width, frame_height, [](uint32_t x, uint32_t y) {

@@ -36,7 +36,7 @@ Subject make_subject(const std::string &bundle)
 	FaceRecipe recipe = make_recipe(FaceCondition::Base, 3);
 	recipe.width = 1920;
 	recipe.height = 1080;
-	recipe.centre = {960, 520};
+	recipe.center = {960, 520};
 	recipe.eye_distance = 140;
 	Subject subject;
 	subject.face.points = painter.paint(recipe, 1, subject.picture);

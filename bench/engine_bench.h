@@ -33,7 +33,7 @@ struct Peer {
 
 inline constexpr double blur_sigma = 0.03 * 1080;
 
-// `cube_path`: a colour table in the .cube format, the same that the engine is given.
+// `cube_path`: a color table in the .cube format, the same that the engine is given.
 std::vector<Peer> opencv_peers();
 std::vector<Peer> ffmpeg_peers(const std::string &cube_path);
 std::vector<Peer> vips_peers();

@@ -20,12 +20,12 @@ namespace kalvio::bench {
 
 namespace {
 
-// The colour filter's table as the .cube file that other programs read.
+// The color filter's table as the .cube file that other programs read.
 std::string write_cube(const std::string &data_folder)
 {
 	engine::Lut3d lut;
 	if (!load_lut3d((data_folder + "/filters/vivid/vivid.kld").c_str(), lut))
-		throw std::runtime_error("no colour filter in " + data_folder);
+		throw std::runtime_error("no color filter in " + data_folder);
 	std::string path = (std::filesystem::temp_directory_path() / "bench_engine.cube").string();
 	std::ofstream stream(path);
 	stream << "LUT_3D_SIZE 33\n";
@@ -265,7 +265,7 @@ void Contest::compare(int threads)
 		bool is_in_look = true;
 	};
 	const Event events[] = {
-		{"colour filter", Work::ColorFilter, 2.5,
+		{"color filter", Work::ColorFilter, 2.5,
 		 [this](kl_engine *e) {
 			 kl_set_filter(e, (data_ + "/filters/vivid/vivid.kld").c_str());
 		 }},

@@ -12,7 +12,7 @@
 // Our side of the benchmark: frames to process, engines, and how they are set.
 namespace kalvio::bench {
 
-// A person's colours before an uneven green screen, with camera noise; scaled with the frame.
+// A person's colors before an uneven green screen, with camera noise; scaled with the frame.
 Frame make_frame(int width, int height);
 
 using Setup = std::function<void(kl_engine *)>;

@@ -82,7 +82,7 @@ bool bench_cost(const NetLibrary &nets)
 	FaceRecipe recipe = make_recipe(FaceCondition::Base, 3);
 	recipe.width = 1920;
 	recipe.height = 1080;
-	recipe.centre = {960, 500};
+	recipe.center = {960, 500};
 	recipe.eye_distance = 150;
 	Image with_face;
 	painter.paint(recipe, 0, with_face);

@@ -102,7 +102,7 @@ private:
 	std::array<std::vector<uint8_t>, 4> buffers_;
 };
 
-// Settings as a used filter has them: every key set, the colour key on, so that all 67 setters are called.
+// Settings as a used filter has them: every key set, the color key on, so that all 67 setters are called.
 OBSDataAutoRelease full_settings()
 {
 	ParameterSet set;

@@ -30,7 +30,7 @@ Image large_person(MatteTrials &trials)
 	person.recipe.width = 1920;
 	person.recipe.height = 1080;
 	person.recipe.seed += 1000; // a background of its own size
-	person.recipe.centre = person.recipe.centre * 2;
+	person.recipe.center = person.recipe.center * 2;
 	person.recipe.eye_distance *= 2;
 	paint_person(trials.painter(), person);
 	return noisy(person.picture, 2, 0);

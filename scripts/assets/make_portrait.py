@@ -93,15 +93,15 @@ class Canvas:
         distance = field / np.maximum(np.hypot(du, dv), 1e-6)
         return np.clip(0.5 - distance / (softness * self.pixel), 0.0, 1.0)
 
-    def paint(self, colour, alpha):
-        self.image += (colour - self.image) * alpha[..., None]
+    def paint(self, color, alpha):
+        self.image += (color - self.image) * alpha[..., None]
         self.cover += (1.0 - self.cover) * alpha
 
     def tint(self, factor, alpha):
-        """Multiplies by a colour: how a pigment or a shadow lies on what is below."""
+        """Multiplies by a color: how a pigment or a shadow lies on what is below."""
         self.image *= 1.0 + (np.asarray(factor) - 1.0) * alpha[..., None]
 
-    def stroke(self, points, width, colour, alpha):
+    def stroke(self, points, width, color, alpha):
         """A hair: a quadratic curve through three points, thinning to its end."""
         p = np.asarray(points, dtype=np.float64)
         margin = 2 * width + 2 * self.pixel
@@ -132,7 +132,7 @@ class Canvas:
             best = np.minimum(best, distance - width * (1.0 - 0.8 * here))
         cover = np.clip(0.5 - best / (1.5 * self.pixel), 0, 1) * alpha
         part = self.image[y0:y1, x0:x1]
-        part += (colour - part) * cover[..., None]
+        part += (color - part) * cover[..., None]
         below = self.cover[y0:y1, x0:x1]
         below += (1.0 - below) * cover
 
@@ -162,13 +162,13 @@ def paint_room(c):
 HAIR_DARK, HAIR_MID, HAIR_LIGHT = linear(34, 21, 15), linear(84, 52, 34), linear(166, 112, 70)
 
 
-def hair_colour(c, across, along, seed):
+def hair_color(c, across, along, seed):
     strand = fractal(across * 26, along * 1.1, seed, 4)
     fine = noise(across * 190, along * 2.0, seed + 9)
     tone = np.clip(0.42 + 0.34 * strand + 0.16 * fine, 0, 1)
-    colour = HAIR_DARK + (HAIR_MID - HAIR_DARK) * tone[..., None]
+    color = HAIR_DARK + (HAIR_MID - HAIR_DARK) * tone[..., None]
     gloss = np.clip(strand * 0.5 + fine * 0.4 + 0.35, 0, 1)
-    return colour, gloss
+    return color, gloss
 
 
 def paint_back_hair(c):
@@ -178,10 +178,10 @@ def paint_back_hair(c):
         np.abs(c.u + wave) - (0.45 + 0.10 * smoothstep(-0.2, 0.6, c.v)), np.maximum(-0.25 - c.v, c.v - 0.80)
     )
     shape = np.minimum(crown, falls * 2)
-    colour, gloss = hair_colour(c, c.u + 0.8 * wave, c.v, 21)
+    color, gloss = hair_color(c, c.u + 0.8 * wave, c.v, 21)
     light = 0.55 + 0.5 * smoothstep(0.6, -0.7, c.u) * smoothstep(0.9, -0.4, c.v)
-    colour = colour * light[..., None] + HAIR_LIGHT * (0.16 * gloss * light * smoothstep(-0.5, 0.1, c.v))[..., None]
-    c.paint(colour, c.edge(shape, 3.0))
+    color = color * light[..., None] + HAIR_LIGHT * (0.16 * gloss * light * smoothstep(-0.5, 0.1, c.v))[..., None]
+    c.paint(color, c.edge(shape, 3.0))
     # Loose ends against the room.
     for x, y, s in zip(*random_points(90, 23)):
         side = -1.0 if x < 0.5 else 1.0
@@ -199,10 +199,10 @@ def paint_front_hair(c):
     """Parted a little to her left; falls past the temples to both sides."""
     part_u, part_v = 0.07, -0.665
     # The opening in which the face shows: its upper edge is the hair line, higher at the part.
-    centre = 0.5 * (c.u - part_u) / 0.4
+    center = 0.5 * (c.u - part_u) / 0.4
     opening = (
         ((c.u - 0.005) / (0.300 + 0.028 * smoothstep(-0.1, 0.35, c.v))) ** 2
-        + ((c.v - 0.03) / (0.555 - 0.05 * np.abs(centre))) ** 2
+        + ((c.v - 0.03) / (0.555 - 0.05 * np.abs(center))) ** 2
         - 1
     )
     # Outer edge of the hair on the head, then down to the jaw.
@@ -214,15 +214,15 @@ def paint_front_hair(c):
     angle = np.arctan2(du, np.maximum(dv, -0.2) + 0.10)
     down = smoothstep(-0.25, 0.25, c.v)
     across = angle * 0.62 * (1 - down) + (c.u + 0.02 * np.sin(c.v * 8)) * down
-    colour, gloss = hair_colour(c, across, radius, 31)
+    color, gloss = hair_color(c, across, radius, 31)
     band = np.exp(-(((radius - 0.26 - 0.05 * np.abs(angle)) / 0.075) ** 2))
     light = (0.60 + 0.50 * smoothstep(0.5, -0.5, c.u)) * (1 - 0.25 * smoothstep(-0.1, 0.5, c.v))
-    colour = colour * light[..., None] + HAIR_LIGHT * ((0.62 * band * gloss + 0.05) * light)[..., None]
+    color = color * light[..., None] + HAIR_LIGHT * ((0.62 * band * gloss + 0.05) * light)[..., None]
     # The hair shades the skin next to it.
     c.tint(
         [0.62, 0.50, 0.46], 0.75 * np.clip(1.0 - opening / -0.20, 0, 1) * (opening < 0) * smoothstep(0.62, 0.30, c.v)
     )
-    c.paint(colour, c.edge(shape, 4.0) * smoothstep(0.58, 0.22, c.v + 0.04 * np.sin(c.u * 31)))
+    c.paint(color, c.edge(shape, 4.0) * smoothstep(0.58, 0.22, c.v + 0.04 * np.sin(c.u * 31)))
     c.paint(
         HAIR_DARK * 0.9,
         0.5 * np.exp(-(((du - 0.10 * (dv**2)) / 0.006) ** 2)) * smoothstep(0.17, 0.02, dv) * (cap < 0),
@@ -277,9 +277,9 @@ def paint_neck(c):
         + 0.012 * gauss(c.u, c.v, 0.09 - 0.18 * (c.v - 0.45), 0.62, 0.02, 0.2)
     )
     height = height - 0.010 * gauss(c.u, c.v, 0, 0.80, 0.03, 0.03)
-    colour = SKIN * 0.93 * skin_light(*normals(c, height))
+    color = SKIN * 0.93 * skin_light(*normals(c, height))
     inside = c.edge(np.maximum(np.abs(c.u) - half, 0.2 - c.v))
-    c.paint(colour, inside)
+    c.paint(color, inside)
     # The head's shadow.
     c.tint([0.50, 0.36, 0.31], smoothstep(0.72, 0.42, c.v - 0.12 * c.u) * inside)
 
@@ -372,7 +372,7 @@ def skin_relief(c):
 
 
 def paint_skin_tone(c):
-    """Pigment: everything that is uneven in colour without being light or shadow."""
+    """Pigment: everything that is uneven in color without being light or shadow."""
     u, v, a = c.u, c.v, np.abs(c.u)
     redness = (
         0.75 * gauss(a, v, 0.205, 0.075, 0.075, 0.060)
@@ -572,16 +572,16 @@ def paint_brow(c, u0, seed):
     side = np.sign(u0)
     for x, y, s in zip(*random_points(420, seed)):
         t = x  # 0 at the nose, 1 at the temple
-        centre_u = u0 + side * (-0.088 + 0.195 * t)
-        centre_v = -0.196 - 0.034 * np.sin(np.pi * min(1.0, 0.86 * t)) + 0.018 * t * t
+        center_u = u0 + side * (-0.088 + 0.195 * t)
+        center_v = -0.196 - 0.034 * np.sin(np.pi * min(1.0, 0.86 * t)) + 0.018 * t * t
         thick = 0.021 * (1 - t) ** 0.35 * (0.35 + 0.65 * smoothstep(0.0, 0.18, t)) + 0.003
-        v0 = centre_v + (y - 0.5) * 2 * thick * 0.85
+        v0 = center_v + (y - 0.5) * 2 * thick * 0.85
         length = 0.020 + 0.014 * s
         rise = (0.90 - 1.05 * t) if y > 0.42 else (0.45 - 0.75 * t)
         points = [
-            (centre_u, v0),
-            (centre_u + side * 0.5 * length, v0 - 0.55 * rise * length),
-            (centre_u + side * length, v0 - 0.75 * rise * length),
+            (center_u, v0),
+            (center_u + side * 0.5 * length, v0 - 0.55 * rise * length),
+            (center_u + side * length, v0 - 0.75 * rise * length),
         ]
         c.stroke(points, 0.0014, linear(54, 34, 24) * (0.7 + 0.7 * s), 0.72)
 
@@ -604,10 +604,10 @@ def picture(width, height, cut_out):
     paint_front_hair(c)
     layers = np.concatenate([c.image, c.cover[..., None]], axis=2)
     small = layers.reshape(height, OVERSAMPLING, width, OVERSAMPLING, 4).mean(axis=(1, 3))
-    colour, alpha = small[..., :3], small[..., 3:]
-    if cut_out:  # over nothing the colours are multiplied by alpha
-        colour = colour / np.maximum(alpha, 1e-6)
-    encoded = np.rint(255 * np.clip(colour, 0, 1) ** (1 / 2.2)).astype(np.uint8)
+    color, alpha = small[..., :3], small[..., 3:]
+    if cut_out:  # over nothing the colors are multiplied by alpha
+        color = color / np.maximum(alpha, 1e-6)
+    encoded = np.rint(255 * np.clip(color, 0, 1) ** (1 / 2.2)).astype(np.uint8)
     return np.concatenate([encoded, np.rint(255 * alpha).astype(np.uint8)], axis=2) if cut_out else encoded
 
 

@@ -129,12 +129,12 @@ def write_sheet(path, cells, columns, width):
     print(path)
 
 
-def crop(pixels, centre_x, centre_y, width, height):
+def crop(pixels, center_x, center_y, width, height):
     """Around a point given in parts of the picture; moved inside where it would leave it."""
     rows, columns = pixels.shape[:2]
     width, height = min(width, columns), min(height, rows)
-    left = int(np.clip(centre_x * columns - width / 2, 0, columns - width))
-    top = int(np.clip(centre_y * rows - height / 2, 0, rows - height))
+    left = int(np.clip(center_x * columns - width / 2, 0, columns - width))
+    top = int(np.clip(center_y * rows - height / 2, 0, rows - height))
     return pixels[top : top + height, left : left + width]
 
 

@@ -139,7 +139,7 @@ TEST(Components, AreAllThereAndHaveSources)
 		EXPECT_FALSE(includes_in(root / "src" / component).empty()) << component;
 }
 
-TEST(Components, ShowTheirKnownNeighbours)
+TEST(Components, ShowTheirKnownNeighbors)
 {
 	EXPECT_EQ(component_of("panel/dock/dock_host.h"), "panel");
 	EXPECT_EQ(component_of("util/platform.h"), "");

@@ -37,5 +37,5 @@ if(said MATCHES "No nets" OR NOT commands MATCHES "kld-nets" OR NOT EXISTS "${li
 endif()
 file(READ "${license}" text)
 if(NOT text MATCHES "Copyright The MediaPipe Authors" OR NOT text MATCHES "Version 2.0, January 2004")
-  message(FATAL_ERROR "The notice or the licence of the nets is missing")
+  message(FATAL_ERROR "The notice or the license of the nets is missing")
 endif()

@@ -23,7 +23,7 @@ TEST(Sources, AreNotSplitBySystemInside)
 		EXPECT_FALSE(std::regex_search(content_of(file), condition)) << file;
 }
 
-TEST(Sources, BeginWithTheirLicence)
+TEST(Sources, BeginWithTheirLicense)
 {
 	for (const char *folder : {"src", "engine", "tests", "bench"}) {
 		for (const fs::path &file : sources_in(root / folder)) {

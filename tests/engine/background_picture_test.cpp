@@ -31,8 +31,8 @@ double reference(const Image &image, int width, int height, int x, int y, int ch
 	const double radius = std::max(scale, 1.0);
 	const double center_x = (image.width - width * scale) / 2 + (x + 0.5) * scale - 0.5;
 	const double center_y = (image.height - height * scale) / 2 + (y + 0.5) * scale - 0.5;
-	const auto weight = [radius](int place, double centre) {
-		return std::max(1 - std::abs(place - centre) / radius, 0.0);
+	const auto weight = [radius](int place, double center) {
+		return std::max(1 - std::abs(place - center) / radius, 0.0);
 	};
 	double sum = 0;
 	double total = 0;

@@ -25,7 +25,7 @@ void fill(Picture &picture, int x0, int x1, Pixel pixel)
 	}
 }
 
-// The screen on the left, a person's colour on the right.
+// The screen on the left, a person's color on the right.
 Picture before_screen(Pixel screen, int width = 256, int height = 144)
 {
 	Picture picture(width, height);
@@ -84,7 +84,7 @@ TEST_F(Background, AShadowOnTheScreenIsCutAsWell)
 	EXPECT_LT(at(output, 20, 70)[3], 32);
 }
 
-TEST_F(Background, NeutralColoursAreKept)
+TEST_F(Background, NeutralColorsAreKept)
 {
 	key(0, 0.4F);
 	for (const uint8_t level : {uint8_t{0}, uint8_t{60}, uint8_t{128}, uint8_t{255}}) {
@@ -125,7 +125,7 @@ TEST_F(Background, NoiseLeavesNoSpecklesOnTheScreen)
 	int speckles = 0;
 	for (size_t index = 3; index < output.bytes.size(); index += 4)
 		speckles += output.bytes[index] > 16;
-	EXPECT_LT(speckles, 100); // twice as many and more without a look at the neighbours
+	EXPECT_LT(speckles, 100); // twice as many and more without a look at the neighbors
 }
 
 TEST_F(Background, TheCutScalesTheAlphaThatIsThere)
@@ -177,7 +177,7 @@ TEST_F(Background, APictureComesBehindThePerson)
 	EXPECT_EQ(at(output, 200, 70), skin);
 }
 
-TEST_F(Background, APictureIsScaledToCoverAndCroppedToItsCentre)
+TEST_F(Background, APictureIsScaledToCoverAndCroppedToItsCenter)
 {
 	key(0);
 	// Three times as wide as the frame asks for: left and right thirds fall away, the seam stays in the middle.

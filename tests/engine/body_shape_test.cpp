@@ -61,8 +61,8 @@ protected:
 		face.number = number;
 		face.presence = 1;
 		face.size = size;
-		face.points[regions::left_iris_centre] = {person.eyes.x - size / 2, person.eyes.y, 0};
-		face.points[regions::right_iris_centre] = {person.eyes.x + size / 2, person.eyes.y, 0};
+		face.points[regions::left_iris_center] = {person.eyes.x - size / 2, person.eyes.y, 0};
+		face.points[regions::right_iris_center] = {person.eyes.x + size / 2, person.eyes.y, 0};
 		face.points[regions::chin] = {person.eyes.x, person.eyes.y + 1.85F * size, 0};
 		return face;
 	}

@@ -89,7 +89,7 @@ TEST_F(ColorFilter, IsWithinOneLevelOfTheReference_EvenForARandomTable)
 	}
 }
 
-TEST_F(ColorFilter, EveryGreyAndPureColourIsWithinOneLevelOfTheReference)
+TEST_F(ColorFilter, EveryGrayAndPureColorIsWithinOneLevelOfTheReference)
 {
 	const std::string path = filter_path("extraordinary");
 	Lut3d lut;
@@ -133,7 +133,7 @@ TEST_F(ColorFilter, AllNineteenLoad_AndNoTwoLookAlike)
 	}
 }
 
-TEST_F(ColorFilter, KeepsGreyRampsRising)
+TEST_F(ColorFilter, KeepsGrayRampsRising)
 {
 	Picture ramp(256, 1);
 	for (int x = 0; x < 256; ++x)

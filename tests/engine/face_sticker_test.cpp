@@ -79,7 +79,7 @@ protected:
 		return placed.size() == 1 ? placed.front() : PlacedSprite{};
 	}
 
-	// What the glasses change of each half of a grey frame, left and right of the bridge of the nose.
+	// What the glasses change of each half of a gray frame, left and right of the bridge of the nose.
 	struct Halves {
 		int left = 0;
 		int right = 0;
@@ -104,7 +104,7 @@ protected:
 		FaceRecipe recipe = make_recipe(FaceCondition::Base, 3);
 		recipe.width = 960;
 		recipe.height = 540;
-		recipe.centre = {480, 260};
+		recipe.center = {480, 260};
 		recipe.eye_distance = 90;
 		recipe.yaw = recipe.pitch = 0;
 		recipe.roll = roll_degrees;

@@ -17,7 +17,7 @@
 namespace kalvio::engine::testing {
 namespace {
 
-// What is compared: the means of squares of pixels over the whole picture, for colour and place; or some pixels, for
+// What is compared: the means of squares of pixels over the whole picture, for color and place; or some pixels, for
 // texture and edges.
 enum class View { Means, Detail };
 
@@ -136,7 +136,7 @@ Picture picture_of(Scene scene)
 	return half_size(portrait);
 }
 
-// Over grey, so that alpha counts as what it shows.
+// Over gray, so that alpha counts as what it shows.
 int shown(const uint8_t *pixel, int channel)
 {
 	return (pixel[channel] * pixel[3] + 128 * (255 - pixel[3]) + 127) / 255;

@@ -116,11 +116,11 @@ TEST(ImageDecoding, PngAlphaIsKept)
 	EXPECT_EQ(image.pixel(3, 3)[3], 77);
 }
 
-TEST(ImageDecoding, GreyAndSixteenBitPngsBecomeRgba)
+TEST(ImageDecoding, GrayAndSixteenBitPngsBecomeRgba)
 {
-	const uint8_t grey[4] = {0, 85, 170, 255};
+	const uint8_t gray[4] = {0, 85, 170, 255};
 	Image image;
-	ASSERT_TRUE(decode_image(png_with_format(PNG_FORMAT_GRAY, 4, 1, grey), image));
+	ASSERT_TRUE(decode_image(png_with_format(PNG_FORMAT_GRAY, 4, 1, gray), image));
 	EXPECT_EQ(image.pixel(2, 0)[1], 170);
 	EXPECT_EQ(image.pixel(2, 0)[3], 255);
 	const uint16_t linear[8] = {0, 0, 0, 65535, 65535, 65535, 65535, 65535};
@@ -129,7 +129,7 @@ TEST(ImageDecoding, GreyAndSixteenBitPngsBecomeRgba)
 	EXPECT_EQ(image.pixel(1, 0)[0], 255);
 }
 
-TEST(ImageDecoding, AGreyJpegBecomesRgba)
+TEST(ImageDecoding, AGrayJpegBecomesRgba)
 {
 	Image image;
 	ASSERT_TRUE(decode_image(jpeg(8, 8, 1, JCS_GRAYSCALE, Bytes(64, 130)), image));

@@ -73,7 +73,7 @@ struct Lines {
 		brows = {brow(left_brow_lower, left_brow_upper), brow(right_brow_lower, right_brow_upper)};
 		nose = line_of(face, nose_bridge);
 		apples = {face.points[50].flat(), face.points[280].flat()};
-		irises = {face.points[left_iris_centre].flat(), face.points[right_iris_centre].flat()};
+		irises = {face.points[left_iris_center].flat(), face.points[right_iris_center].flat()};
 	}
 
 	std::vector<Point> oval;
@@ -182,7 +182,7 @@ FaceRecipe makeup_recipe(int tone)
 	recipe.seed = 6 + static_cast<uint32_t>(tone); // a painter keeps the skin of a seed
 	recipe.width = 640;
 	recipe.height = 360;
-	recipe.centre = {320, 190};
+	recipe.center = {320, 190};
 	recipe.eye_distance = 84;
 	recipe.skin = skins[size_t(tone)];
 	recipe.lips = lips[size_t(tone)];
@@ -204,14 +204,14 @@ std::vector<bool> part_pixels(const MakeupFace &face, FacePart part, float margi
 	std::vector<bool> pixels(size_t(face.picture.width) * size_t(face.picture.height));
 	// Nothing of a face lies further from its middle.
 	const float around = (1.6F + margin) * face.size;
-	const Point centre = regions::face_centre(face.points);
+	const Point center = regions::face_center(face.points);
 	const auto bound = [](float value, int limit) {
 		return std::clamp(static_cast<int>(value), 0, limit);
 	};
-	for (int y = bound(centre.y - around, face.picture.height); y < bound(centre.y + around, face.picture.height);
+	for (int y = bound(center.y - around, face.picture.height); y < bound(center.y + around, face.picture.height);
 	     ++y) {
-		for (int x = bound(centre.x - around, face.picture.width);
-		     x < bound(centre.x + around, face.picture.width); ++x) {
+		for (int x = bound(center.x - around, face.picture.width);
+		     x < bound(center.x + around, face.picture.width); ++x) {
 			const Point place = {static_cast<float>(x) + 0.5F, static_cast<float>(y) + 0.5F};
 			pixels[size_t(y) * size_t(face.picture.width) + size_t(x)] =
 				distance_from(lines, part, place, face.size) <= margin;

@@ -355,9 +355,9 @@ TEST_F(Makeup, ALensLeavesThePupilDark)
 	follow(face.picture);
 	const Picture output = with(items[7], {0, 7}, face.picture);
 	for (const size_t iris : {size_t{468}, size_t{473}}) {
-		const Point centre = face.points[iris].flat();
-		const auto x = static_cast<int>(centre.x);
-		const auto y = static_cast<int>(centre.y);
+		const Point center = face.points[iris].flat();
+		const auto x = static_cast<int>(center.x);
+		const auto y = static_cast<int>(center.y);
 		EXPECT_LT(delta_e(lab_of(face.picture.pixel(x, y)), lab_of(output.pixel(x, y))), 6);
 	}
 }
@@ -419,7 +419,7 @@ Picture four_faces(FacePainter &painter)
 		recipe.width = 480;
 		recipe.height = 270;
 		recipe.eye_distance = 44;
-		recipe.centre = {index == 3 ? 445.0F : 240.0F, 140};
+		recipe.center = {index == 3 ? 445.0F : 240.0F, 140};
 		const MakeupFace face = paint_face(painter, recipe);
 		for (int y = 0; y < 270; ++y)
 			std::copy_n(face.picture.pixel(0, y), 480 * 4, all.pixel(index % 2 * 480, index / 2 * 270 + y));

@@ -30,12 +30,12 @@ protected:
 	}
 
 	// A face in a frame of 960 x 540 with 90 pixels between its eyes. Painted small: only its points are needed.
-	TrackedFace made_face(FaceCondition condition, uint32_t seed, Point centre = {480, 260})
+	TrackedFace made_face(FaceCondition condition, uint32_t seed, Point center = {480, 260})
 	{
 		FaceRecipe recipe = make_recipe(condition, seed);
 		recipe.width = 48;
 		recipe.height = 27;
-		recipe.centre = centre;
+		recipe.center = center;
 		recipe.eye_distance = 90;
 		Image image;
 		return face_with(painter->paint(recipe, 1, image));
@@ -199,7 +199,7 @@ TEST_F(ReshapeFieldTest, PointsHaveMirrorImagesOnTheOtherSide)
 	const TrackedFace face = made_face(FaceCondition::Base, 1);
 	FaceRecipe level = make_recipe(FaceCondition::Base, 1);
 	level.yaw = level.pitch = level.roll = 0;
-	level.centre = {240, 130};
+	level.center = {240, 130};
 	Image image;
 	const FacePoints points = painter->paint(level, 1, image);
 	const float middle = points[168].x;
@@ -358,8 +358,8 @@ TEST_F(ReshapeFieldTest, TheFramesEdgesStayWhereTheyAre)
 {
 	Amounts all;
 	all.fill(-1);
-	for (const Point centre : {Point{20, 260}, Point{950, 500}, Point{480, 30}}) {
-		const TrackedFace face = made_face(FaceCondition::Base, 3, centre);
+	for (const Point center : {Point{20, 260}, Point{950, 500}, Point{480, 30}}) {
+		const TrackedFace face = made_face(FaceCondition::Base, 3, center);
 		build(all, {&face, 1});
 		for (float x = 0.5F; x < width; x += 5) {
 			EXPECT_EQ(offset({x, 0.5F}).y, 0);
@@ -382,7 +382,7 @@ TEST_F(ReshapeFieldTest, EverySettingMovesItsFeatureByAHundredthOfTheSize)
 		FaceRecipe level = make_recipe(FaceCondition::Base, seed);
 		level.width = 48;
 		level.height = 27;
-		level.centre = {480, 260};
+		level.center = {480, 260};
 		level.eye_distance = 90;
 		level.yaw = level.pitch = level.roll = 0;
 		Image image;

@@ -39,7 +39,7 @@ protected:
 		FaceRecipe recipe = make_recipe(FaceCondition::Base, seed);
 		recipe.width = 960;
 		recipe.height = 540;
-		recipe.centre = {480, 260};
+		recipe.center = {480, 260};
 		recipe.eye_distance = 90;
 		recipe.yaw = recipe.pitch = recipe.roll = 0;
 		return recipe;
@@ -288,7 +288,7 @@ TEST_F(Reshape, FourFacesAreReshapedAtOnce)
 		FaceRecipe recipe = level_recipe(index + 1);
 		recipe.width = 480;
 		recipe.height = 270;
-		recipe.centre = {240, 130};
+		recipe.center = {240, 130};
 		recipe.eye_distance = 45;
 		const Picture one = painted(recipe);
 		for (int y = 0; y < one.height; ++y)
@@ -316,13 +316,13 @@ TEST_F(Reshape, EverySizeAndAFaceAtTheEdgeWork)
 		EXPECT_EQ(process(input, output), KL_OK);
 		EXPECT_EQ(output.bytes, input.bytes);
 	}
-	for (const Point centre : {Point{90, 260}, Point{850, 420}, Point{480, 60}}) {
+	for (const Point center : {Point{90, 260}, Point{850, 420}, Point{480, 60}}) {
 		engine->faces = nullptr;
 		FaceRecipe recipe = level_recipe(4);
-		recipe.centre = centre;
+		recipe.center = center;
 		const Picture picture = painted(recipe);
 		const Picture output = after_frames(picture, 12);
-		ASSERT_FALSE(engine->faces->faces().empty()) << centre.x << " " << centre.y;
+		ASSERT_FALSE(engine->faces->faces().empty()) << center.x << " " << center.y;
 		EXPECT_NE(output.bytes, picture.bytes);
 	}
 }
@@ -337,7 +337,7 @@ TEST_F(Reshape, EffectsStayOnTheirFeaturesWhileAHeadTurnsAndTalks)
 	FaceRecipe recipe = level_recipe(2);
 	recipe.width = 640;
 	recipe.height = 360;
-	recipe.centre = {320, 180};
+	recipe.center = {320, 180};
 	recipe.eye_distance = 60;
 	constexpr std::array followed = {33, 133, 263, 362, 61, 291, 172, 397, 152, 1};
 	std::array<std::array<Point, std::size(followed)>, 2> last = {};

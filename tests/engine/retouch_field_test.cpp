@@ -11,12 +11,12 @@ namespace kalvio::engine::testing {
 namespace {
 
 // A disc of skin on a green wall.
-Picture disc_of_skin(int width, int height, int centre_x, int radius)
+Picture disc_of_skin(int width, int height, int center_x, int radius)
 {
 	Picture picture(width, height);
 	for (int y = 0; y < height; ++y) {
 		for (int x = 0; x < width; ++x) {
-			const int dx = x - centre_x;
+			const int dx = x - center_x;
 			const int dy = y - height / 2;
 			const bool is_skin = dx * dx + dy * dy < radius * radius;
 			const uint8_t shade = static_cast<uint8_t>((x * 7 + y * 13) % 9);

@@ -10,27 +10,27 @@
 namespace kalvio::engine::testing {
 namespace {
 
-struct Colour {
+struct Color {
 	int red;
 	int green;
 	int blue;
 };
 
-constexpr Colour light_skin = {226, 178, 152};
-constexpr Colour blue_cloth = {60, 90, 170};
+constexpr Color light_skin = {226, 178, 152};
+constexpr Color blue_cloth = {60, 90, 170};
 
-// One colour with noise of a few levels; the right half may have another.
-Picture patches(int width, int height, Colour left, Colour right, int noise)
+// One color with noise of a few levels; the right half may have another.
+Picture patches(int width, int height, Color left, Color right, int noise)
 {
 	Picture picture = noise_picture(width, height, 11);
 	for (int y = 0; y < height; ++y) {
 		for (int x = 0; x < width; ++x) {
 			uint8_t *pixel = picture.pixel(x, y);
-			const Colour colour = x < width / 2 ? left : right;
+			const Color color = x < width / 2 ? left : right;
 			const int shift = noise == 0 ? 0 : pixel[0] % (2 * noise + 1) - noise;
-			pixel[0] = static_cast<uint8_t>(colour.red + shift);
-			pixel[1] = static_cast<uint8_t>(colour.green + shift);
-			pixel[2] = static_cast<uint8_t>(colour.blue + shift);
+			pixel[0] = static_cast<uint8_t>(color.red + shift);
+			pixel[1] = static_cast<uint8_t>(color.green + shift);
+			pixel[2] = static_cast<uint8_t>(color.blue + shift);
 		}
 	}
 	return picture;
@@ -95,7 +95,7 @@ double part_left(const Picture &clean, const Picture &planted, const Picture &cl
 
 class RetouchOfBlemishes : public Retouch {
 protected:
-	double blemish_left(Colour skin, double sigma)
+	double blemish_left(Color skin, double sigma)
 	{
 		const Picture clean = patches(skin_width, skin_height, skin, skin, 2);
 		Picture planted = clean;
@@ -115,7 +115,7 @@ protected:
 	}
 };
 
-constexpr Colour dark_skin = {96, 62, 48};
+constexpr Color dark_skin = {96, 62, 48};
 
 TEST_F(RetouchOfBlemishes, EachStyleTakesThemFromLightAndDarkSkinAlike)
 {
@@ -309,10 +309,10 @@ protected:
 		return oklab_from_linear(linear_from_srgb(red / 255), linear_from_srgb(green / 255),
 					 linear_from_srgb(blue / 255));
 	}
-	ToneChange change_of(Colour colour)
+	ToneChange change_of(Color color)
 	{
-		const Picture output = processed(patches(32, 32, colour, colour, 0));
-		const Oklab in = oklab_of(colour.red, colour.green, colour.blue);
+		const Picture output = processed(patches(32, 32, color, color, 0));
+		const Oklab in = oklab_of(color.red, color.green, color.blue);
 		const uint8_t *pixel = output.pixel(16, 16);
 		const Oklab out = oklab_of(pixel[0], pixel[1], pixel[2]);
 		return {100 * (out.lightness - in.lightness), std::hypot(out.a, out.b) / std::hypot(in.a, in.b),
@@ -322,7 +322,7 @@ protected:
 
 TEST_F(RetouchTone, KeepsTheHueOfSkin)
 {
-	for (const Colour skin : {light_skin, Colour{190, 140, 112}, Colour{150, 102, 78}}) {
+	for (const Color skin : {light_skin, Color{190, 140, 112}, Color{150, 102, 78}}) {
 		for (int style = 0; style < 5; ++style) {
 			kl_set_whitening(engine.get(), 1);
 			kl_set_whitening_style(engine.get(), style);
@@ -356,7 +356,7 @@ TEST_F(RetouchTone, TeethLipsAndGrayChangeLittle)
 		kl_set_whitening(engine.get(), 1);
 		kl_set_whitening_style(engine.get(), style);
 		const double skin = std::abs(change_of(light_skin).lightness);
-		for (const Colour other : {Colour{235, 225, 205}, Colour{190, 90, 90}, Colour{128, 129, 130}})
+		for (const Color other : {Color{235, 225, 205}, Color{190, 90, 90}, Color{128, 129, 130}})
 			EXPECT_LT(std::abs(change_of(other).lightness), 0.45 * skin) << style << ", " << other.green;
 	}
 }
@@ -443,7 +443,7 @@ TEST_F(Retouch, SharpeningLeavesNoHaloInALargeFrame)
 	}
 }
 
-TEST_F(Retouch, SkinOnlyLeavesOtherColoursAlone_WhenTheBundleHasNoNets)
+TEST_F(Retouch, SkinOnlyLeavesOtherColorsAlone_WhenTheBundleHasNoNets)
 {
 	const std::string path = scratch.write_bundle("plain.kld", "resource");
 	const kl_engine_config config = {0, 0, nullptr, path.c_str(), "org.test", 0};

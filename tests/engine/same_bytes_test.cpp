@@ -103,19 +103,19 @@ constexpr Effect effects[] = {
 	 }},
 };
 
-// Blocks of random colours, half of which the key takes for its screen, under noise in all four channels.
+// Blocks of random colors, half of which the key takes for its screen, under noise in all four channels.
 Picture blocks(int width, int height)
 {
 	constexpr int side = 12;
 	Picture picture = noise_picture(width, height, 3);
-	const Picture colours = noise_picture(width / side + 1, height / side + 1, 8);
+	const Picture colors = noise_picture(width / side + 1, height / side + 1, 8);
 	for (int y = 0; y < height; ++y) {
 		for (int x = 0; x < width; ++x) {
-			const uint8_t *colour = colours.pixel(x / side, y / side);
-			const bool screen = colour[3] < 128;
+			const uint8_t *color = colors.pixel(x / side, y / side);
+			const bool screen = color[3] < 128;
 			uint8_t *pixel = picture.pixel(x, y);
 			for (int channel = 0; channel < 3; ++channel) {
-				const int base = screen ? (channel == 1 ? 180 : 50) : 96 + colour[channel] / 3;
+				const int base = screen ? (channel == 1 ? 180 : 50) : 96 + color[channel] / 3;
 				pixel[channel] = static_cast<uint8_t>(base + pixel[channel] % 24);
 			}
 		}

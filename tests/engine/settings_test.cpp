@@ -126,7 +126,7 @@ TEST_F(SettingsTest, MakeupIsStored_ItemByItem)
 	}
 }
 
-TEST_F(SettingsTest, UnknownStylesAndColoursAreRefused)
+TEST_F(SettingsTest, UnknownStylesAndColorsAreRefused)
 {
 	expect_choices("smoothing", kl_set_smoothing_style, 3);
 	expect_choices("whitening", kl_set_whitening_style, 5);

@@ -31,7 +31,7 @@ constexpr std::array<std::array<int, 3>, skin_background_count + 3> backgrounds 
 	{205, 170, 128}, // light wood
 	{140, 92, 60},   // dark wood
 	{238, 236, 232}, // white wall
-	{128, 128, 130}, // grey wall
+	{128, 128, 130}, // gray wall
 	{86, 128, 92},   // green wall
 	{150, 76, 58},   // bricks
 	{40, 176, 70},
@@ -39,8 +39,8 @@ constexpr std::array<std::array<int, 3>, skin_background_count + 3> backgrounds 
 	{196, 32, 40},
 }};
 
-constexpr std::array<std::array<int, 3>, 4> hair_colours = {{{166, 130, 84}, {92, 58, 36}, {52, 36, 28}, {26, 22, 21}}};
-constexpr std::array<std::array<int, 3>, 4> shirt_colours = {
+constexpr std::array<std::array<int, 3>, 4> hair_colors = {{{166, 130, 84}, {92, 58, 36}, {52, 36, 28}, {26, 22, 21}}};
+constexpr std::array<std::array<int, 3>, 4> shirt_colors = {
 	{{40, 58, 96}, {232, 232, 230}, {92, 104, 70}, {128, 40, 44}}};
 
 double to_linear(double encoded)
@@ -172,7 +172,7 @@ void widen_outlines(std::vector<Region> &regions, int width, int height)
 
 const std::array<const char *, skin_light_count> skin_light_names = {"warm", "neutral", "cool"};
 const std::array<const char *, skin_background_count> skin_background_names = {
-	"beige wall", "light wood", "dark wood", "white wall", "grey wall", "green wall", "bricks"};
+	"beige wall", "light wood", "dark wood", "white wall", "gray wall", "green wall", "bricks"};
 
 int typology_angle(int tone)
 {
@@ -188,8 +188,8 @@ SkinScene make_skin_scene(int tone, int light, int background, const Pose &pose)
 	person.skin = linear_of_lab(tones[tone]);
 	for (double &channel : person.skin)
 		channel *= 1.25; // lit skin is brighter than the instrument's reading of it
-	person.hair = linear_of(hair_colours[size_t(std::clamp(tone / 2, 0, 3))]);
-	person.shirt = linear_of(shirt_colours[size_t(tone % 4)]);
+	person.hair = linear_of(hair_colors[size_t(std::clamp(tone / 2, 0, 3))]);
+	person.shirt = linear_of(shirt_colors[size_t(tone % 4)]);
 	person.wall = linear_of(backgrounds[size_t(background)]);
 	person.grain = background == 1 || background == 2 || background == 6;
 

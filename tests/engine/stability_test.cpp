@@ -11,7 +11,7 @@
 namespace kalvio::engine::testing {
 namespace {
 
-// Effects whose result depends on more than a pixel's own colour.
+// Effects whose result depends on more than a pixel's own color.
 void set_look(kl_engine *engine)
 {
 	kl_set_beauty_skin_only(engine, true);
@@ -87,7 +87,7 @@ TEST_F(Stability, ANoisyStillDoesNotFlickerMoreThanItsNoise)
 	}
 }
 
-TEST_F(Stability, TheColourOfSkinDoesNotPump)
+TEST_F(Stability, TheColorOfSkinDoesNotPump)
 {
 	for (const int background : {0, 1, 5}) { // the walls that are most and least like skin
 		const SkinScene scene = make_skin_scene(2, 0, background);
@@ -136,7 +136,7 @@ const ColumnEffect column_effects[] = {
 	{"the look on skin", set_look},
 };
 
-// The skin's colour, brightening from left to right by a level every eight pixels.
+// The skin's color, brightening from left to right by a level every eight pixels.
 Picture skin_gradient(int width, int height)
 {
 	Picture picture(width, height);

@@ -150,12 +150,12 @@ Canvas::Canvas(int width, int height)
 {
 }
 
-void Canvas::ellipse(Point centre, Point radius, float angle, const Color &color, float opacity)
+void Canvas::ellipse(Point center, Point radius, float angle, const Color &color, float opacity)
 {
 	const float reach = std::max(radius.x, radius.y) + 1;
 	const Point axis = {std::cos(angle), std::sin(angle)};
-	each(centre - Point{reach, reach}, centre + Point{reach, reach}, [&](Point place, Color &light) {
-		const Point offset = place - centre;
+	each(center - Point{reach, reach}, center + Point{reach, reach}, [&](Point place, Color &light) {
+		const Point offset = place - center;
 		const Point own = {(offset.x * axis.x + offset.y * axis.y) / radius.x,
 				   (offset.y * axis.x - offset.x * axis.y) / radius.y};
 		light = mix(light, color, opacity * cover((length(own) - 1) * std::min(radius.x, radius.y)));

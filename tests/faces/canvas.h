@@ -112,7 +112,7 @@ public:
 	}
 
 	// `angle` in radians.
-	void ellipse(Point centre, Point radius, float angle, const Color &color, float opacity = 1);
+	void ellipse(Point center, Point radius, float angle, const Color &color, float opacity = 1);
 	void polygon(const std::vector<Point> &outline, const Color &color, float opacity = 1);
 	void stroke(const std::vector<Point> &line, float thickness, const Color &color, float opacity = 1);
 
@@ -126,7 +126,7 @@ public:
 	};
 	// Forgets the depths.
 	void begin_solids() { depth_.assign(light_.size(), -INFINITY); }
-	// paint(values) gives the colour of the samples that are in front.
+	// paint(values) gives the color of the samples that are in front.
 	template <typename Paint>
 	void triangle(const Corner &a, const Corner &b, const Corner &c, const Paint &paint);
 

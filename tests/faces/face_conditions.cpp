@@ -29,7 +29,7 @@ FaceRecipe any_face(uint32_t seed)
 	recipe.seed = seed;
 	recipe.eye_distance = random.uniform(30, 60);
 	const float margin = recipe.eye_distance * 2;
-	recipe.centre = {random.uniform(margin, 480 - margin), random.uniform(110, 140)};
+	recipe.center = {random.uniform(margin, 480 - margin), random.uniform(110, 140)};
 	recipe.yaw = random.uniform(-10, 10);
 	recipe.pitch = random.uniform(-8, 8);
 	recipe.roll = random.uniform(-10, 10);
@@ -113,11 +113,11 @@ FaceRecipe make_recipe(FaceCondition condition, uint32_t seed)
 		break;
 	case FaceCondition::Small:
 		recipe.eye_distance = random.uniform(12, 16.8F);
-		recipe.centre = {random.uniform(60, 420), random.uniform(60, 190)};
+		recipe.center = {random.uniform(60, 420), random.uniform(60, 190)};
 		break;
 	case FaceCondition::Large:
 		recipe.eye_distance = random.uniform(72, 90);
-		recipe.centre = {random.uniform(190, 290), random.uniform(120, 140)};
+		recipe.center = {random.uniform(190, 290), random.uniform(120, 140)};
 		break;
 	case FaceCondition::Blurred:
 		recipe.camera.blur_pixels = random.uniform(2, 3);

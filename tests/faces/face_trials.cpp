@@ -79,7 +79,7 @@ FaceErrors operator*(const FaceErrors &errors, double factor)
 const TrackedFace *face_at(std::span<const TrackedFace> faces, const FacePoints &truth)
 {
 	for (const TrackedFace &face : faces) {
-		if (face.presence > 0 && distance(regions::face_centre(face.points), regions::face_centre(truth)) <
+		if (face.presence > 0 && distance(regions::face_center(face.points), regions::face_center(truth)) <
 						 0.6F * regions::face_size(truth))
 			return &face;
 	}
@@ -110,8 +110,8 @@ FaceErrors face_errors(const FacePoints &truth, const FacePoints &found)
 	lips.add(line_of(truth, lips_outer), closed_line_of(found, lips_outer));
 	lips.add(line_of(truth, lips_inner), closed_line_of(found, lips_inner));
 	Distances iris;
-	for (const int centre : {left_iris_centre, right_iris_centre})
-		iris.add(distance(truth[size_t(centre)].flat(), found[size_t(centre)].flat()));
+	for (const int center : {left_iris_center, right_iris_center})
+		iris.add(distance(truth[size_t(center)].flat(), found[size_t(center)].flat()));
 	Distances outline;
 	outline.add(line_of(truth, jaw), closed_line_of(found, oval));
 	Distances brows;
@@ -186,7 +186,7 @@ double FaceTrials::still_jitter(float noise_levels)
 	FaceRecipe recipe = make_recipe(FaceCondition::Base, 3);
 	recipe.width = 960;
 	recipe.height = 540;
-	recipe.centre = {480, 270};
+	recipe.center = {480, 270};
 	recipe.eye_distance = 120;
 	recipe.camera.noise_levels = noise_levels;
 	FaceTracker tracker = make_tracker();
@@ -220,7 +220,7 @@ double FaceTrials::moving_lag()
 {
 	FaceRecipe recipe = make_recipe(FaceCondition::Base, 3);
 	recipe.camera.noise_levels = 3;
-	recipe.centre = {240, 130};
+	recipe.center = {240, 130};
 	recipe.eye_distance = 50;
 	FaceTracker tracker = make_tracker();
 	Image image;
@@ -233,15 +233,15 @@ double FaceTrials::moving_lag()
 	double true_beside = 0;
 	for (int frame = 0; frame < frames; ++frame) {
 		const double phase = 2 * std::numbers::pi * frame / 30;
-		recipe.centre.x = 240 + 0.25F * recipe.eye_distance * static_cast<float>(std::sin(phase));
+		recipe.center.x = 240 + 0.25F * recipe.eye_distance * static_cast<float>(std::sin(phase));
 		const FacePoints truth = painter_.paint(recipe, uint32_t(frame), image);
 		tracker.update(frame_of(image), frame * frame_s, pool_);
 		if (frame < first)
 			continue;
 		if (tracker.faces().size() != 1)
 			return INFINITY;
-		const double seen = static_cast<double>(regions::face_centre(tracker.faces()[0].points).x) - 240;
-		const double there = static_cast<double>(regions::face_centre(truth).x) - 240;
+		const double seen = static_cast<double>(regions::face_center(tracker.faces()[0].points).x) - 240;
+		const double there = static_cast<double>(regions::face_center(truth).x) - 240;
 		seen_along += seen * std::sin(phase);
 		seen_beside += seen * std::cos(phase);
 		true_along += there * std::sin(phase);
@@ -363,8 +363,8 @@ FaceErrors astronaut_errors(const FacePoints &found)
 	lips.add(in_picture(astronaut_inner_lips), closed_line_of(found, lips_inner));
 	Distances iris;
 	const std::vector<Point> irises = in_picture(astronaut_irises);
-	iris.add(distance(irises[0], found[left_iris_centre].flat()));
-	iris.add(distance(irises[1], found[right_iris_centre].flat()));
+	iris.add(distance(irises[0], found[left_iris_center].flat()));
+	iris.add(distance(irises[1], found[right_iris_center].flat()));
 	Distances outline;
 	outline.add(in_picture(astronaut_jaw), closed_line_of(found, oval));
 	return {eyes.percent_of(size), lips.percent_of(size), iris.percent_of(size), outline.percent_of(size), 0};

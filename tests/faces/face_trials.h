@@ -19,7 +19,7 @@ namespace kalvio::engine::testing {
 // The nets of a resource bundle. Throws std::runtime_error where it has none.
 NetLibrary load_nets(const std::string &bundle_path);
 
-// Mean distances of known points from the found lines, in percent of the face's size; that of the irises' centres from
+// Mean distances of known points from the found lines, in percent of the face's size; that of the irises' centers from
 // the found ones.
 struct FaceErrors {
 	double eyes = 0;

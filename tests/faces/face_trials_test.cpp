@@ -57,7 +57,7 @@ TEST_F(MadeFaces, AreFoundAndPlacedRightOrNotAtAllWhenTheyAreTurnedOver)
 	for (const float roll : {60.0F, 90.0F, 120.0F, 150.0F, 180.0F}) {
 		FaceRecipe recipe = make_recipe(FaceCondition::Base, 4);
 		recipe.roll = roll;
-		recipe.centre = {240, 135};
+		recipe.center = {240, 135};
 		recipe.eye_distance = 40;
 		const FaceTrial trial = trials->try_face(recipe);
 		if (trial.found_after) {

@@ -29,12 +29,12 @@ void fill(Canvas &canvas, Random &random)
 }
 
 // A round thing with light from above.
-void ball(Canvas &canvas, Random &random, Point centre, float radius, const Color &color, float grain)
+void ball(Canvas &canvas, Random &random, Point center, float radius, const Color &color, float grain)
 {
 	const uint32_t seed = static_cast<uint32_t>(random.below(10000));
 	const Point lit = {random.uniform(-0.5F, 0.5F), random.uniform(-0.7F, -0.1F)};
-	canvas.each(centre - Point{radius, radius}, centre + Point{radius, radius}, [&](Point place, Color &light) {
-		const Point at = (place - centre) * (1 / radius);
+	canvas.each(center - Point{radius, radius}, center + Point{radius, radius}, [&](Point place, Color &light) {
+		const Point at = (place - center) * (1 / radius);
 		const float outside = length(at) - 1;
 		if (outside > 0)
 			return;
@@ -52,11 +52,11 @@ std::vector<Point> triangle(Point a, Point b, Point c)
 // A cat's or a dog's head: ears, eyes, a muzzle with a nose, whiskers.
 void animal(Canvas &canvas, Random &random)
 {
-	const Point centre = {random.uniform(120, 360), random.uniform(110, 160)};
+	const Point center = {random.uniform(120, 360), random.uniform(110, 160)};
 	const float radius = random.uniform(35, 85);
 	const Color fur = any_color(random, 0.05F, 0.6F);
 	const auto at = [&](float x, float y) {
-		return centre + Point{x, y} * radius;
+		return center + Point{x, y} * radius;
 	};
 	ball(canvas, random, at(0, 1.7F), radius * 1.3F, fur * 0.9F, 0.3F);
 	const bool dog = random.chance(0.4F);
@@ -69,7 +69,7 @@ void animal(Canvas &canvas, Random &random)
 				triangle(at(side * 0.35F, -0.8F), at(side * 0.95F, -0.35F), at(side * 0.85F, -1.35F)),
 				fur * 0.85F);
 	}
-	ball(canvas, random, centre, radius, fur, 0.35F);
+	ball(canvas, random, center, radius, fur, 0.35F);
 	const float apart = random.uniform(0.36F, 0.5F);
 	const Color eye = dog ? Color{0.05F, 0.03F, 0.02F} : Color{0.4F, 0.45F, 0.1F};
 	for (const float side : {-1.0F, 1.0F}) {
@@ -96,15 +96,15 @@ void balls(Canvas &canvas, Random &random)
 {
 	const int count = 1 + random.below(3);
 	for (int number = 0; number < count; ++number) {
-		const Point centre = {random.uniform(80, 400), random.uniform(70, 200)};
+		const Point center = {random.uniform(80, 400), random.uniform(70, 200)};
 		const float radius = random.uniform(30, 80);
-		ball(canvas, random, centre, radius, any_color(random), 0);
+		ball(canvas, random, center, radius, any_color(random), 0);
 		const int spots = 2 + random.below(6);
 		const Color spot = any_color(random, 0.01F, 0.4F);
 		for (int index = 0; index < spots; ++index) {
 			const float angle = 2 * pi * static_cast<float>(index) / static_cast<float>(spots);
 			const float out = spots == 3 ? 0.3F : 0.6F;
-			canvas.ellipse(centre + Point{std::cos(angle), std::sin(angle)} * (out * radius),
+			canvas.ellipse(center + Point{std::cos(angle), std::sin(angle)} * (out * radius),
 				       {0.14F * radius, 0.14F * radius}, angle, spot);
 		}
 	}
@@ -159,12 +159,12 @@ void chair(Canvas &canvas, Random &random)
 // The back of a head on shoulders: hair, ears, a neck.
 void from_behind(Canvas &canvas, Random &random)
 {
-	const Point centre = {random.uniform(120, 360), random.uniform(95, 130)};
+	const Point center = {random.uniform(120, 360), random.uniform(95, 130)};
 	const float radius = random.uniform(35, 70);
 	const float bright = random.uniform(0.1F, 0.6F);
 	const Color skin = {bright, bright * 0.6F, bright * 0.45F};
 	const auto at = [&](float x, float y) {
-		return centre + Point{x, y} * radius;
+		return center + Point{x, y} * radius;
 	};
 	canvas.ellipse(at(0, 2.9F), {1.9F * radius, 1.4F * radius}, 0, any_color(random));
 	canvas.ellipse(at(0, 1.2F), {0.55F * radius, 0.7F * radius}, 0, skin * 0.7F);
@@ -174,7 +174,7 @@ void from_behind(Canvas &canvas, Random &random)
 	const Color hair = any_color(random, 0.01F, 0.35F);
 	const float bottom = random.uniform(0.6F, 1.8F);
 	canvas.each(at(-1, -1.3F), at(1, 2), [&](Point place, Color &light) {
-		const Point own = (place - centre) * (1 / radius);
+		const Point own = (place - center) * (1 / radius);
 		const float outside = own.y < 0 ? length({own.x / 0.88F, own.y / 1.15F}) - 1
 						: std::max(std::abs(own.x) / 0.88F, own.y / bottom) - 1;
 		if (outside < 0)

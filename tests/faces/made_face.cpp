@@ -43,7 +43,7 @@ bool holds(const std::array<int, Count> &list, int point)
 class Holding {
 public:
 	explicit Holding(const FaceRecipe &recipe)
-		: centre_(recipe.centre), pixels_per_cm_(recipe.eye_distance / eye_distance_cm)
+		: center_(recipe.center), pixels_per_cm_(recipe.eye_distance / eye_distance_cm)
 	{
 		constexpr float radians = std::numbers::pi_v<float> / 180;
 		const float cy = std::cos(recipe.yaw * radians);
@@ -64,12 +64,12 @@ public:
 	Point3 seen(const Point3 &placed_point) const
 	{
 		const float scale = pixels_per_cm_ * camera_distance_cm / (camera_distance_cm - placed_point.z);
-		return {centre_.x + placed_point.x * scale, centre_.y - placed_point.y * scale,
+		return {center_.x + placed_point.x * scale, center_.y - placed_point.y * scale,
 			-placed_point.z * scale};
 	}
 
 private:
-	Point centre_;
+	Point center_;
 	float pixels_per_cm_;
 	std::array<Point3, 3> rows_;
 };
@@ -140,7 +140,7 @@ using Values = Canvas::CornerValues;
 
 // A part of the body as an ellipsoid in the head's axes.
 struct Ellipsoid {
-	Point3 centre;
+	Point3 center;
 	Point3 radius;
 	bool turns; // with the head
 };
@@ -156,7 +156,7 @@ void draw(const Ellipsoid &solid, const Holding &holding, Canvas &canvas, const 
 		const Point3 ball = {std::sin(polar) * std::sin(around), std::cos(polar),
 				     std::sin(polar) * std::cos(around)};
 		const Point3 own = {ball.x * solid.radius.x, ball.y * solid.radius.y, ball.z * solid.radius.z};
-		const Point3 point = own + solid.centre;
+		const Point3 point = own + solid.center;
 		const Point3 out = {ball.x / solid.radius.x, ball.y / solid.radius.y, ball.z / solid.radius.z};
 		const Point3 normal = solid.turns ? holding.turned(out) : out;
 		const Point3 placed = solid.turns ? holding.placed(point) : point;

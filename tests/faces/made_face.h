@@ -39,7 +39,7 @@ struct FaceRecipe {
 	uint32_t seed = 1;
 
 	// Where and how it is held. Angles in degrees, signs as in HeadPose.
-	Point centre = {240, 130}; // of the head's pivot, in pixels
+	Point center = {240, 130}; // of the head's pivot, in pixels
 	float eye_distance = 40;   // seen from the front, in pixels
 	float yaw = 0;
 	float pitch = 0;

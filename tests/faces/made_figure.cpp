@@ -173,7 +173,7 @@ void put_head(FacePainter &painter, const FigureRecipe &recipe, Image &image)
 	face.eye_distance = recipe.eye_distance;
 	face.yaw = face.pitch = face.roll = 0;
 	constexpr float eyes_above_pivot_cm = 5.6F;
-	face.centre = {recipe.eyes.x, recipe.eyes.y + eyes_above_pivot_cm * recipe.pixels_per_cm()};
+	face.center = {recipe.eyes.x, recipe.eyes.y + eyes_above_pivot_cm * recipe.pixels_per_cm()};
 	face.camera.noise_levels = 0;
 	face.camera.blur_pixels = 0;
 	Image painted;

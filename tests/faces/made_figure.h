@@ -15,7 +15,7 @@ namespace kalvio::engine::testing {
 namespace figure_cm {
 inline constexpr float shoulders = 22;  // below the eyes
 inline constexpr float chest = 37;      // where two spots are painted
-inline constexpr float spot_offset = 8; // of their centres from the middle
+inline constexpr float spot_offset = 8; // of their centers from the middle
 inline constexpr float spot_radius = 3;
 inline constexpr float waist = 55;
 inline constexpr float hips = 72;
@@ -31,7 +31,7 @@ struct FigureRecipe {
 	Point eyes = {640, 80}; // between them, in pixels
 	float eye_distance = 25;
 	bool has_face = true;      // else seen from behind: hair alone
-	std::optional<float> pole; // centre of a straight vertical stripe of the wall, 6 pixels wide
+	std::optional<float> pole; // center of a straight vertical stripe of the wall, 6 pixels wide
 	float lean = 0;            // cm to the right per cm down
 
 	float pixels_per_cm() const { return eye_distance / 6.3F; }

@@ -94,7 +94,7 @@ TEST_F(FilterProperties, WorkWithoutAnInstanceOrItsSource)
 	EXPECT_EQ(call_journal().count("obs_source_get_settings"), 0u);
 }
 
-TEST_F(FilterProperties, BuildingTheViewHasItCentredOnceAndLeavesTheInstanceUnlocked)
+TEST_F(FilterProperties, BuildingTheViewHasItCenteredOnceAndLeavesTheInstanceUnlocked)
 {
 	FilterInstance &filter = create();
 	const std::lock_guard lock(filter.mutex); // building the view must not wait for it

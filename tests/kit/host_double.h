@@ -20,7 +20,7 @@
 // by kind from the last reset ("render target 1", "staging surface 1", "texture 1"), sources have their name.
 namespace kalvio::test {
 
-// A picture in which no two neighbouring pixels, rows or channels are alike, alpha included.
+// A picture in which no two neighboring pixels, rows or channels are alike, alpha included.
 Picture test_picture(uint32_t width, uint32_t height);
 
 // A source of the host, as much of one as a filter can see. Filters are sources too. References, parent, target,

@@ -71,16 +71,16 @@ Picture pattern_picture(uint32_t width, uint32_t height)
 
 Picture alpha_ramp_picture()
 {
-	static constexpr std::array<Rgba, 8> colours = {{{255, 255, 255, 0},
-							 {0, 0, 0, 0},
-							 {255, 0, 0, 0},
-							 {0, 255, 0, 0},
-							 {0, 0, 255, 0},
-							 {128, 128, 128, 0},
-							 {200, 100, 50, 0},
-							 {1, 2, 254, 0}}};
-	return make_picture(256, colours.size(), [](uint32_t x, uint32_t y) {
-		Rgba pixel = colours[y];
+	static constexpr std::array<Rgba, 8> colors = {{{255, 255, 255, 0},
+							{0, 0, 0, 0},
+							{255, 0, 0, 0},
+							{0, 255, 0, 0},
+							{0, 0, 255, 0},
+							{128, 128, 128, 0},
+							{200, 100, 50, 0},
+							{1, 2, 254, 0}}};
+	return make_picture(256, colors.size(), [](uint32_t x, uint32_t y) {
+		Rgba pixel = colors[y];
 		pixel[3] = static_cast<uint8_t>(x);
 		return pixel;
 	});

@@ -34,15 +34,15 @@ Picture make_picture(uint32_t width, uint32_t height, const std::function<Rgba(u
 
 Picture solid_picture(uint32_t width, uint32_t height, Rgba pixel);
 
-// Opaque. Neighbours differ in every channel, and a picture that is turned, mirrored, shifted or has its channels
+// Opaque. Neighbors differ in every channel, and a picture that is turned, mirrored, shifted or has its channels
 // swapped differs from it.
 Picture pattern_picture(uint32_t width, uint32_t height);
 
-// Every alpha value against strong colours: one column an alpha (256 wide), one row a colour. The colours are straight:
+// Every alpha value against strong colors: one column an alpha (256 wide), one row a color. The colors are straight:
 // they do not depend on the alpha.
 Picture alpha_ramp_picture();
 
-// Each colour channel turned to 255 - value, the alpha kept.
+// Each color channel turned to 255 - value, the alpha kept.
 Picture inverted(Picture picture);
 
 // The largest difference of any byte; 256 when the sizes differ.

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <ostream>
 
-// An engine that changes nothing must leave no trace of the round trip through its memory: not in the colours, not in
+// An engine that changes nothing must leave no trace of the round trip through its memory: not in the colors, not in
 // the alpha, not in what the host makes of both.
 namespace kalvio::test {
 
@@ -41,7 +41,7 @@ std::string targa_file(const Picture &picture)
 		return static_cast<char>(value >> 8);
 	};
 	std::string file(18, '\0');
-	file[2] = 2; // uncompressed true colour
+	file[2] = 2; // uncompressed true color
 	file[12] = low(picture.width);
 	file[13] = high(picture.width);
 	file[14] = low(picture.height);
@@ -95,8 +95,8 @@ std::vector<uint8_t> alpha_of(const Picture &picture)
 enum class SourceKind {
 	Plain, // drawn by the host, straight alpha
 	Async, // frames, as from a camera
-	Image, // the host's picture source: draws itself, with premultiplied colours
-	Scene  // composed by the host, with premultiplied colours
+	Image, // the host's picture source: draws itself, with premultiplied colors
+	Scene  // composed by the host, with premultiplied colors
 };
 
 void PrintTo(SourceKind kind, std::ostream *out)
@@ -133,7 +133,7 @@ private:
 	const ScratchFolder folder_;
 };
 
-TEST_P(SourceKindTest, EveryColourAndAlphaIsDrawnAsWithoutTheFilter)
+TEST_P(SourceKindTest, EveryColorAndAlphaIsDrawnAsWithoutTheFilter)
 {
 	const OBSSourceAutoRelease source = create(alpha_ramp_picture());
 	const Picture without = render(source);
@@ -185,7 +185,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds, SourceKindTest,
 			 ::testing::Values(SourceKind::Plain, SourceKind::Async, SourceKind::Image, SourceKind::Scene),
 			 ::testing::PrintToStringParamName());
 
-// Straight colours come out of the filter as straight as they went in, and so the host blends them as before. The
+// Straight colors come out of the filter as straight as they went in, and so the host blends them as before. The
 // premultiplied ones of images and scenes it multiplies once more: see the frame path on how the result is drawn.
 TEST_F(BlendingTest, TransparentPixelsOfAPlainSourceBlendAsWithoutTheFilter)
 {

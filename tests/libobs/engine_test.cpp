@@ -19,7 +19,7 @@ namespace {
 const LogLine creation_failed = {LOG_ERROR, "[Kalvio] kl_engine_create failed"};
 const LogLine created_without_engine = {LOG_WARNING, "[Kalvio] filter created without engine (passthrough)"};
 
-// Skin as it is: one colour with faint blotches of some pixels and a finer grain that repeats nowhere.
+// Skin as it is: one color with faint blotches of some pixels and a finer grain that repeats nowhere.
 Picture skin_picture()
 {
 	uint32_t state = 1;

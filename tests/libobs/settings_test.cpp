@@ -32,7 +32,7 @@ std::thread::id graphics_thread()
 	return id;
 }
 
-// What one application of settings sends with the colour key off and no resource changed.
+// What one application of settings sends with the color key off and no resource changed.
 constexpr size_t beauty_calls = 64;
 
 TEST_F(SettingsTest, CreationAppliesTheSettingsTwice)

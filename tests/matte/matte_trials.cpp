@@ -68,7 +68,7 @@ MadePerson make_person(FacePainter &painter, FaceCondition condition, Hair hair,
 	const float scale = static_cast<float>(width) / static_cast<float>(recipe.width);
 	recipe.width = width;
 	recipe.height = height;
-	recipe.centre = recipe.centre * scale;
+	recipe.center = recipe.center * scale;
 	recipe.eye_distance *= scale;
 	recipe.strands = 40;
 	recipe.portrait = true;
@@ -76,7 +76,7 @@ MadePerson make_person(FacePainter &painter, FaceCondition condition, Hair hair,
 	// As a camera on a desk shows a person.
 	if (condition != FaceCondition::Large && condition != FaceCondition::Small) {
 		recipe.eye_distance *= 0.75F;
-		recipe.centre.y = 0.9F * recipe.centre.y - 0.02F * static_cast<float>(height);
+		recipe.center.y = 0.9F * recipe.center.y - 0.02F * static_cast<float>(height);
 	}
 	paint_person(painter, person);
 	return person;
@@ -232,13 +232,13 @@ double MatteTrials::flicker(FaceCondition condition, uint32_t seed, int frames)
 double MatteTrials::motion_loss(uint32_t seed)
 {
 	MadePerson person = make_person(painter_, FaceCondition::Base, Hair::Short, seed);
-	const Point start = person.recipe.centre;
+	const Point start = person.recipe.center;
 	PersonMatte matte = make_matte();
 	double loss = 0;
 	constexpr int frames = 30;
 	for (int frame = 0; frame < frames; ++frame) {
 		const float angle = 2 * std::numbers::pi_v<float> * static_cast<float>(frame) / frames;
-		person.recipe.centre = start + Point{0.5F * person.recipe.eye_distance * std::sin(angle), 0};
+		person.recipe.center = start + Point{0.5F * person.recipe.eye_distance * std::sin(angle), 0};
 		paint_person(painter_, person);
 		put_before(room(seed), person);
 		PersonMatte fresh = make_matte();

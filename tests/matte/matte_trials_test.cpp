@@ -51,8 +51,8 @@ TEST_F(MatteTrialsTest, BothOfTwoPeopleAreCutOut)
 	MadePerson left = trials->person_in(Surroundings::Rooms, FaceCondition::Base, 1);
 	MadePerson right = left;
 	right.recipe.seed += 40;
-	left.recipe.centre.x = 260;
-	right.recipe.centre.x = 700;
+	left.recipe.center.x = 260;
+	right.recipe.center.x = 700;
 	for (MadePerson *person : {&left, &right})
 		paint_person(trials->painter(), *person);
 	put_before(trials->room(1), left);

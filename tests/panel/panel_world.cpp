@@ -101,7 +101,7 @@ PanelWorld::PanelWorld()
 	reset_recording_engine();
 	set_engine_capabilities(all_capabilities);
 	note_engine_capabilities(all_capabilities);
-	reset_neighbours();
+	reset_neighbors();
 	set_config_folder(config_.file("config"));
 	set_module_folder(data_folder());
 	targeting() = {};

@@ -5,7 +5,7 @@
 #include "kit/host_double.h"
 #include "kit/recording_engine.h"
 #include "kit/scratch.h"
-#include "neighbours.h"
+#include "neighbors.h"
 #include "panel/kalvio_panel.h"
 #include "panel/model/targeting.h"
 #include "panel/model/ui_preferences.h"

@@ -12,7 +12,7 @@
 // Looking at what a widget paints.
 namespace kalvio::test {
 
-// Over a known colour, so that what is translucent can be computed.
+// Over a known color, so that what is translucent can be computed.
 inline constexpr QColor backdrop(10, 20, 30);
 
 inline QImage paint(QWidget &widget, qreal scale = 1)

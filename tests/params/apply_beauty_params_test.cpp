@@ -169,7 +169,7 @@ TEST_F(ApplyBeautyParams, SkinOnlyIsSentAsABool)
 	EXPECT_EQ(apply()[6], (Call{"kl_set_beauty_skin_only", {true}}));
 }
 
-TEST_F(ApplyBeautyParams, ColourKeyOffSendsOnlyTheClear)
+TEST_F(ApplyBeautyParams, ColorKeyOffSendsOnlyTheClear)
 {
 	obs_data_set_double(settings_, "chroma_similarity", 0.5);
 	for (const int chroma : {0, -1, -100}) {
@@ -180,7 +180,7 @@ TEST_F(ApplyBeautyParams, ColourKeyOffSendsOnlyTheClear)
 	}
 }
 
-TEST_F(ApplyBeautyParams, ColourKeyIsSentOneLessThanTheSettingFollowedByItsFineTuning)
+TEST_F(ApplyBeautyParams, ColorKeyIsSentOneLessThanTheSettingFollowedByItsFineTuning)
 {
 	obs_data_set_double(settings_, "chroma_similarity", 0.25);
 	obs_data_set_double(settings_, "chroma_smoothness", 0.5);

@@ -132,7 +132,7 @@ TEST_F(ApplyEffectResources, NothingIsSentAgainWhileNothingChanges)
 	EXPECT_EQ(call_journal().count("obs_find_module_file"), 0u);
 }
 
-TEST_F(ApplyEffectResources, GoesThroughColourFilterStickerAndBackgroundInThisOrder)
+TEST_F(ApplyEffectResources, GoesThroughColorFilterStickerAndBackgroundInThisOrder)
 {
 	set("filter_id", "vivid");
 	set("sticker_id", "fox");
@@ -185,11 +185,11 @@ TEST_F(ApplyEffectResources, ValuesOfAnotherTypeReadAsNoEffect)
 	EXPECT_EQ(call_journal().calls(CallOrigin::Engine), (Calls{{"kl_clear_virtual_background", {}}}));
 }
 
-// --- Colour filter
+// --- Color filter
 
-class ApplyColourFilter : public ApplyEffectResources {
+class ApplyColorFilter : public ApplyEffectResources {
 protected:
-	ApplyColourFilter()
+	ApplyColorFilter()
 	{
 		vivid_ = data_.write("filters/vivid/vivid.kld");
 		dawn_ = data_.write("filters/dawn/dawn.kld");
@@ -200,14 +200,14 @@ protected:
 	std::string dawn_;
 };
 
-TEST_F(ApplyColourFilter, ANewIdLoadsItsBundleAndSendsTheIntensity)
+TEST_F(ApplyColorFilter, ANewIdLoadsItsBundleAndSendsTheIntensity)
 {
 	set("filter_id", "vivid");
 	EXPECT_EQ(apply(), (Calls{{"kl_set_filter", {vivid_}}, {"kl_set_filter_intensity", {0.5f}}}));
 	EXPECT_EQ(log_.lines(), Lines());
 }
 
-TEST_F(ApplyColourFilter, AChangeOfTheIntensityAloneSendsOnlyTheIntensity)
+TEST_F(ApplyColorFilter, AChangeOfTheIntensityAloneSendsOnlyTheIntensity)
 {
 	set("filter_id", "vivid");
 	apply();
@@ -215,7 +215,7 @@ TEST_F(ApplyColourFilter, AChangeOfTheIntensityAloneSendsOnlyTheIntensity)
 	EXPECT_EQ(apply(), (Calls{{"kl_set_filter_intensity", {0.75f}}}));
 }
 
-TEST_F(ApplyColourFilter, AnotherIdSendsAlsoTheSameIntensityAgain)
+TEST_F(ApplyColorFilter, AnotherIdSendsAlsoTheSameIntensityAgain)
 {
 	set("filter_id", "vivid");
 	apply();
@@ -223,7 +223,7 @@ TEST_F(ApplyColourFilter, AnotherIdSendsAlsoTheSameIntensityAgain)
 	EXPECT_EQ(apply(), (Calls{{"kl_set_filter", {dawn_}}, {"kl_set_filter_intensity", {0.5f}}}));
 }
 
-TEST_F(ApplyColourFilter, TheEmptyIdClearsAndSendsNoIntensity)
+TEST_F(ApplyColorFilter, TheEmptyIdClearsAndSendsNoIntensity)
 {
 	set("filter_id", "vivid");
 	apply();
@@ -232,20 +232,20 @@ TEST_F(ApplyColourFilter, TheEmptyIdClearsAndSendsNoIntensity)
 	EXPECT_EQ(apply(), (Calls{{"kl_clear_filter", {}}}));
 }
 
-TEST_F(ApplyColourFilter, TheIntensityIsNotSentWithoutAFilter)
+TEST_F(ApplyColorFilter, TheIntensityIsNotSentWithoutAFilter)
 {
 	set("filter_intensity", 0.9);
 	EXPECT_EQ(apply(), Calls());
 }
 
-TEST_F(ApplyColourFilter, TheIntensityIsNotClamped)
+TEST_F(ApplyColorFilter, TheIntensityIsNotClamped)
 {
 	set("filter_id", "vivid");
 	set("filter_intensity", 3.5);
 	EXPECT_EQ(apply()[1], (Call{"kl_set_filter_intensity", {3.5f}}));
 }
 
-TEST_F(ApplyColourFilter, AMissingBundleWarnsThenClearsAndStillSendsTheIntensity)
+TEST_F(ApplyColorFilter, AMissingBundleWarnsThenClearsAndStillSendsTheIntensity)
 {
 	set("filter_id", "snow");
 	EXPECT_EQ(apply_with_log(), (Calls{warning("[Kalvio] failed to load filter snow"),
@@ -253,7 +253,7 @@ TEST_F(ApplyColourFilter, AMissingBundleWarnsThenClearsAndStillSendsTheIntensity
 					   {"kl_set_filter_intensity", {0.5f}}}));
 }
 
-TEST_F(ApplyColourFilter, ABundleThatTheEngineRefusesWarnsThenClearsAndStillSendsTheIntensity)
+TEST_F(ApplyColorFilter, ABundleThatTheEngineRefusesWarnsThenClearsAndStillSendsTheIntensity)
 {
 	refuse(vivid_);
 	set("filter_id", "vivid");
@@ -263,7 +263,7 @@ TEST_F(ApplyColourFilter, ABundleThatTheEngineRefusesWarnsThenClearsAndStillSend
 					   {"kl_set_filter_intensity", {0.5f}}}));
 }
 
-TEST_F(ApplyColourFilter, AFailedIdIsNotTriedAgainUntilTheIdChanges)
+TEST_F(ApplyColorFilter, AFailedIdIsNotTriedAgainUntilTheIdChanges)
 {
 	set("filter_id", "snow");
 	apply();
@@ -278,7 +278,7 @@ TEST_F(ApplyColourFilter, AFailedIdIsNotTriedAgainUntilTheIdChanges)
 	EXPECT_EQ(log_.lines(), Lines());
 }
 
-TEST_F(ApplyColourFilter, AfterAFailedLoadAChangeOfTheIntensityIsSent)
+TEST_F(ApplyColorFilter, AfterAFailedLoadAChangeOfTheIntensityIsSent)
 {
 	set("filter_id", "snow");
 	apply();
@@ -286,7 +286,7 @@ TEST_F(ApplyColourFilter, AfterAFailedLoadAChangeOfTheIntensityIsSent)
 	EXPECT_EQ(apply_with_log(), (Calls{{"kl_set_filter_intensity", {0.25f}}}));
 }
 
-TEST_F(ApplyColourFilter, TheWarningNamesAnUnknownIdAsItWasStored)
+TEST_F(ApplyColorFilter, TheWarningNamesAnUnknownIdAsItWasStored)
 {
 	set("filter_id", "no such % filter é");
 	EXPECT_EQ(apply_with_log()[0], warning("[Kalvio] failed to load filter no such % filter é"));

@@ -21,7 +21,7 @@ protected:
 
 // --- The lists
 
-TEST_F(EffectCatalog, ListsTheColourFiltersInPanelOrder)
+TEST_F(EffectCatalog, ListsTheColorFiltersInPanelOrder)
 {
 	const std::vector<std::string> expected = {
 		"initial_heart", "first_love", "vivid",  "confession", "milk_tea",      "mousse", "japanese",
@@ -70,7 +70,7 @@ TEST_F(EffectCatalog, FindsAStickerByItsExactIdOnly)
 	EXPECT_EQ(find_sticker(nullptr), nullptr);
 }
 
-// --- Colour filters
+// --- Color filters
 
 TEST_F(EffectCatalog, AFilterLiesInAFolderOfItsOwnName)
 {

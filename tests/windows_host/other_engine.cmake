@@ -17,7 +17,7 @@ execute_process(
 )
 
 # Everything of the open engine's package but its library, what is in its own format, what is drawn with it, and the
-# licences of what is compiled into it.
+# licenses of what is compiled into it.
 file(STRINGS "${CMAKE_CURRENT_LIST_DIR}/../packaging/files_windows.txt" expected)
 list(FILTER expected EXCLUDE REGEX "/kalvio\\.dll$|\\.kld$|/MODELS-LICENSE|/previews/|/licenses/")
 list(APPEND expected obs-kalvio/bin/64bit/stand_in_engine.dll)

@@ -316,13 +316,13 @@ TEST_F(WholeModule, PanelIsDrawn)
 	EXPECT_EQ(QApplication::platformName(), qEnvironmentVariable("QT_QPA_PLATFORM"));
 	const QImage picture = panel().grab().toImage();
 	EXPECT_GE(picture.width(), 300);
-	// An empty panel has few colours.
-	std::map<QRgb, int> colours;
+	// An empty panel has few colors.
+	std::map<QRgb, int> colors;
 	for (int y = 0; y < picture.height(); ++y) {
 		for (int x = 0; x < picture.width(); ++x)
-			++colours[picture.pixel(x, y)];
+			++colors[picture.pixel(x, y)];
 	}
-	EXPECT_GT(colours.size(), 100u);
+	EXPECT_GT(colors.size(), 100u);
 	const QString file = qEnvironmentVariable("KALVIO_SCREENSHOT");
 	EXPECT_TRUE(file.isEmpty() || picture.save(file)) << file.toStdString();
 	quit();

@@ -30,7 +30,7 @@ CropSquare probe_square(const CropSquare &square, bool to_other_side)
 	const float sign = to_other_side ? -1.0F : 1.0F;
 	const Point down = {-square.right.y, square.right.x};
 	CropSquare probe;
-	probe.centre = square.centre + (square.right * probe_shift.x + down * probe_shift.y) * (sign * square.side);
+	probe.center = square.center + (square.right * probe_shift.x + down * probe_shift.y) * (sign * square.side);
 	probe.side = square.side * (1 + sign * probe_growth);
 	// A rotation without sine and cosine, which differ between math libraries.
 	const float tangent = sign * probe_half_turn;
@@ -61,7 +61,7 @@ float misfit(const PoseEstimator &poses, const MeshFace &face)
 float detector_score(FaceDetector &detector, const Frame &frame, const MeshFace &face)
 {
 	const Point points[] = {
-		face.points[regions::left_iris_centre].flat(), face.points[regions::right_iris_centre].flat(),
+		face.points[regions::left_iris_center].flat(), face.points[regions::right_iris_center].flat(),
 		face.points[regions::nose_tip].flat(),
 		middle(face.points[regions::upper_inner_lip].flat(), face.points[regions::lower_inner_lip].flat())};
 	constexpr size_t count = std::size(points); // the keys of a detection begin with the same four
@@ -88,7 +88,7 @@ bool is_turned_over(FaceDetector &detector, const Frame &frame, const MeshFace &
 	over.right = over.right * -1;
 	return std::ranges::any_of(detector.find(frame, over), [&](const FaceDetection &detection) {
 		return detection.score > score &&
-		       distance(detection.face_centre(), face.centre) < same_face_distance * face.size;
+		       distance(detection.face_center(), face.center) < same_face_distance * face.size;
 	});
 }
 

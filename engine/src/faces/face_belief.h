@@ -19,7 +19,7 @@ struct MeshFace {
 	const FacePoints &points;
 	CropSquare square; // the next one (FaceMesh::next_square)
 	float size;        // regions::face_size of `points`
-	Point centre;      // regions::face_centre of them
+	Point center;      // regions::face_center of them
 };
 
 // Faces nearer to each other than this, in sizes, are the same. Two heads side by side are 2 apart and more.

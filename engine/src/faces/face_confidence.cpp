@@ -40,7 +40,7 @@ constexpr float difference_to = 0.08F;
 // Almost black skin gives ratios of noise.
 constexpr float color_floor = 0.02F;
 constexpr float largest_ratio = 4;
-// How far the outline's colours are taken from within it: on the line itself lies the background.
+// How far the outline's colors are taken from within it: on the line itself lies the background.
 constexpr float outline_inset = 0.15F;
 
 template <typename... Lists>
@@ -54,7 +54,7 @@ std::vector<int> joined(const Lists &...lists)
 // Where a point of the frame lies in the square.
 Point place_in(const CropSquare &square, Point point)
 {
-	const Point offset = (point - square.centre) * (1 / square.side);
+	const Point offset = (point - square.center) * (1 / square.side);
 	return {square.right.x * offset.x + square.right.y * offset.y + 0.5F,
 		square.right.x * offset.y - square.right.y * offset.x + 0.5F};
 }
@@ -162,7 +162,7 @@ void FaceConfidence::update(const FaceMesh &mesh, const CropSquare &square, cons
 			    const HeadPose &pose, float seconds)
 {
 	const Color skin = skin_color(mesh, square, points);
-	const Point centre = regions::face_centre(points);
+	const Point center = regions::face_center(points);
 	const float largest_change = seconds / full_change_seconds;
 	int strange_groups = 0;
 	for (size_t group = 0; group < looks_.size(); ++group) {
@@ -170,7 +170,7 @@ void FaceConfidence::update(const FaceMesh &mesh, const CropSquare &square, cons
 		const float inset = group == size_t(FaceGroup::Outline) ? outline_inset : 0.0F;
 		for (size_t index = 0; index < look.points.size(); ++index) {
 			const Point point = points[size_t(look.points[index])].flat();
-			const Color color = mesh.color_at(place_in(square, point + (centre - point) * inset));
+			const Color color = mesh.color_at(place_in(square, point + (center - point) * inset));
 			for (size_t channel = 0; channel < color.size(); ++channel)
 				look.seen[index][channel] = std::min(
 					(color[channel] + color_floor) / (skin[channel] + color_floor), largest_ratio);

@@ -18,8 +18,8 @@ inline constexpr int face_group_count = 5;
 // How far each part of a face can be relied on: 0..1, in the order of FaceGroup.
 using GroupConfidence = std::array<float, face_group_count>;
 
-// Judges the parts of one face. The mesh lies its points over whatever covers a face, so cover is told by colour: each
-// part's colours, taken as ratios to the face's skin so that light does not matter, are compared with what they usually
+// Judges the parts of one face. The mesh lies its points over whatever covers a face, so cover is told by color: each
+// part's colors, taken as ratios to the face's skin so that light does not matter, are compared with what they usually
 // are. That is learnt slowly, and hardly while a part is covered. A part that is covered from the beginning is taken
 // for its usual look. Turning away lowers the confidence, too: the points of the far side are guessed.
 class FaceConfidence {
@@ -41,7 +41,7 @@ public:
 private:
 	using Color = std::array<float, 3>;
 
-	// The look of one part, a colour for each of its points.
+	// The look of one part, a color for each of its points.
 	struct Look {
 		std::vector<int> points;
 		std::vector<Color> usual;

@@ -11,7 +11,7 @@ namespace kalvio::engine {
 
 namespace {
 
-// The anchors lie at the centres of a grid's cells, row by row; some grids have several boxes a cell.
+// The anchors lie at the centers of a grid's cells, row by row; some grids have several boxes a cell.
 struct AnchorGrid {
 	int cells; // a side
 	int boxes; // of each cell
@@ -53,7 +53,7 @@ float FaceDetection::size() const
 				  distance(middle(keys[LeftEye], keys[RightEye]), keys[Mouth]));
 }
 
-Point FaceDetection::face_centre() const
+Point FaceDetection::face_center() const
 {
 	return middle(middle(keys[LeftEye], keys[RightEye]), keys[Mouth]);
 }
@@ -61,7 +61,7 @@ Point FaceDetection::face_centre() const
 CropSquare FaceDetection::mesh_square() const
 {
 	constexpr float enlargement = 1.5F; // the mesh's net wants so much around the face
-	return {centre, side * enlargement, direction(keys[LeftEye], keys[RightEye])};
+	return {center, side * enlargement, direction(keys[LeftEye], keys[RightEye])};
 }
 
 FaceDetector::FaceDetector(std::unique_ptr<RunnableNet> net) : net_(std::move(net)) {}
@@ -81,7 +81,7 @@ int FaceDetector::decode()
 		Candidate &candidate = candidates_[size_t(count)];
 		candidate.score = logistic(logits[size_t(number)]);
 		candidate.number = number;
-		candidate.centre = anchor + Point{values[0], values[1]} * unit;
+		candidate.center = anchor + Point{values[0], values[1]} * unit;
 		candidate.width = values[2] * unit;
 		candidate.height = values[3] * unit;
 		bool sound = candidate.width > 0 && candidate.height > 0 && candidate.width < 4 && candidate.height < 4;
@@ -89,7 +89,7 @@ int FaceDetector::decode()
 			candidate.keys[key] = anchor + Point{values[4 + 2 * key], values[5 + 2 * key]} * unit;
 			sound = sound && std::abs(candidate.keys[key].x) < 4 && std::abs(candidate.keys[key].y) < 4;
 		}
-		if (sound && std::abs(candidate.centre.x) < 4 && std::abs(candidate.centre.y) < 4)
+		if (sound && std::abs(candidate.center.x) < 4 && std::abs(candidate.center.y) < 4)
 			++count;
 	}
 	std::sort(candidates_.begin(), candidates_.begin() + count, [](const Candidate &left, const Candidate &right) {
@@ -104,8 +104,8 @@ float FaceDetector::overlap(const Candidate &left, const Candidate &right)
 		return std::max(0.0F,
 				std::min(a + a_side / 2, b + b_side / 2) - std::max(a - a_side / 2, b - b_side / 2));
 	};
-	const float both = shared(left.centre.x, left.width, right.centre.x, right.width) *
-			   shared(left.centre.y, left.height, right.centre.y, right.height);
+	const float both = shared(left.center.x, left.width, right.center.x, right.width) *
+			   shared(left.center.y, left.height, right.center.y, right.height);
 	return both / (left.width * left.height + right.width * right.height - both);
 }
 
@@ -124,7 +124,7 @@ void FaceDetector::merge(int candidates, const CropSquare &square)
 				continue;
 			const float weight = std::exchange(candidate.score, 0.0F);
 			sum.score += weight;
-			sum.centre = sum.centre + candidate.centre * weight;
+			sum.center = sum.center + candidate.center * weight;
 			sum.width += candidate.width * weight;
 			sum.height += candidate.height * weight;
 			for (size_t key = 0; key < sum.keys.size(); ++key)
@@ -135,7 +135,7 @@ void FaceDetector::merge(int candidates, const CropSquare &square)
 		FaceDetection &detection = detections_[size_t(detection_count_++)];
 		const float share = 1 / sum.score;
 		detection.score = best.score;
-		detection.centre = square.to_frame(sum.centre * share);
+		detection.center = square.to_frame(sum.center * share);
 		detection.side = std::max(sum.width, sum.height) * share * square.side;
 		for (size_t key = 0; key < sum.keys.size(); ++key)
 			detection.keys[key] = square.to_frame(sum.keys[key] * share);

@@ -18,13 +18,13 @@ struct FaceDetection {
 	enum Key { LeftEye, RightEye, NoseTip, Mouth, LeftEar, RightEar }; // left and right of an upright face
 
 	float score = 0; // 0..1
-	Point centre;
+	Point center;
 	float side = 0; // the longer one of its box
 	std::array<Point, key_count> keys;
 
-	// As regions::face_size and regions::face_centre measure it.
+	// As regions::face_size and regions::face_center measure it.
 	float size() const;
-	Point face_centre() const;
+	Point face_center() const;
 	// What the face's mesh is looked for in.
 	CropSquare mesh_square() const;
 };
@@ -52,7 +52,7 @@ private:
 	struct Candidate {
 		float score;
 		int number; // of the box: the order among equal scores
-		Point centre;
+		Point center;
 		float width;
 		float height;
 		std::array<Point, FaceDetection::key_count> keys;

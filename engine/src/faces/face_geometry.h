@@ -5,7 +5,7 @@
 #include <cmath>
 
 // Coordinates of the face code. In a frame x runs to the right and y down, in pixels; the pixel in column i and row j
-// covers i..i + 1 and j..j + 1, so its centre lies at (i + 0.5, j + 0.5). z points away from the camera, in the same
+// covers i..i + 1 and j..j + 1, so its center lies at (i + 0.5, j + 0.5). z points away from the camera, in the same
 // unit. "Left" and "right" are the picture's, not the person's.
 namespace kalvio::engine {
 
@@ -75,14 +75,14 @@ inline Point middle(Point a, Point b)
 
 // A square of the frame, which may be turned and may reach beyond the frame. Places in it run from 0 to 1 both ways.
 struct CropSquare {
-	Point centre;
+	Point center;
 	float side = 0;
 	Point right = {1, 0}; // a unit vector: where the square's own x axis points to in the frame
 
 	Point to_frame(Point place) const
 	{
 		const Point offset = (place - Point{0.5F, 0.5F}) * side;
-		return centre + Point{right.x * offset.x - right.y * offset.y, right.y * offset.x + right.x * offset.y};
+		return center + Point{right.x * offset.x - right.y * offset.y, right.y * offset.x + right.x * offset.y};
 	}
 };
 

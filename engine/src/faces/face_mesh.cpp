@@ -115,8 +115,8 @@ CropSquare FaceMesh::next_square(const FacePoints &points)
 		high = {std::max(high.x, along), std::max(high.y, across)};
 	}
 	constexpr float enlargement = 1.5F;
-	const Point centre = middle(low, high);
-	return {right * centre.x + down * centre.y, enlargement * std::max(high.x - low.x, high.y - low.y), right};
+	const Point center = middle(low, high);
+	return {right * center.x + down * center.y, enlargement * std::max(high.x - low.x, high.y - low.y), right};
 }
 
 } // namespace kalvio::engine

@@ -34,7 +34,7 @@ public:
 	// nothing. Where a point is no number, 0; `points` are then undefined.
 	float fit(const Frame &frame, const CropSquare &square, FacePoints &points);
 
-	// The colour of the last fit's crop around a place of its square: red, green, blue, 0..1, a mean of 3 x 3 of
+	// The color of the last fit's crop around a place of its square: red, green, blue, 0..1, a mean of 3 x 3 of
 	// its pixels. Places beyond the square read its edge.
 	std::array<float, 3> color_at(Point place) const;
 

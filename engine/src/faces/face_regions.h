@@ -40,7 +40,7 @@ inline constexpr std::array lips_inner = {78,  191, 80,  81,  82,  13, 312, 311,
 inline constexpr std::array nose_bridge = {168, 6, 197, 195, 5, 4};
 inline constexpr std::array nose_wings = {129, 98, 64, 358, 327, 294};
 
-// The centre, then four points of the rim.
+// The center, then four points of the rim.
 inline constexpr std::array left_iris = {468, 469, 470, 471, 472};
 inline constexpr std::array right_iris = {473, 474, 475, 476, 477};
 
@@ -50,8 +50,8 @@ inline constexpr std::array skin = {10,  151, 9,   108, 337, 69,  299, 50,  280,
 
 inline constexpr int left_eye_outer_corner = 33;
 inline constexpr int right_eye_outer_corner = 263;
-inline constexpr int left_iris_centre = 468;
-inline constexpr int right_iris_centre = 473;
+inline constexpr int left_iris_center = 468;
+inline constexpr int right_iris_center = 473;
 inline constexpr int nose_tip = 1;
 inline constexpr int upper_inner_lip = 13;
 inline constexpr int lower_inner_lip = 14;
@@ -62,7 +62,7 @@ inline constexpr int forehead = 10;
 
 inline Point eyes_middle(const FacePoints &points)
 {
-	return middle(points[left_iris_centre].flat(), points[right_iris_centre].flat());
+	return middle(points[left_iris_center].flat(), points[right_iris_center].flat());
 }
 
 inline Point mouth_middle(const FacePoints &points)
@@ -80,12 +80,12 @@ inline float size_from(float eye_distance, float eyes_to_mouth)
 
 inline float face_size(const FacePoints &points)
 {
-	return size_from(distance(points[left_iris_centre].flat(), points[right_iris_centre].flat()),
+	return size_from(distance(points[left_iris_center].flat(), points[right_iris_center].flat()),
 			 distance(eyes_middle(points), mouth_middle(points)));
 }
 
 // Between the eyes and the mouth.
-inline Point face_centre(const FacePoints &points)
+inline Point face_center(const FacePoints &points)
 {
 	return middle(eyes_middle(points), mouth_middle(points));
 }

@@ -41,11 +41,11 @@ constexpr int frames_between_views = 2;
 bool is_sound(const CropSquare &square, const Frame &frame)
 {
 	const float largest = 4 * static_cast<float>(std::max(frame.width, frame.height));
-	const auto near = [](float centre, int length) {
-		return centre > -static_cast<float>(length) && centre < 2 * static_cast<float>(length);
+	const auto near = [](float center, int length) {
+		return center > -static_cast<float>(length) && center < 2 * static_cast<float>(length);
 	};
-	return square.side >= least_size && square.side <= largest && near(square.centre.x, frame.width) &&
-	       near(square.centre.y, frame.height);
+	return square.side >= least_size && square.side <= largest && near(square.center.x, frame.width) &&
+	       near(square.center.y, frame.height);
 }
 
 // The turn of the views: the whole frame and its squares, which find nearly every face, come every other time.
@@ -55,7 +55,7 @@ int view_of_turn(int64_t turn)
 	constexpr int half_views = view_count - first_half_view;
 	if (turn % 2 == 0)
 		return static_cast<int>(turn / 2 % large_views);
-	// Seven squares on, so that neighbours in time are not neighbours in the frame.
+	// Seven squares on, so that neighbors in time are not neighbors in the frame.
 	constexpr int step = 7;
 	return first_half_view + static_cast<int>(turn / 2 * step % half_views);
 }
@@ -194,7 +194,7 @@ bool FaceTracker::must_check(const Track &track)
 // on the mean of two checks, for which the mesh's square moves to either side in turn.
 bool FaceTracker::is_confirmed(Track &track, const Frame &frame) const
 {
-	const MeshFace face = {track.raw, track.square, track.size, track.centre};
+	const MeshFace face = {track.raw, track.square, track.size, track.center};
 	const float score = detector_score(*track.checker, frame, face);
 	if (score < believed_score)
 		return false;
@@ -224,16 +224,16 @@ void FaceTracker::follow(Track &track, const Frame &frame, float seconds)
 		++track.misses;
 		return;
 	}
-	const Point centre = regions::face_centre(points);
+	const Point center = regions::face_center(points);
 	track.size = regions::face_size(points);
 	if (track.placed) {
-		const Point expected = track.centre + track.velocity * seconds;
-		track.surprise = std::max(track.surprise * surprise_kept, distance(centre, expected) / track.size);
-		track.velocity = (centre - track.centre) * (1 / seconds);
+		const Point expected = track.center + track.velocity * seconds;
+		track.surprise = std::max(track.surprise * surprise_kept, distance(center, expected) / track.size);
+		track.velocity = (center - track.center) * (1 / seconds);
 	}
 	track.raw = points;
 	track.square = next;
-	track.centre = centre;
+	track.center = center;
 	track.placed = true;
 
 	track.smoother.update(points, seconds, track.size);
@@ -274,7 +274,7 @@ void FaceTracker::drop_duplicates()
 			Track &left = tracks_[first];
 			Track &right = tracks_[second];
 			if (!is_placed(left) || !is_placed(right) ||
-			    distance(left.centre, right.centre) >= same_face_distance * std::max(left.size, right.size))
+			    distance(left.center, right.center) >= same_face_distance * std::max(left.size, right.size))
 				continue;
 			const bool both = left.state == right.state;
 			const bool right_goes = both ? right.surprise >= left.surprise : right.state == State::Found;
@@ -290,7 +290,7 @@ bool FaceTracker::is_known(const FaceDetection &detection) const
 		if (track.state == State::Free)
 			continue;
 		const float size = std::max(track.size, detection.size());
-		if (distance(detection.face_centre(), track.centre) < same_face_distance * size)
+		if (distance(detection.face_center(), track.center) < same_face_distance * size)
 			return true;
 	}
 	return false;
@@ -311,7 +311,7 @@ void FaceTracker::take_detections(int views)
 			free->number = ++last_number_;
 			free->square = square;
 			free->size = detection.size();
-			free->centre = detection.face_centre();
+			free->center = detection.face_center();
 			free->velocity = {};
 			free->surprise = 0;
 			free->placed = false;

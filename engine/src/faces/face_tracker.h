@@ -69,9 +69,9 @@ private:
 		CropSquare square;   // where the next frame is looked at
 		FacePoints raw{};    // as the net found them
 		float size = 0;      // of `raw`
-		Point centre;        // of `raw`
-		Point velocity;      // of the centre, pixels a second
-		float surprise = 0;  // how far the last centre lay from where it was expected, in sizes
+		Point center;        // of `raw`
+		Point velocity;      // of the center, pixels a second
+		float surprise = 0;  // how far the last center lay from where it was expected, in sizes
 		bool placed = false; // `raw` is of this square's face
 		int age = 0;         // frames since it was found
 		int frames_since_check = 0;

@@ -121,22 +121,22 @@ PoseEstimator::PoseEstimator(const HeadGeometry &head)
 	}
 	for (Anchor &anchor : anchors_) {
 		anchor.weight /= total;
-		centre_ = centre_ + anchor.place * anchor.weight;
+		center_ = center_ + anchor.place * anchor.weight;
 	}
 	for (Anchor &anchor : anchors_) {
-		anchor.place = anchor.place - centre_;
+		anchor.place = anchor.place - center_;
 		spread_ += anchor.weight * dot(anchor.place, anchor.place);
 	}
 }
 
 bool PoseEstimator::estimate(const FacePoints &points, HeadPose &pose) const
 {
-	Point3 centre;
+	Point3 center;
 	for (const Anchor &anchor : anchors_)
-		centre = centre + in_head_axes(points[size_t(anchor.point)]) * anchor.weight;
+		center = center + in_head_axes(points[size_t(anchor.point)]) * anchor.weight;
 	Matrix3 products = {};
 	for (const Anchor &anchor : anchors_) {
-		const Point3 place = in_head_axes(points[size_t(anchor.point)]) - centre;
+		const Point3 place = in_head_axes(points[size_t(anchor.point)]) - center;
 		const float head[] = {anchor.place.x, anchor.place.y, anchor.place.z};
 		const float face[] = {place.x, place.y, place.z};
 		for (size_t row = 0; row < 3; ++row) {
@@ -154,7 +154,7 @@ bool PoseEstimator::estimate(const FacePoints &points, HeadPose &pose) const
 	const float scale = spread_ > 0 ? along / spread_ : 0;
 	if (!(scale > 0) || !std::isfinite(scale))
 		return false;
-	pose = {rotation, scale, centre - rotated(rotation, centre_) * scale};
+	pose = {rotation, scale, center - rotated(rotation, center_) * scale};
 	return true;
 }
 
@@ -162,7 +162,7 @@ float PoseEstimator::misfit(const FacePoints &points, const HeadPose &pose) cons
 {
 	float sum = 0;
 	for (const Anchor &anchor : anchors_) {
-		const Point3 place = pose.translation + rotated(pose.rotation, centre_ + anchor.place) * pose.scale;
+		const Point3 place = pose.translation + rotated(pose.rotation, center_ + anchor.place) * pose.scale;
 		const Point3 offset = in_head_axes(points[size_t(anchor.point)]) - place;
 		sum += anchor.weight * dot(offset, offset);
 	}

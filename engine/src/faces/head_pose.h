@@ -44,11 +44,11 @@ private:
 	struct Anchor {
 		int point;
 		float weight; // all weights together are 1
-		Point3 place; // from the weighted centre
+		Point3 place; // from the weighted center
 	};
 
 	std::vector<Anchor> anchors_;
-	Point3 centre_;    // of the anchors
+	Point3 center_;    // of the anchors
 	float spread_ = 0; // their weighted mean squared distance from it
 };
 

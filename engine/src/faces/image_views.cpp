@@ -15,7 +15,7 @@ constexpr int kernel_block = 4; // the largest that kernels::block_sums knows
 // Blocks of 128 pixels a side: no more are needed, and their sums are whole numbers that a float holds exactly.
 constexpr int max_shift = 7;
 
-// Centres of `count` squares of `side`, spread evenly over `length`.
+// Centers of `count` squares of `side`, spread evenly over `length`.
 float spread(int index, int count, float side, float length)
 {
 	return side / 2 + (length - side) * static_cast<float>(index) / static_cast<float>(count - 1);

@@ -27,7 +27,7 @@ struct ImagePart {
 	int rows;
 };
 
-// Where the pixels of a crop lie: that in column i and row j at (x, y) + i * right + j * down, with the centre of the
+// Where the pixels of a crop lie: that in column i and row j at (x, y) + i * right + j * down, with the center of the
 // image's first element at (0, 0).
 struct CropGrid {
 	float x, y;

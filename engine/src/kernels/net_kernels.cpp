@@ -528,7 +528,7 @@ void net_mean(const NetTensor &in, const NetTensor &out)
 	});
 }
 
-// A place between two neighbours along a side of `length`: the first of them, whether there is a second one, and its
+// A place between two neighbors along a side of `length`: the first of them, whether there is a second one, and its
 // weight.
 struct Between {
 	int first;

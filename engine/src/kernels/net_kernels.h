@@ -63,14 +63,14 @@ void net_multiply(const NetTensor &in, const NetTensor &second, const NetTensor 
 void net_max_pool(const NetTensor &in, const NetTensor &out);
 // The mean of all pixels.
 void net_mean(const NetTensor &in, const NetTensor &out);
-// Twice as high and wide, bilinear between the pixels' centres; the rim continues.
+// Twice as high and wide, bilinear between the pixels' centers; the rim continues.
 void net_upsample(const NetTensor &in, const NetTensor &out);
 
 // The channels of a pixel become 2 x 2 pixels of a quarter as many: upper left, upper right, lower left, lower right.
 // `outer` has no slopes.
 void net_spread(const NetTensor &in, const NetTensor &out, NetCurve outer);
 
-// Pixel (i, j) of `out` is what `in` is at matrix * (i + 0.5, j + 0.5, 1) - 0.5, bilinear; 0 outside of the centres of
+// Pixel (i, j) of `out` is what `in` is at matrix * (i + 0.5, j + 0.5, 1) - 0.5, bilinear; 0 outside of the centers of
 // the outermost pixels and where the matrix is not finite. `matrix`: two rows of three.
 void net_sample(const NetTensor &in, const float *matrix, const NetTensor &out);
 

@@ -72,10 +72,10 @@ HWY_INLINE void retouch(uint8_t *HWY_RESTRICT row, int width, const int16_t *HWY
 			value = clamp(value, top);
 
 			if (Masked) {
-				const Vector input_grey = sum_of_pixel(d, hn::MulFixedPoint15(input, luma));
+				const Vector input_gray = sum_of_pixel(d, hn::MulFixedPoint15(input, luma));
 				const Vector skin_slope = interpolate(d, field + 16, cell_values, left, right);
 				const Vector skin_offset = interpolate(d, field + 24, cell_values, left, right);
-				Vector mask = hn::MulFixedPoint15(input_grey, skin_slope);
+				Vector mask = hn::MulFixedPoint15(input_gray, skin_slope);
 				mask = clamp(hn::SaturatedAdd(mask, skin_offset), hn::Set(d, full_mask));
 				const Vector all = hn::Sub(value, input);
 				value = hn::Add(input, hn::MulFixedPoint15(all, hn::ShiftLeft<4>(mask)));

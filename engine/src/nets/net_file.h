@@ -33,7 +33,7 @@ enum class NetOperation : uint8_t {
 	Activate,        // the outer activation alone
 	MaxPool,         // largest of 2 x 2 pixels
 	Mean,            // of all pixels
-	Upsample,        // twice as high and wide, bilinear between pixel centres
+	Upsample,        // twice as high and wide, bilinear between pixel centers
 	Spread,          // the channels of a pixel become 2 x 2 pixels of a quarter as many, rows first; then the outer
 			 // activation, which is not PRelu
 	Join,            // the values of input, then those of second, in another shape

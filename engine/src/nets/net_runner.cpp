@@ -109,7 +109,7 @@ struct Direction {
 	}
 };
 
-// The box round the points in axes that are turned by the line from the left to the right point gives centre and size.
+// The box round the points in axes that are turned by the line from the left to the right point gives center and size.
 void crop_matrix(const NetStep &step, const std::vector<uint16_t> &list, const NetTensor &points, const NetTensor &out)
 {
 	const auto x_of = [&](uint16_t point) {

@@ -16,7 +16,7 @@ constexpr float shoulder_squeeze = 0.07F;
 constexpr float waist_squeeze = 0.085F;
 constexpr float leg_squeeze = 0.07F;
 constexpr float arm_squeeze = 0.055F;      // of the same distance, but only the outer part is compressed
-constexpr float bust_growth = 0.25F;       // of lengths at the centre
+constexpr float bust_growth = 0.25F;       // of lengths at the center
 constexpr float torso_growth = 0.06F;      // of the way from the shoulders to the hips
 constexpr float leg_rise = 0.04F;          // of the legs, by which the hips rise
 constexpr float leg_fall = 0.03F;          // of the legs, by which the feet go down
@@ -195,16 +195,16 @@ void add_row(const BodyFigure::Row &row, const RowMove &move, const Sides &sides
 	}
 }
 
-// A part of the picture grows about a centre: most at it, and not at all from `radius` on.
-void add_growth(Point centre, float radius, float growth, const Sides &sides, DisplacementGrid &grid)
+// A part of the picture grows about a center: most at it, and not at all from `radius` on.
+void add_growth(Point center, float radius, float growth, const Sides &sides, DisplacementGrid &grid)
 {
 	const auto [top, bottom] =
-		nodes_within(centre.y - radius, centre.y + radius, grid.node_y(0), grid.cell(), grid.rows);
+		nodes_within(center.y - radius, center.y + radius, grid.node_y(0), grid.cell(), grid.rows);
 	const auto [left, right] =
-		nodes_within(centre.x - radius, centre.x + radius, grid.node_x(0), grid.cell(), grid.columns);
+		nodes_within(center.x - radius, center.x + radius, grid.node_x(0), grid.cell(), grid.columns);
 	for (int row = top; row < bottom; ++row) {
 		for (int column = left; column < right; ++column) {
-			const Point offset = Point{grid.node_x(column), grid.node_y(row)} - centre;
+			const Point offset = Point{grid.node_x(column), grid.node_y(row)} - center;
 			const float rest = 1 - (offset.x * offset.x + offset.y * offset.y) / (radius * radius);
 			if (rest <= 0)
 				continue;

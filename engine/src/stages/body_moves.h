@@ -38,7 +38,7 @@ BodyExtent body_extent(const BodyFigure &figure, int width, int height);
 // Adds what the amounts do to a figure to a grid whose nodes cover it, in a frame of this size.
 //
 // Each row of the silhouette is squeezed towards the torso's middle, in proportion to the distance from it, and each
-// part of the body is moved up or down, all by smooth functions of the height. The bust grows about two centres. Beside
+// part of the body is moved up or down, all by smooth functions of the height. The bust grows about two centers. Beside
 // the silhouette all of it fades to zero within the band, and so it does at the frame's left and right edges.
 void add_body_moves(const BodyFigure &figure, const BodyAmounts &amounts, int width, int height,
 		    DisplacementGrid &grid);

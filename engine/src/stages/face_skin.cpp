@@ -39,12 +39,12 @@ constexpr float luma_deviations = 1.6F;
 constexpr float subject_shadow_from = 0.5F;
 constexpr float subject_shadow_to = 1.3F;
 
-// How much more than its share of the surroundings a colour has to be the face's own.
+// How much more than its share of the surroundings a color has to be the face's own.
 constexpr float surroundings_weight = 2.0F;
 constexpr float own_from = 0.30F;
 constexpr float own_to = 0.55F;
 
-// The body that belongs to a face, in sizes from its centre: what lies within is not counted as surroundings.
+// The body that belongs to a face, in sizes from its center: what lies within is not counted as surroundings.
 constexpr float body_beside = 2.6F;
 constexpr float body_above = 2.4F;
 // Hands reach so far.
@@ -102,14 +102,14 @@ void FaceSkin::place(Subject &subject, const TrackedFace &face, float cell_pixel
 	const auto cell = [&](Point pixel) {
 		return pixel * scale;
 	};
-	subject.centre = cell(regions::face_centre(face.points));
+	subject.center = cell(regions::face_center(face.points));
 	subject.right = direction(face.points[regions::left_eye_outer_corner].flat(),
 				  face.points[regions::right_eye_outer_corner].flat());
 	subject.size = face.size * scale;
 	for (size_t index = 0; index < subject.oval.size(); ++index)
 		subject.oval[index] = cell(face.points[size_t(regions::oval[index])].flat());
-	subject.features = {cell(face.points[regions::left_iris_centre].flat()),
-			    cell(face.points[regions::right_iris_centre].flat()),
+	subject.features = {cell(face.points[regions::left_iris_center].flat()),
+			    cell(face.points[regions::right_iris_center].flat()),
 			    cell(regions::mouth_middle(face.points))};
 }
 
@@ -129,7 +129,7 @@ FaceSkin::Span FaceSkin::span_at(const Subject &subject, int y)
 	return span;
 }
 
-// Learns the face's colours from the inner part of its oval. False where too little of it is in the frame.
+// Learns the face's colors from the inner part of its oval. False where too little of it is in the frame.
 bool FaceSkin::measure(Subject &subject, const CellGrid &grid, float seconds)
 {
 	// The parts of the face are gone through twice: first for the middle, then for the spread around it.
@@ -160,7 +160,7 @@ bool FaceSkin::measure(Subject &subject, const CellGrid &grid, float seconds)
 		}
 	};
 
-	// A peak of the colours is safer than their mean, which hair and glasses pull away.
+	// A peak of the colors is safer than their mean, which hair and glasses pull away.
 	Histogram found = {};
 	each([&](const CellColor &color) { found[bin_of(color)] += 1; });
 	Histogram smooth = found;
@@ -208,7 +208,7 @@ bool FaceSkin::measure(Subject &subject, const CellGrid &grid, float seconds)
 	return true;
 }
 
-// The colours of all that belongs to nobody.
+// The colors of all that belongs to nobody.
 void FaceSkin::count_surroundings(const CellGrid &grid, float seconds)
 {
 	Histogram found = {};
@@ -220,7 +220,7 @@ void FaceSkin::count_surroundings(const CellGrid &grid, float seconds)
 			for (const Subject &subject : subjects_) {
 				if (subject.number == 0)
 					continue;
-				const Point offset = place - subject.centre;
+				const Point offset = place - subject.center;
 				const float along = offset.x * subject.right.x + offset.y * subject.right.y;
 				const float down = offset.y * subject.right.x - offset.x * subject.right.y;
 				own = own || (std::abs(along) < body_beside * subject.size &&
@@ -297,7 +297,7 @@ void FaceSkin::follow(std::span<const TrackedFace> faces, const CellGrid &grid, 
 // How surely a cell is skin of this face.
 float FaceSkin::likeness(const Subject &subject, const float *cell, Point place, const Span &span)
 {
-	const Point offset = place - subject.centre;
+	const Point offset = place - subject.center;
 	const float along = std::abs(offset.x * subject.right.x + offset.y * subject.right.y) / subject.size;
 	const float above = (offset.x * subject.right.y - offset.y * subject.right.x) / subject.size;
 	const float near = (1 - smoothstep(reach_beside_from, reach_beside_to, along)) *

@@ -20,8 +20,8 @@ struct CellGrid {
 	const float *row(int y) const { return cells + size_t(y) * size_t(row_floats); }
 };
 
-// Where skin is, told by the faces of the frame: each face's own colours, whatever its tone and the light, say what its
-// neck and hands look like. Within the oval of a face a colour may be further from them than outside; outside it must
+// Where skin is, told by the faces of the frame: each face's own colors, whatever its tone and the light, say what its
+// neck and hands look like. Within the oval of a face a color may be further from them than outside; outside it must
 // not be one that the rest of the picture is full of, such as a wall of the same hue. Without faces nothing is skin.
 // What is learnt follows with half a second's delay, so that the map is steady; a face that is lost fades away.
 class FaceSkin {
@@ -42,7 +42,7 @@ private:
 		int number = 0;   // of the tracked face; 0: none
 		float weight = 0; // 0..1
 		bool seen = false;
-		Point centre;
+		Point center;
 		Point right;
 		float size = 0;
 		std::array<Point, 36> oval;
@@ -54,7 +54,7 @@ private:
 		float luma = 0;
 		float luma_deviation = 0;
 		Histogram colors;  // shares of the face's cells
-		Histogram ownness; // how far a colour is the face's and not the rest of the picture's, 0..1
+		Histogram ownness; // how far a color is the face's and not the rest of the picture's, 0..1
 	};
 
 	// The part of a row that lies within an oval.

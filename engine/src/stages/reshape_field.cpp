@@ -56,8 +56,8 @@ struct ReshapeField::Part {
 	Point high;
 	float radius = 0; // pixels
 	bool is_affine = false;
-	Point centre = {};
-	Point right = {}; // the displacement of a place one pixel to the right of the centre
+	Point center = {};
+	Point right = {}; // the displacement of a place one pixel to the right of the center
 	Point down = {};  // and of one below it
 };
 
@@ -106,7 +106,7 @@ void ReshapeField::add_part(const Part &part)
 			field_.down[index] += follow * part_.down[index];
 			if (!part.is_affine)
 				continue;
-			const Point offset = Point{field_.node_x(column), field_.node_y(row)} - part.centre;
+			const Point offset = Point{field_.node_x(column), field_.node_y(row)} - part.center;
 			const float share = follow * part_.shares[index];
 			field_.across[index] += share * (part.right.x * offset.x + part.down.x * offset.y);
 			field_.down[index] += share * (part.right.y * offset.x + part.down.y * offset.y);
@@ -218,7 +218,7 @@ void ReshapeField::add_face(const PlacedField &placed, const std::array<float, K
 					in_face(move.shift.x * outwards * placed.width, move.shift.y * placed.size) +
 					(opposite - place) * (0.5F * move.to_middle);
 				part_.handles.push_back({place, shift * (share * amount), share});
-				part.centre = part.centre + place * std::abs(share);
+				part.center = part.center + place * std::abs(share);
 				shares += std::abs(share);
 				part.low = {std::min(part.low.x, place.x), std::min(part.low.y, place.y)};
 				part.high = {std::max(part.high.x, place.x), std::max(part.high.y, place.y)};
@@ -232,7 +232,7 @@ void ReshapeField::add_face(const PlacedField &placed, const std::array<float, K
 				if (other != moved.point && side >= 0)
 					add_point(other, moved.point, 1, moved.share);
 			}
-			part.centre = part.centre * (1 / shares);
+			part.center = part.center * (1 / shares);
 			const float turn = move.turn * amount * static_cast<float>(-side);
 			part.is_affine = move.scale.x != 0 || move.scale.y != 0 || turn != 0;
 			// In the face's axes {scale x, -turn; turn, scale y}.

@@ -16,7 +16,7 @@ struct MovedPoint {
 
 enum class MoveSides {
 	Each, // both sides move on their own, as mirror images
-	Whole // the points of both sides are one part with one centre
+	Whole // the points of both sides are one part with one center
 };
 
 // What one setting does at 1, in the axes of the face: x outwards, away from its middle line, y down the face, in face

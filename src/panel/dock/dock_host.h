@@ -8,7 +8,7 @@ namespace kalvio {
 // a user interface: it does its work on the user-interface thread.
 void show_dock();
 
-// Centres the hint and the button of the filter's properties view, one turn of the event loop later, when the host has
+// Centers the hint and the button of the filter's properties view, one turn of the event loop later, when the host has
 // built its widgets. Any thread, also without a user interface.
 void schedule_prop_center();
 

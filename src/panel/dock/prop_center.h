@@ -14,7 +14,7 @@ class QWidget;
 // host's properties cannot ask for. User-interface thread.
 namespace kalvio {
 
-// Keeps the hint and the button centred in one properties view. Belongs to the view's form and goes with it.
+// Keeps the hint and the button centered in one properties view. Belongs to the view's form and goes with it.
 class FilterPropCenter : public QObject {
 	Q_OBJECT
 
@@ -37,7 +37,7 @@ private:
 	QPointer<QPushButton> button_;
 };
 
-// Looks for the properties view of our filter, by the texts of its hint and its button, and centres it. Nothing happens
+// Looks for the properties view of our filter, by the texts of its hint and its button, and centers it. Nothing happens
 // when there is none, or none of the expected make.
 void install_prop_center();
 

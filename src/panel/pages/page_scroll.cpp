@@ -17,7 +17,7 @@ PageScroll make_page_scroll(QWidget *parent)
 	area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
 	area->setFocusPolicy(Qt::NoFocus);
 	area->setWidget(content);
-	// The area has it fill itself in the host's colour, over the panel's.
+	// The area has it fill itself in the host's color, over the panel's.
 	content->setAutoFillBackground(false);
 	area->viewport()->setAutoFillBackground(false);
 	return {area, content, layout};

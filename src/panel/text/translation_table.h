@@ -18,7 +18,7 @@ struct TranslationRow {
 extern const std::span<const TranslationRow> console_texts; // header, hints, settings, update, workspace
 extern const std::span<const TranslationRow> control_texts; // captions and sections of the seven pages
 extern const std::span<const TranslationRow>
-	choice_texts;                                    // styles, colours, filters, stickers and backgrounds to choose
+	choice_texts;                                    // styles, colors, filters, stickers and backgrounds to choose
 extern const std::span<const TranslationRow> look_texts; // the page of the looks
 extern const std::span<const TranslationRow> note_texts; // what the panel says beside its controls
 

@@ -46,7 +46,7 @@ struct SliderRowRecord {
 	int shown_value;                  // what the value label says
 };
 
-// Left and right colour of a swatch.
+// Left and right color of a swatch.
 struct Swatch {
 	QColor start;
 	QColor end;
@@ -122,7 +122,7 @@ public:
 	void addSliderRow(QBoxLayout *layout, const char *key, float *value, bool is_bipolar,
 			  std::function<bool()> is_visible = {});
 
-	// A caption over a grid of buttons, one an option; option i is a swatch when there is a colour i. T is an
+	// A caption over a grid of buttons, one an option; option i is a swatch when there is a color i. T is an
 	// enumeration or int. `on_change` runs after the field is written and before it is pushed.
 	template <class T>
 	void addOptionRow(QBoxLayout *layout, const char *key, T *value, std::span<const Option<T>> options,

@@ -9,7 +9,7 @@
 
 namespace kalvio {
 
-// A button that paints itself, the same under every style of the host: a rounded rectangle with its text centred. It
+// A button that paints itself, the same under every style of the host: a rounded rectangle with its text centered. It
 // takes no focus and never paints its icon. Colors and radius are plain fields; call update() after a change.
 class SmoothButton : public QPushButton {
 	Q_OBJECT

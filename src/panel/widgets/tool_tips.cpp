@@ -39,7 +39,7 @@ QString cut_text(const QWidget &widget)
 	if (const auto *selector = qobject_cast<const QComboBox *>(&widget))
 		return is_cut(*selector) ? selector->currentText() : QString();
 	if (const auto *button = qobject_cast<const SmoothButton *>(&widget)) {
-		// On some colours of a swatch its name is hard to read.
+		// On some colors of a swatch its name is hard to read.
 		if (button->gradient_fill)
 			return button->text();
 		if (button->draw_text)

@@ -36,7 +36,7 @@ protected:
 	{
 		return detector.find(frame, square);
 	}
-	// A box of 20 x 30 with its centre `x`, `y` from its anchor; its key points lie 1, 2, ... to the right of that.
+	// A box of 20 x 30 with its center `x`, `y` from its anchor; its key points lie 1, 2, ... to the right of that.
 	void plan_box(int number, float logit, float x, float y, float width = 20, float height = 30)
 	{
 		plan.logits[size_t(number)] = logit;
@@ -78,8 +78,8 @@ TEST_F(FaceDetectorTest, BoxesLieAtTheirAnchors)
 		plan_box(number, 2, 3, -1);
 		const auto found = find();
 		ASSERT_EQ(found.size(), 1U) << number;
-		EXPECT_NEAR(found[0].centre.x, anchor.x + 3, 1e-3) << number;
-		EXPECT_NEAR(found[0].centre.y, anchor.y - 1, 1e-3) << number;
+		EXPECT_NEAR(found[0].center.x, anchor.x + 3, 1e-3) << number;
+		EXPECT_NEAR(found[0].center.y, anchor.y - 1, 1e-3) << number;
 		EXPECT_NEAR(found[0].side, 30, 1e-3);
 		EXPECT_NEAR(found[0].score, 1 / (1 + std::exp(-2.0)), 1e-4);
 		for (int key = 0; key < FaceDetection::key_count; ++key)
@@ -93,8 +93,8 @@ TEST_F(FaceDetectorTest, ASquareOfTheFrameGivesPlacesInTheFrame)
 	const CropSquare square = {{300, 200}, 256, {0, 1}}; // turned by 90 degrees
 	const auto found = find(square);
 	ASSERT_EQ(found.size(), 1U);
-	EXPECT_NEAR(found[0].centre.x, 300 - 8, 1e-3);
-	EXPECT_NEAR(found[0].centre.y, 200 + 8, 1e-3);
+	EXPECT_NEAR(found[0].center.x, 300 - 8, 1e-3);
+	EXPECT_NEAR(found[0].center.y, 200 + 8, 1e-3);
 	EXPECT_NEAR(found[0].side, 60, 1e-3);
 	EXPECT_NEAR(found[0].keys[0].y, 200 + 8 + 2, 1e-3);
 	// The mesh is looked for with the eyes level, one and a half times as large.
@@ -119,8 +119,8 @@ TEST_F(FaceDetectorTest, BoxesOfOneFaceAreMergedByTheirScores)
 	ASSERT_EQ(found.size(), 2U);
 	const double first = 1 / (1 + std::exp(-3.0));
 	EXPECT_NEAR(found[0].score, first, 1e-4); // the surest first, with the best score of its group
-	EXPECT_NEAR(found[0].centre.x, 4 + (20 * first + 22 * 0.5) / (first + 0.5), 1e-3);
-	EXPECT_NEAR(found[1].centre.x, 124, 1e-3);
+	EXPECT_NEAR(found[0].center.x, 4 + (20 * first + 22 * 0.5) / (first + 0.5), 1e-3);
+	EXPECT_NEAR(found[1].center.x, 124, 1e-3);
 }
 
 TEST_F(FaceDetectorTest, EqualScoresAreTakenInOrder)
@@ -130,8 +130,8 @@ TEST_F(FaceDetectorTest, EqualScoresAreTakenInOrder)
 	const auto found = find();
 	ASSERT_EQ(found.size(), size_t(FaceDetector::max_detections)); // and no more
 	for (size_t index = 1; index < found.size(); ++index)
-		EXPECT_GT(found[index].centre.x + 1000 * found[index].centre.y,
-			  found[index - 1].centre.x + 1000 * found[index - 1].centre.y);
+		EXPECT_GT(found[index].center.x + 1000 * found[index].center.y,
+			  found[index - 1].center.x + 1000 * found[index - 1].center.y);
 }
 
 TEST_F(FaceDetectorTest, WhatIsNoNumberOrNoBoxIsNotFound)

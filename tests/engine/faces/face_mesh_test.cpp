@@ -122,7 +122,7 @@ TEST_F(FaceMeshTest, PointsThatAreNoNumbersAreNoFace)
 	EXPECT_FALSE(mesh().fit(frame, {{96, 96}, 192}, points) >= 0.5F);
 }
 
-TEST_F(FaceMeshTest, ColoursAreMeansOfTheCrop)
+TEST_F(FaceMeshTest, ColorsAreMeansOfTheCrop)
 {
 	FaceMesh fitted = mesh();
 	fitted.fit(frame, {{96, 96}, 192}, points);
@@ -155,8 +155,8 @@ TEST_F(FaceMeshTest, TheNextSquareIsTurnedWithTheEyesAndHoldsTheFace)
 		put(454, {0.8F, 0.5F});
 		const CropSquare next = FaceMesh::next_square(points);
 		EXPECT_NEAR(next.side, 1.5F * 90, 0.01) << degrees;
-		EXPECT_NEAR(next.centre.x, 500, 0.01) << degrees;
-		EXPECT_NEAR(next.centre.y, 400, 0.01) << degrees;
+		EXPECT_NEAR(next.center.x, 500, 0.01) << degrees;
+		EXPECT_NEAR(next.center.y, 400, 0.01) << degrees;
 		EXPECT_NEAR(next.right.x, std::cos(angle), 1e-3) << degrees;
 		EXPECT_NEAR(next.right.y, std::sin(angle), 1e-3) << degrees;
 	}

@@ -37,7 +37,7 @@ protected:
 	const TrackedFace *at(const MarkedFace &face)
 	{
 		for (const TrackedFace &tracked : tracker.faces()) {
-			if (distance(regions::eyes_middle(tracked.points), face.centre) < 0.3F * face.eye_distance)
+			if (distance(regions::eyes_middle(tracked.points), face.center) < 0.3F * face.eye_distance)
 				return &tracked;
 		}
 		return nullptr;
@@ -61,7 +61,7 @@ TEST_F(FaceTrackerTest, AFaceThatIsThereFromTheBeginningIsTakenInTheFirstFrame)
 	ASSERT_EQ(show({face}, 1).size(), 1U);
 	const TrackedFace &tracked = tracker.faces()[0];
 	EXPECT_EQ(tracked.presence, 1);
-	EXPECT_LT(distance(tracked.points[regions::left_iris_centre].flat(), face.left_eye()), 1);
+	EXPECT_LT(distance(tracked.points[regions::left_iris_center].flat(), face.left_eye()), 1);
 	for (const float confidence : tracked.confidence)
 		EXPECT_EQ(confidence, 1);
 }
@@ -88,9 +88,9 @@ TEST_F(FaceTrackerTest, AFaceThatComesIsTakenWithinATenthOfASecondAndFadesIn)
 	const TrackedFace &tracked = tracker.faces()[0];
 	EXPECT_EQ(tracked.presence, 1);
 	EXPECT_NEAR(tracked.size, 0.92F * 1.1F * 60, 1);
-	EXPECT_LT(distance(tracked.points[regions::left_iris_centre].flat(), face.left_eye()), 1);
-	EXPECT_LT(distance(tracked.points[regions::right_iris_centre].flat(), face.right_eye()), 1);
-	EXPECT_LT(distance(regions::mouth_middle(tracked.points), face.mouth_centre()), 1.5F);
+	EXPECT_LT(distance(tracked.points[regions::left_iris_center].flat(), face.left_eye()), 1);
+	EXPECT_LT(distance(tracked.points[regions::right_iris_center].flat(), face.right_eye()), 1);
+	EXPECT_LT(distance(regions::mouth_middle(tracked.points), face.mouth_center()), 1.5F);
 	for (const float confidence : tracked.confidence)
 		EXPECT_GT(confidence, 0.9F);
 	EXPECT_NEAR(tracked.pose.roll(), 0, 0.03);
@@ -100,12 +100,12 @@ TEST_F(FaceTrackerTest, ASmallFaceIsFoundWithinASecond)
 {
 	// 1.5 % of the frame's width between the eyes; the corners are the worst places.
 	output = Picture(1280, 720);
-	for (const Point centre : {Point{200, 150}, Point{640, 330}, Point{1150, 600}}) {
-		const MarkedFace face = {centre, 20};
+	for (const Point center : {Point{200, 150}, Point{640, 330}, Point{1150, 600}}) {
+		const MarkedFace face = {center, 20};
 		tracker.reset();
 		const Picture picture = marked_picture(1280, 720, {face});
 		show(picture, 30);
-		EXPECT_NE(at(face), nullptr) << centre.x;
+		EXPECT_NE(at(face), nullptr) << center.x;
 	}
 }
 
@@ -161,7 +161,7 @@ TEST_F(FaceTrackerTest, AMovingFaceIsFollowed)
 		ASSERT_NE(tracked, nullptr) << frame;
 		number = number == 0 ? tracked->number : number;
 		EXPECT_EQ(tracked->number, number);
-		EXPECT_LT(distance(regions::eyes_middle(tracked->points), face.centre), 4) << frame;
+		EXPECT_LT(distance(regions::eyes_middle(tracked->points), face.center), 4) << frame;
 	}
 }
 
@@ -173,7 +173,7 @@ TEST_F(FaceTrackerTest, AFaceIsFollowedUpsideDown)
 		show({face}, degrees == 0 ? 15 : 1);
 		const TrackedFace *tracked = at(face);
 		ASSERT_NE(tracked, nullptr) << degrees;
-		EXPECT_LT(distance(tracked->points[regions::left_iris_centre].flat(), face.left_eye()), 4) << degrees;
+		EXPECT_LT(distance(tracked->points[regions::left_iris_center].flat(), face.left_eye()), 4) << degrees;
 	}
 }
 
@@ -195,7 +195,7 @@ TEST_F(FaceTrackerTest, AFaceThatLeavesFadesWhereItWas)
 	}
 	EXPECT_GT(frames, 5);
 	EXPECT_LT(presence, 0.2F);
-	EXPECT_LT(distance(before, face.centre), 1);
+	EXPECT_LT(distance(before, face.center), 1);
 }
 
 TEST_F(FaceTrackerTest, AMeshWithoutTheDetectorsWordIsNotBelieved)
@@ -272,7 +272,7 @@ TEST_F(FaceTrackerTest, FacesThatCrossAreNeverTwiceOnOneFace)
 		show({behind, before});
 		int on_the_front_face = 0;
 		for (const TrackedFace &tracked : tracker.faces())
-			on_the_front_face += distance(regions::eyes_middle(tracked.points), before.centre) < 12 &&
+			on_the_front_face += distance(regions::eyes_middle(tracked.points), before.center) < 12 &&
 					     tracked.presence > 0.5F;
 		EXPECT_LE(on_the_front_face, 1) << frame;
 		if (frame > 15) {
@@ -298,10 +298,10 @@ TEST_F(FaceTrackerTest, ACoveredPartLosesItsConfidenceAloneAndGetsItBack)
 	EXPECT_EQ(confidence(FaceGroup::Lips), 1);
 	EXPECT_EQ(confidence(FaceGroup::Eyes), 1);
 
-	// The nets still know where the mouth is; its colours are a hand's.
+	// The nets still know where the mouth is; its colors are a hand's.
 	plan.finds_without_mouth = true;
 	Picture covered = marked_picture(width, height, {face});
-	const Point mouth = face.mouth_centre();
+	const Point mouth = face.mouth_center();
 	for (int y = int(mouth.y) - 20; y < int(mouth.y) + 20; ++y) {
 		for (int x = int(mouth.x) - 45; x < int(mouth.x) + 45; ++x)
 			std::fill_n(covered.pixel(x, y), 3, uint8_t(170));

@@ -51,7 +51,7 @@ TEST_F(FaceUse, FacesAreLookedForOnlyWhileASettingNeedsThem)
 
 TEST_F(FaceUse, WhereNobodyIsNothingIsSkin)
 {
-	// Walls of the colours of skin, with some noise.
+	// Walls of the colors of skin, with some noise.
 	whiten_skin();
 	for (const auto &[red, green, blue] :
 	     {std::array{214, 170, 140}, std::array{150, 100, 75}, std::array{90, 60, 45}}) {
@@ -78,7 +78,7 @@ TEST_F(FaceUse, SkinFadesAwayAfterItsFaceHasGone)
 	const SkinScene scene = make_skin_scene(2, 1, 4);
 	const int whole = largest_change(scene.picture, processed(scene.picture));
 	ASSERT_GT(whole, 10);
-	// The colours of the skin stay in the picture; the face that explains them does not.
+	// The colors of the skin stay in the picture; the face that explains them does not.
 	Picture without = scene.picture;
 	for (int y = 0; y < 140; ++y) {
 		for (int x = 0; x < without.width; ++x)

@@ -163,9 +163,9 @@ TEST(CropSampler, AnyFrameAndSquareIsReadWithinItsBytes)
 	     {std::pair(1, 1), std::pair(3, 700), std::pair(1000, 2), std::pair(131, 97)}) {
 		const Picture picture = noise_picture(width, height, 8);
 		for (const float side : {0.01F, 1.0F, 31.0F, 64.0F, 300.0F, 5000.0F, 60000.0F}) {
-			for (const Point centre : {Point{0, 0}, Point{-500, 40}, Point{2000, 2000}, Point{50, 40}}) {
+			for (const Point center : {Point{0, 0}, Point{-500, 40}, Point{2000, 2000}, Point{50, 40}}) {
 				for (const Point right : {Point{1, 0}, Point{0.6F, -0.8F}}) {
-					sampler.sample(frame_of(picture), {centre, side, right}, 32,
+					sampler.sample(frame_of(picture), {center, side, right}, 32,
 						       CropBorder::Repeated, as_it_is, out);
 					for (const float value : out)
 						ASSERT_TRUE(value >= 0 && value <= 255.01F) << width << ", " << side;

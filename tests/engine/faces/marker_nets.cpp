@@ -17,14 +17,14 @@ namespace {
 
 constexpr float disc_radius = 0.16F; // in eye distances
 
-void draw_disc(Picture &picture, Point centre, float radius, const std::array<uint8_t, 3> &color)
+void draw_disc(Picture &picture, Point center, float radius, const std::array<uint8_t, 3> &color)
 {
-	for (int y = std::max(0, int(centre.y - radius) - 1); y < std::min(picture.height, int(centre.y + radius) + 2);
+	for (int y = std::max(0, int(center.y - radius) - 1); y < std::min(picture.height, int(center.y + radius) + 2);
 	     ++y) {
-		for (int x = std::max(0, int(centre.x - radius) - 1);
-		     x < std::min(picture.width, int(centre.x + radius) + 2); ++x) {
+		for (int x = std::max(0, int(center.x - radius) - 1);
+		     x < std::min(picture.width, int(center.x + radius) + 2); ++x) {
 			const Point pixel = {float(x) + 0.5F, float(y) + 0.5F};
-			const float cover = std::clamp(radius + 0.5F - distance(pixel, centre), 0.0F, 1.0F);
+			const float cover = std::clamp(radius + 0.5F - distance(pixel, center), 0.0F, 1.0F);
 			for (size_t channel = 0; channel < 3; ++channel) {
 				uint8_t &level = picture.pixel(x, y)[channel];
 				level = uint8_t(std::lround(level + cover * (float(color[channel]) - float(level))));
@@ -35,7 +35,7 @@ void draw_disc(Picture &picture, Point centre, float radius, const std::array<ui
 
 // A disc that a net sees, in pixels of its input.
 struct Mark {
-	Point centre;
+	Point center;
 	float mass = 0;
 };
 
@@ -46,7 +46,7 @@ float purity(const float *pixel, size_t channel)
 	return pixel[channel] - others;
 }
 
-// The discs of one colour: connected pixels, with the centre of their mass.
+// The discs of one color: connected pixels, with the center of their mass.
 std::vector<Mark> marks(const std::vector<float> &pixels, int side, size_t channel)
 {
 	constexpr float least = 0.25F;
@@ -65,20 +65,20 @@ std::vector<Mark> marks(const std::vector<float> &pixels, int side, size_t chann
 			const int x = index % side;
 			const int y = index / side;
 			const float mass = purity(&pixels[size_t(index) * 3], channel);
-			mark.centre = mark.centre + Point{float(x) + 0.5F, float(y) + 0.5F} * mass;
+			mark.center = mark.center + Point{float(x) + 0.5F, float(y) + 0.5F} * mass;
 			mark.mass += mass;
 			const int near[][2] = {{x - 1, y}, {x + 1, y}, {x, y - 1}, {x, y + 1}};
 			for (const auto &[nx, ny] : near) {
 				if (nx < 0 || ny < 0 || nx >= side || ny >= side)
 					continue;
-				const auto neighbour = size_t(ny * side + nx);
-				if (!done[neighbour] && purity(&pixels[neighbour * 3], channel) >= least) {
-					done[neighbour] = 1;
-					open.push_back(int(neighbour));
+				const auto neighbor = size_t(ny * side + nx);
+				if (!done[neighbor] && purity(&pixels[neighbor * 3], channel) >= least) {
+					done[neighbor] = 1;
+					open.push_back(int(neighbor));
 				}
 			}
 		}
-		mark.centre = mark.centre * (1 / mark.mass);
+		mark.center = mark.center * (1 / mark.mass);
 		found.push_back(mark);
 	}
 	return found;
@@ -95,7 +95,7 @@ struct SeenFace {
 const Mark *nearest(const std::vector<Mark> &list, Point place)
 {
 	const auto best = std::min_element(list.begin(), list.end(), [&](const Mark &a, const Mark &b) {
-		return distance(a.centre, place) < distance(b.centre, place);
+		return distance(a.center, place) < distance(b.center, place);
 	});
 	return best == list.end() ? nullptr : &*best;
 }
@@ -107,7 +107,7 @@ const Mark *partner(const std::vector<Mark> &list, Point eye, float eye_distance
 	const Mark *best = nullptr;
 	float best_error = 0.25F * eye_distance;
 	for (const Mark &mark : list) {
-		const float error = std::abs(distance(mark.centre, eye) - eye_distance);
+		const float error = std::abs(distance(mark.center, eye) - eye_distance);
 		if (error < best_error) {
 			best = &mark;
 			best_error = error;
@@ -123,15 +123,15 @@ std::vector<SeenFace> seen_faces(const std::vector<float> &pixels, int side)
 	const std::vector<Mark> blues = marks(pixels, side, 2);
 	for (const Mark &red : marks(pixels, side, 0)) {
 		const float radius = std::sqrt(red.mass / std::numbers::pi_v<float>);
-		const Mark *green = partner(greens, red.centre, radius / disc_radius);
-		if (green == nullptr || distance(red.centre, green->centre) < 4)
+		const Mark *green = partner(greens, red.center, radius / disc_radius);
+		if (green == nullptr || distance(red.center, green->center) < 4)
 			continue;
-		const float apart = distance(red.centre, green->centre);
-		const Point right = direction(red.centre, green->centre);
-		const Point mouth = middle(red.centre, green->centre) + Point{-right.y, right.x} * (1.1F * apart);
+		const float apart = distance(red.center, green->center);
+		const Point right = direction(red.center, green->center);
+		const Point mouth = middle(red.center, green->center) + Point{-right.y, right.x} * (1.1F * apart);
 		const Mark *blue = nearest(blues, mouth);
 		faces.push_back(
-			{red.centre, green->centre, blue != nullptr && distance(blue->centre, mouth) < 0.3F * apart});
+			{red.center, green->center, blue != nullptr && distance(blue->center, mouth) < 0.3F * apart});
 	}
 	return faces;
 }
@@ -187,16 +187,16 @@ public:
 	}
 
 private:
-	// Into the box whose anchor is nearest, as the real net does, and into that one's neighbour in the same cell.
+	// Into the box whose anchor is nearest, as the real net does, and into that one's neighbor in the same cell.
 	void write(const SeenFace &face, float apart)
 	{
 		const Point right = direction(face.left, face.right);
 		const Point down = {-right.y, right.x};
-		const Point centre = face.middle_of_eyes() + down * (0.45F * apart);
+		const Point center = face.middle_of_eyes() + down * (0.45F * apart);
 		constexpr int cells = 16;
 		constexpr float cell = FaceDetector::input_side / float(cells);
-		const int column = std::clamp(int(centre.x / cell), 0, cells - 1);
-		const int row = std::clamp(int(centre.y / cell), 0, cells - 1);
+		const int column = std::clamp(int(center.x / cell), 0, cells - 1);
+		const int row = std::clamp(int(center.y / cell), 0, cells - 1);
 		const Point anchor = {(float(column) + 0.5F) * cell, (float(row) + 0.5F) * cell};
 		const Point keys[] = {face.left,
 				      face.right,
@@ -207,7 +207,7 @@ private:
 		for (int copy = 0; copy < 2; ++copy) {
 			const auto box = size_t((row * cells + column) * 2 + copy);
 			float *values = &outputs_[0][box * FaceDetector::box_values];
-			const Point from_anchor = centre - anchor;
+			const Point from_anchor = center - anchor;
 			*values++ = from_anchor.x;
 			*values++ = from_anchor.y;
 			*values++ = 2.2F * apart;
@@ -252,9 +252,9 @@ private:
 	std::optional<SeenFace> face_in_the_middle() const
 	{
 		std::optional<SeenFace> best;
-		const Point centre = {float(side_) / 2, float(side_) / 2};
+		const Point center = {float(side_) / 2, float(side_) / 2};
 		for (const SeenFace &face : seen_faces(pixels(1, 0), side_)) {
-			if (!best || distance(face.middle_of_eyes(), centre) < distance(best->middle_of_eyes(), centre))
+			if (!best || distance(face.middle_of_eyes(), center) < distance(best->middle_of_eyes(), center))
 				best = face;
 		}
 		return best;
@@ -288,13 +288,13 @@ private:
 
 // Points along an ellipse around (x, y), in order.
 template <size_t Count>
-void lay_ellipse(std::array<Point3, face_point_count> &points, const std::array<int, Count> &outline, Point centre,
+void lay_ellipse(std::array<Point3, face_point_count> &points, const std::array<int, Count> &outline, Point center,
 		 Point radius)
 {
 	for (size_t index = 0; index < Count; ++index) {
 		const float angle = 2 * std::numbers::pi_v<float> * float(index) / float(Count);
-		points[size_t(outline[index])] = {centre.x - radius.x * std::cos(angle),
-						  centre.y - radius.y * std::sin(angle), 0.2F};
+		points[size_t(outline[index])] = {center.x - radius.x * std::cos(angle),
+						  center.y - radius.y * std::sin(angle), 0.2F};
 	}
 }
 
@@ -318,8 +318,8 @@ std::array<Point3, face_point_count> lay_points()
 	lay_ellipse(points, regions::right_lid_fold, {0.5F, -0.05F}, {0.25F, 0.15F});
 	lay_ellipse(points, regions::nose_bridge, {0, 0.3F}, {0.05F, 0.3F});
 	lay_ellipse(points, regions::nose_wings, {0, 0.6F}, {0.2F, 0.05F});
-	points[regions::left_iris_centre] = {-0.5F, 0, 0.2F};
-	points[regions::right_iris_centre] = {0.5F, 0, 0.2F};
+	points[regions::left_iris_center] = {-0.5F, 0, 0.2F};
+	points[regions::right_iris_center] = {0.5F, 0, 0.2F};
 	points[regions::nose_tip] = {0, 0.6F, -0.3F};
 	return points;
 }
@@ -328,7 +328,7 @@ std::array<Point3, face_point_count> lay_points()
 
 Point MarkedFace::at(float along, float down) const
 {
-	return centre + right * (along * eye_distance) + Point{-right.y, right.x} * (down * eye_distance);
+	return center + right * (along * eye_distance) + Point{-right.y, right.x} * (down * eye_distance);
 }
 
 Picture marked_picture(int width, int height, const std::vector<MarkedFace> &faces)
@@ -340,12 +340,12 @@ Picture marked_picture(int width, int height, const std::vector<MarkedFace> &fac
 	}
 	for (const MarkedFace &face : faces) {
 		const float radius = disc_radius * face.eye_distance;
-		// A head of plain grey, which hides what is behind it.
+		// A head of plain gray, which hides what is behind it.
 		draw_disc(picture, face.at(0, 0.45F), 1.2F * face.eye_distance, {170, 170, 170});
 		draw_disc(picture, face.left_eye(), radius, {255, 0, 0});
 		draw_disc(picture, face.right_eye(), radius, {0, 255, 0});
 		if (face.mouth)
-			draw_disc(picture, face.mouth_centre(), radius, {0, 0, 255});
+			draw_disc(picture, face.mouth_center(), radius, {0, 0, 255});
 	}
 	return picture;
 }

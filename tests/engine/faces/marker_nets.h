@@ -9,21 +9,21 @@
 #include <atomic>
 #include <vector>
 
-// Faces for tests of the face code without real nets: marks of pure colours in a picture, and nets that look for those
+// Faces for tests of the face code without real nets: marks of pure colors in a picture, and nets that look for those
 // marks in what they are given. Whatever the views, crops and turns do to the picture, they do to the marks.
 namespace kalvio::engine::testing {
 
 // A face: a red disc for the eye at the left, a green one at the right, a blue one between the corners of the mouth.
 struct MarkedFace {
-	Point centre; // between the eyes
+	Point center; // between the eyes
 	float eye_distance = 60;
 	Point right = {1, 0}; // a unit vector: from the left eye to the right one
 	bool mouth = true;    // without: the detector does not find the face, the mesh does
 
-	Point at(float along, float down) const; // in eye distances from the centre
+	Point at(float along, float down) const; // in eye distances from the center
 	Point left_eye() const { return at(-0.5F, 0); }
 	Point right_eye() const { return at(0.5F, 0); }
-	Point mouth_centre() const { return at(0, 1.1F); }
+	Point mouth_center() const { return at(0, 1.1F); }
 };
 
 Picture marked_picture(int width, int height, const std::vector<MarkedFace> &faces);

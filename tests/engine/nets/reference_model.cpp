@@ -184,7 +184,7 @@ private:
 	{
 		const Values &in = value(operation.inputs[0]);
 		const Shape shape = value(operation.outputs[0]).shape;
-		// Half-pixel centres; beyond the outermost ones the rim goes on.
+		// Half-pixel centers; beyond the outermost ones the rim goes on.
 		Values out(shape);
 		for (int y = 0; y < shape.height; ++y) {
 			const double row = std::clamp((y + 0.5) * in.shape.height / shape.height - 0.5, 0.0,

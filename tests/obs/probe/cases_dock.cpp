@@ -266,7 +266,7 @@ QWidget *filter_dialog()
 	return nullptr;
 }
 
-QWidget *centred_form()
+QWidget *centered_form()
 {
 	QWidget *const dialog = filter_dialog();
 	QObject *const center = dialog ? dialog->findChild<QObject *>("kl_prop_center") : nullptr;
@@ -287,10 +287,10 @@ QPoint distance_from_middle(const QWidget &form)
 	return {middle - viewport->width() / 2, (top + bottom) / 2 - viewport->height() / 2};
 }
 
-void check_centred(const QString &when)
+void check_centered(const QString &when)
 {
-	const QWidget *const form = centred_form();
-	if (!check(form, "the view is centred by the module " + when))
+	const QWidget *const form = centered_form();
+	if (!check(form, "the view is centered by the module " + when))
 		return;
 	const QPoint distance = distance_from_middle(*form);
 	const QString seen = QString("%1,%2").arg(distance.x()).arg(distance.y());
@@ -299,22 +299,22 @@ void check_centred(const QString &when)
 }
 
 // In the language that OBS was started in.
-void properties_are_centred()
+void properties_are_centered()
 {
 	check(QByteArray(obs_get_locale()) == setting("KALVIO_PROBE_LANGUAGE").toUtf8(), "OBS speaks this language",
 	      obs_get_locale());
 	const OBSSourceAutoRelease source = scene_source();
 	obs_frontend_open_source_filters(source);
-	wait_until([] { return centred_form() != nullptr; }, 5000);
+	wait_until([] { return centered_form() != nullptr; }, 5000);
 	let_polls_pass();
-	check_centred("at once");
+	check_centered("at once");
 	QWidget *const dialog = filter_dialog();
 	if (!dialog)
 		return;
 	for (const QSize size : {QSize(1200, 900), QSize(820, 620)}) {
 		dialog->resize(size);
 		wait_until([] { return false; }, 200);
-		check_centred(QString("at a width of %1").arg(size.width()));
+		check_centered(QString("at a width of %1").arg(size.width()));
 	}
 	check(dialog->findChildren<QObject *>("kl_prop_center").size() == 1, "one object does it");
 	check(dialog->grab().save(output_file("properties.png")), "a picture of the dialog is kept");
@@ -430,7 +430,7 @@ constexpr ProbeCase cases[] = {
 	{"DockIsBelowAndGoesUp", dock_is_below_and_goes_up},
 	{"DockIsAtTheTopFloatsAndDocks", dock_is_at_the_top_floats_and_docks},
 	{"DockIsRightAfterFloating", dock_is_right_after_floating},
-	{"PropertiesAreCentred", properties_are_centred},
+	{"PropertiesAreCentered", properties_are_centered},
 	{"PanelFollowsTheSourcesDock", panel_follows_the_sources_dock},
 	{"SwitchedCollectionsKeepTheirValues", switched_collections_keep_their_values},
 };

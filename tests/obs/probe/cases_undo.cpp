@@ -246,7 +246,7 @@ void many_actions_are_undone_to_the_start()
 			click(*tile);
 	check(settings_of(filters.front()).contains("\"filter_id\":\"") &&
 		      !settings_of(filters.front()).contains("\"filter_id\":\"\""),
-	      "a colour filter is chosen");
+	      "a color filter is chosen");
 	for (int action = 0; action < 200; ++action)
 		act_at_random(random);
 	wait(polls_ms);

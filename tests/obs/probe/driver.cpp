@@ -15,7 +15,7 @@ namespace kalvio::probe {
 
 namespace {
 
-// Neighbouring tones differ by less; a filter that changes nothing else is not "visible".
+// Neighboring tones differ by less; a filter that changes nothing else is not "visible".
 constexpr int visible_difference = 8;
 
 void note_screenshot(enum obs_frontend_event event, void *taken)
