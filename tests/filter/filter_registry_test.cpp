@@ -310,6 +310,27 @@ TEST_F(FilterRegistry, AFilterThatComesToAnotherSourceHasItsName)
 	EXPECT_EQ(registered_filter_names(), (Names{"A", "B", "C"}));
 }
 
+// The panel lists the filters again and again, however many sources the host has.
+TEST_F(FilterRegistry, TheHostsSourcesAreSearchedOnlyWhenAFilterHasMoved)
+{
+	int searches = 0;
+	host_double().on_call("obs_enum_all_sources", [&searches] { ++searches; });
+	std::vector<RegisteredFilter> known;
+	list_registered_filters(known);
+	EXPECT_EQ(searches, 1);
+	for (int poll = 0; poll < 10; ++poll) {
+		EXPECT_TRUE(are_registered_filters(known));
+		list_registered_filters(known);
+	}
+	EXPECT_EQ(searches, 1);
+	filters_[0].parent = &parents_[1];
+	list_registered_filters(known);
+	EXPECT_EQ(searches, 2);
+	list_registered_filters(known);
+	EXPECT_EQ(searches, 2);
+	filters_[0].parent = &parents_[0];
+}
+
 // What was remembered of a source is no help once another one has its address.
 TEST_F(FilterRegistry, ASourceAtTheAddressOfOneThatIsGoneIsNotTakenForIt)
 {

@@ -375,6 +375,7 @@ void obs_source_enum_filters(obs_source_t *source, obs_source_enum_proc_t callba
 // As the host does it: each source is held while it is shown, and one that is going away is left out.
 void obs_enum_all_sources(bool (*callback)(void *, obs_source_t *), void *parameter)
 {
+	begin_host_call(__func__);
 	for (FakeSource *source : SourceAccess::live_sources_held()) {
 		callback(parameter, source->handle());
 		SourceAccess::drop_reference(*source);
