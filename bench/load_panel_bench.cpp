@@ -58,7 +58,7 @@ Figures measure(int count)
 	float value = 0;
 	const Figures figures = {count, microseconds(200, [&world] { world.poll(); }), microseconds(50, [&value] {
 					 value = value < 0.5F ? 0.75F : 0.25F;
-					 targeting().parameters.skin.smoothing = value;
+					 panel_model().parameters.skin.smoothing = value;
 					 pushParameters();
 				 })};
 	host_double().set_cheap(false);

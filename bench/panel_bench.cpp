@@ -4,7 +4,7 @@
 #include "kit/log_capture.h"
 #include "panel/panel_world.h"
 #include "panel/text/translations.h"
-#include "panel/widgets/rows.h"
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/smooth_button.h"
 #include "params/effect_catalog.h"
 
@@ -339,7 +339,7 @@ Work full_refresh(BenchWorld &bench)
 {
 	return [&bench, odd = false]() mutable {
 		odd = !odd;
-		ParameterSet &set = targeting().parameters;
+		ParameterSet &set = panel_model().parameters;
 		set.reshape.fill(odd ? 0.25f : -0.25f);
 		set.body.fill(odd ? 0.25f : 0.5f);
 		set.skin.smoothing_style =

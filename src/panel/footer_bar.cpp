@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/footer_bar.h"
 
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/model/ui_preferences.h"
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/hold_button.h"
 #include "panel/widgets/icons.h"
-#include "panel/widgets/rows.h"
 
 #include <QHBoxLayout>
 
@@ -19,14 +19,14 @@ OriginalTargets driven_sources()
 {
 	if (ui_preferences().apply_global)
 		return {.all = true, .ids = {}};
-	const Targeting &state = targeting();
+	const PanelModel &state = panel_model();
 	const auto index = static_cast<size_t>(state.selected_index);
 	return index < state.filters.size() ? OriginalTargets{false, {state.filters[index].id}} : OriginalTargets();
 }
 
 } // namespace
 
-FooterBar::FooterBar(Rows &rows, FooterActions actions, QWidget *parent)
+FooterBar::FooterBar(FormBuilder &form, FooterActions actions, QWidget *parent)
 	: QWidget(parent), search_button_(makeIconButton(glyph::search, glyph_size, button_height, this)),
 	  looks_button_(new SmoothButton(this)), original_button_(new HoldButton(this))
 {
@@ -53,7 +53,7 @@ FooterBar::FooterBar(Rows &rows, FooterActions actions, QWidget *parent)
 		show_original(OriginalRequester::Panel, shown_);
 	});
 	connect(original_button_, &QPushButton::released, this, [] { show_original(OriginalRequester::Panel, {}); });
-	rows.add_translation([this] {
+	form.add_translation([this] {
 		search_button_->setAccessibleName(translated("search.title"));
 		search_button_->setToolTip(translated("search.hint"));
 		looks_button_->setText(translated("look.title"));

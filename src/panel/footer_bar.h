@@ -11,7 +11,7 @@ class QPushButton;
 namespace kalvio {
 
 class HoldButton;
-class Rows;
+class FormBuilder;
 class SmoothButton;
 
 struct FooterActions {
@@ -23,7 +23,7 @@ struct FooterActions {
 // as captured while it is held.
 class FooterBar : public QWidget {
 public:
-	FooterBar(Rows &rows, FooterActions actions, QWidget *parent);
+	FooterBar(FormBuilder &form, FooterActions actions, QWidget *parent);
 	~FooterBar() override;
 
 	void refresh(bool is_usable);

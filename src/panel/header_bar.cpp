@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/header_bar.h"
 
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/model/ui_preferences.h"
 #include "panel/widgets/check_box.h"
 #include "panel/widgets/elided_label.h"
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/icons.h"
-#include "panel/widgets/rows.h"
 #include "panel/widgets/source_selector.h"
 
 #include <QHBoxLayout>
@@ -34,8 +34,8 @@ void set_caption(QPushButton &button, const char *key)
 
 } // namespace
 
-HeaderBar::HeaderBar(Rows &rows, HeaderActions actions, QWidget *parent)
-	: QWidget(parent), rows_(rows), actions_(std::move(actions)), live_toggle_(new CheckBox(this)),
+HeaderBar::HeaderBar(FormBuilder &form, HeaderActions actions, QWidget *parent)
+	: QWidget(parent), form_(form), actions_(std::move(actions)), live_toggle_(new CheckBox(this)),
 	  selector_(new SourceSelector(this)), reset_button_(makeHeadIcon(glyph::reset, {}, false, this)),
 	  settings_button_(makeHeadIcon(glyph::settings, {}, true, this))
 {
@@ -48,7 +48,7 @@ HeaderBar::HeaderBar(Rows &rows, HeaderActions actions, QWidget *parent)
 	live_toggle_->setCursor(Qt::PointingHandCursor);
 	// Nothing is pushed here: the next poll writes it.
 	live_toggle_->on_toggled = [](bool checked) {
-		targeting().parameters.enabled = checked;
+		panel_model().parameters.enabled = checked;
 		push_later({.caption_key = "console.live"});
 	};
 	row->addWidget(live_toggle_);
@@ -68,7 +68,7 @@ HeaderBar::HeaderBar(Rows &rows, HeaderActions actions, QWidget *parent)
 	row->addWidget(settings_button_);
 	connect(settings_button_, &QPushButton::clicked, this, [this] { actions_.toggle_settings(); });
 
-	rows_.add_translation([this] {
+	form_.add_translation([this] {
 		live_toggle_->setToolTip(translated("console.toggle"));
 		live_toggle_->setAccessibleName(translated("console.toggle"));
 		selector_->setAccessibleName(translated("obs.selectSource"));
@@ -89,7 +89,7 @@ void HeaderBar::fit_height()
 
 void HeaderBar::refresh()
 {
-	const Targeting &state = targeting();
+	const PanelModel &state = panel_model();
 	live_toggle_->show_checked(state.parameters.enabled);
 	refresh_selector();
 	live_toggle_->setEnabled(!state.update.forced);
@@ -111,7 +111,7 @@ void HeaderBar::choose_source(int index)
 
 void HeaderBar::refresh_selector()
 {
-	const Targeting &state = targeting();
+	const PanelModel &state = panel_model();
 	const QSignalBlocker blocker(selector_);
 	// Filling it closes its list, so that is done for other entries only.
 	if (!is_filled_ || shown_names_ != state.names) {
@@ -133,10 +133,10 @@ void HeaderBar::refresh_selector()
 
 void HeaderBar::selector_changed(int item)
 {
-	if (rows_.is_syncing() || item < 0)
+	if (form_.is_syncing() || item < 0)
 		return;
 	UiPreferences &preferences = ui_preferences();
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	const bool previous_apply_global = preferences.apply_global;
 	const int previous_index = state.selected_index;
 	preferences.apply_global = item == 0;

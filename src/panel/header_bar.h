@@ -11,7 +11,7 @@ class QPushButton;
 namespace kalvio {
 
 class CheckBox;
-class Rows;
+class FormBuilder;
 class SourceSelector;
 
 struct HeaderActions {
@@ -22,7 +22,7 @@ struct HeaderActions {
 // The live toggle, the choice of the filter to drive, reset and settings.
 class HeaderBar : public QWidget {
 public:
-	HeaderBar(Rows &rows, HeaderActions actions, QWidget *parent);
+	HeaderBar(FormBuilder &form, HeaderActions actions, QWidget *parent);
 
 	// Gives the row its one height; called when the panel's style sheet reaches it.
 	void fit_height();
@@ -30,14 +30,14 @@ public:
 	void refresh();
 	void show_settings_open(bool open);
 
-	// As if the user had chosen this one of targeting().names; nothing when there is none.
+	// As if the user had chosen this one of panel_model().names; nothing when there is none.
 	void choose_source(int index);
 
 private:
 	void refresh_selector();
 	void selector_changed(int item);
 
-	Rows &rows_;
+	FormBuilder &form_;
 	HeaderActions actions_;
 	CheckBox *live_toggle_;
 	SourceSelector *selector_;

@@ -3,7 +3,7 @@
 
 #include "panel/text/translations.h"
 #include "panel/text/web_links.h"
-#include "panel/widgets/rows.h"
+#include "panel/widgets/form_builder.h"
 #include "update/update_check.h"
 
 #include <QLabel>

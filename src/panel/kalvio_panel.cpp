@@ -6,7 +6,7 @@
 #include "panel/hint_strip.h"
 #include "panel/looks/looks_page.h"
 #include "panel/model/page_changes.h"
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/model/ui_preferences.h"
 #include "panel/pages/page_scroll.h"
 #include "panel/pages/pages.h"
@@ -31,7 +31,7 @@
 namespace kalvio {
 namespace {
 
-using TabBuilder = void (*)(Rows &rows, QVBoxLayout *page);
+using TabBuilder = void (*)(FormBuilder &form, QVBoxLayout *page);
 
 // By tab.
 constexpr TabBuilder tab_builders[] = {
@@ -45,7 +45,7 @@ constexpr int looks_view = 2;
 
 } // namespace
 
-KalvioPanel::KalvioPanel(QWidget *parent) : QWidget(parent), rows_([this] { refreshControls(); })
+KalvioPanel::KalvioPanel(QWidget *parent) : QWidget(parent), form_([this] { refreshControls(); })
 {
 	install_accessible_controls();
 	setObjectName(QStringLiteral("kalvioPanel"));
@@ -55,7 +55,7 @@ KalvioPanel::KalvioPanel(QWidget *parent) : QWidget(parent), rows_([this] { refr
 	setMinimumSize(340, 480);
 	setStyleSheet(panel_style_sheet());
 	buildUi();
-	if (!targeting().names.empty())
+	if (!panel_model().names.empty())
 		syncFromEngine();
 	refreshControls();
 }
@@ -75,7 +75,7 @@ void KalvioPanel::buildUi()
 	layout->setContentsMargins(0, 0, 0, 0);
 	layout->setSpacing(0);
 
-	header_ = new HeaderBar(rows_,
+	header_ = new HeaderBar(form_,
 				{[this] { refreshControls(); },
 				 [this] {
 					 show_settings(!settings_open_);
@@ -84,26 +84,26 @@ void KalvioPanel::buildUi()
 	layout->addWidget(header_);
 	header_->fit_height();
 	update_strip_ = new UpdateStrip(
-		rows_, [this] { refreshControls(); }, guarded);
+		form_, [this] { refreshControls(); }, guarded);
 	layout->addWidget(update_strip_);
 
 	views_ = new QStackedWidget(guarded);
 	layout->addWidget(views_, 1);
 	build_main_view();
 	settings_page_ = new SettingsPage(
-		rows_, [this] { show_settings(false); }, views_);
+		form_, [this] { show_settings(false); }, views_);
 	views_->addWidget(settings_page_);
 	looks_page_ = new LooksPage(
-		rows_, [this] { show_looks(false); }, views_);
+		form_, [this] { show_looks(false); }, views_);
 	views_->addWidget(looks_page_);
 	tab_bar_->fit_captions();
 
-	rows_.add_translation([this] {
+	form_.add_translation([this] {
 		setWindowTitle(translated("console.title"));
 		setAccessibleName(windowTitle());
 	});
 	make_operable_by_keyboard(*this);
-	show_keyboard_focus(*this, [this] { return rows_.is_syncing(); });
+	show_keyboard_focus(*this, [this] { return form_.is_syncing(); });
 	guard_wheel(*this);
 	show_tool_tips(*this);
 	add_tab_shortcuts();
@@ -119,14 +119,14 @@ void KalvioPanel::build_main_view()
 	main_layout_->setSpacing(0);
 
 	search_ = new SearchBar(
-		rows_, [this](const SearchEntry &entry) { show_found(entry); }, view);
+		form_, [this](const SearchEntry &entry) { show_found(entry); }, view);
 	main_layout_->addWidget(search_);
 	tab_bar_ = new TabBar(
-		rows_, [this](int index) { choose_tab(index); }, view);
+		form_, [this](int index) { choose_tab(index); }, view);
 	main_layout_->addWidget(tab_bar_);
-	rows_.add_change_marker([this] {
+	form_.add_change_marker([this] {
 		for (int i = 0; i < tab_bar_->count(); ++i)
-			tab_bar_->mark_changed(i, controls_enabled() && is_page_changed(targeting().parameters, i));
+			tab_bar_->mark_changed(i, controls_enabled() && is_page_changed(panel_model().parameters, i));
 	});
 	hint_strip_ = new HintStrip(view);
 	main_layout_->addWidget(hint_strip_);
@@ -134,7 +134,7 @@ void KalvioPanel::build_main_view()
 	main_layout_->addWidget(pages_, 1);
 	for (const TabBuilder build_tab : tab_builders)
 		wrapPage(build_tab);
-	footer_ = new FooterBar(rows_,
+	footer_ = new FooterBar(form_,
 				{.open_search = [this] { open_search(); },
 				 .open_looks =
 					 [this] {
@@ -150,7 +150,7 @@ void KalvioPanel::wrapPage(TabBuilder build_tab)
 {
 	const PageScroll page = make_page_scroll(pages_);
 	pages_->addWidget(page.area);
-	build_tab(rows_, page.layout);
+	build_tab(form_, page.layout);
 	page.layout->addStretch(1);
 }
 
@@ -196,7 +196,7 @@ void KalvioPanel::open_search()
 	for (int i = 0; i < pages_->count(); ++i)
 		add_controls(entries, *static_cast<QScrollArea *>(pages_->widget(i))->widget(), i,
 			     tab_bar_->caption(i));
-	const std::vector<std::string> &names = targeting().names;
+	const std::vector<std::string> &names = panel_model().names;
 	for (size_t i = 0; i < names.size(); ++i)
 		entries.push_back({.name = QString::fromStdString(names[i]),
 				   .place = translated("obs.selectSource"),
@@ -234,7 +234,7 @@ void KalvioPanel::changeEvent(QEvent *event)
 {
 	QWidget::changeEvent(event);
 	if (event->type() == QEvent::StyleChange)
-		rows_.use_application_style();
+		form_.use_application_style();
 }
 
 bool KalvioPanel::event(QEvent *event)
@@ -255,10 +255,10 @@ void KalvioPanel::keyPressEvent(QKeyEvent *event)
 
 void KalvioPanel::refreshControls()
 {
-	const Rows::SyncScope syncing(rows_);
-	rows_.refresh();
+	const FormBuilder::SyncScope syncing(form_);
+	form_.refresh();
 
-	const UpdateStatus &update = targeting().update;
+	const UpdateStatus &update = panel_model().update;
 	const bool is_usable = controls_enabled();
 	tab_bar_->set_tabs_enabled(is_usable);
 	for (int i = 0; i < pages_->count(); ++i)
@@ -282,14 +282,14 @@ void KalvioPanel::refreshControls()
 
 void KalvioPanel::retranslate()
 {
-	rows_.retranslate();
+	form_.retranslate();
 	refreshControls();
 }
 
 void KalvioPanel::syncFromEngine()
 {
-	if (!targeting().names.empty() &&
-	    sync_from_filter(ui_preferences().apply_global ? 0 : targeting().selected_index))
+	if (!panel_model().names.empty() &&
+	    sync_from_filter(ui_preferences().apply_global ? 0 : panel_model().selected_index))
 		refreshControls();
 }
 

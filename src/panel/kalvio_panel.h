@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "panel/widgets/rows.h"
+#include "panel/widgets/form_builder.h"
 
 #include <QWidget>
 
@@ -20,8 +20,8 @@ class SettingsPage;
 class TabBar;
 class UpdateStrip;
 
-// The Retouch Console: header, notices, seven pages of effects and a settings page. It edits targeting().parameters and
-// shows what targeting() and ui_preferences() say. The tree is built once; user-interface thread.
+// The Retouch Console: header, notices, seven pages of effects and a settings page. It edits panel_model().parameters
+// and shows what panel_model() and ui_preferences() say. The tree is built once; user-interface thread.
 class KalvioPanel : public QWidget {
 	Q_OBJECT
 
@@ -47,7 +47,7 @@ protected:
 private:
 	void buildUi();
 	void build_main_view();
-	void wrapPage(void (*build_tab)(Rows &rows, QVBoxLayout *page));
+	void wrapPage(void (*build_tab)(FormBuilder &form, QVBoxLayout *page));
 	void choose_tab(int index);
 	void add_tab_shortcuts();
 	void open_search();
@@ -55,7 +55,7 @@ private:
 	void show_settings(bool open);
 	void show_looks(bool open);
 
-	Rows rows_;
+	FormBuilder form_;
 	HeaderBar *header_ = nullptr;
 	UpdateStrip *update_strip_ = nullptr;
 	QStackedWidget *views_ = nullptr; // the main view, the settings page, the looks

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/search_bar.h"
 
-#include "panel/widgets/rows.h"
+#include "panel/widgets/form_builder.h"
 
 #include <QKeyEvent>
 #include <QLineEdit>
@@ -21,7 +21,7 @@ constexpr int longest_query = 100;
 
 } // namespace
 
-SearchBar::SearchBar(Rows &rows, std::function<void(const SearchEntry &)> chosen, QWidget *parent)
+SearchBar::SearchBar(FormBuilder &form, std::function<void(const SearchEntry &)> chosen, QWidget *parent)
 	: QWidget(parent), chosen_(std::move(chosen)), field_(new QLineEdit(this)), list_(new QListWidget(this))
 {
 	auto *layout = new QVBoxLayout(this);
@@ -41,7 +41,7 @@ SearchBar::SearchBar(Rows &rows, std::function<void(const SearchEntry &)> chosen
 	layout->addWidget(list_);
 	connect(field_, &QLineEdit::textChanged, this, [this] { show_found(); });
 	connect(list_, &QListWidget::itemClicked, this, [this](QListWidgetItem *item) { choose(list_->row(item)); });
-	rows.add_translation([this] {
+	form.add_translation([this] {
 		field_->setPlaceholderText(translated("search.title"));
 		field_->setAccessibleName(translated("search.title"));
 		list_->setAccessibleName(translated("search.title"));

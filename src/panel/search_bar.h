@@ -12,14 +12,14 @@ class QListWidget;
 
 namespace kalvio {
 
-class Rows;
+class FormBuilder;
 
 // A field over all settings, with a list of what it finds; hidden until it is opened. The arrow keys choose in the
 // list, Enter takes what is chosen, Escape closes.
 class SearchBar : public QWidget {
 public:
 	// `chosen` takes what the user has picked; the bar is closed by then.
-	SearchBar(Rows &rows, std::function<void(const SearchEntry &)> chosen, QWidget *parent);
+	SearchBar(FormBuilder &form, std::function<void(const SearchEntry &)> chosen, QWidget *parent);
 
 	// Shows the empty field with the keyboard's focus, to search in these entries.
 	void open(std::vector<SearchEntry> entries);

@@ -15,7 +15,7 @@ struct SearchEntry {
 	QString place; // the tab of its page, or "Source"
 	int page = -1; // of the control
 	QPointer<QWidget> control = {};
-	int source = -1; // its position in targeting().names
+	int source = -1; // its position in panel_model().names
 };
 
 // Appends the controls of `page` that can be seen there: sliders and switches, then options, tiles and buttons with a

@@ -2,9 +2,9 @@
 #include "panel/tab_bar.h"
 
 #include "panel/widgets/accessible_controls.h"
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/icons.h"
 #include "panel/widgets/palette.h"
-#include "panel/widgets/rows.h"
 #include "panel/widgets/smooth_button.h"
 #include "panel/widgets/tab_dot.h"
 
@@ -53,7 +53,7 @@ QLabel *add_tab_label(QBoxLayout *layout, const QString &style)
 
 } // namespace
 
-TabBar::TabBar(Rows &rows, std::function<void(int)> chosen, QWidget *parent) : QWidget(parent)
+TabBar::TabBar(FormBuilder &form, std::function<void(int)> chosen, QWidget *parent) : QWidget(parent)
 {
 	setObjectName(QStringLiteral("tabBar"));
 	setAttribute(Qt::WA_StyledBackground);
@@ -87,13 +87,13 @@ TabBar::TabBar(Rows &rows, std::function<void(int)> chosen, QWidget *parent) : Q
 		auto *dot = new TabDot(button);
 		tabs_.push_back({button, glyph_label, caption, dot});
 
-		rows.add_translation([button, caption, dot, key = entry.caption_key] {
+		form.add_translation([button, caption, dot, key = entry.caption_key] {
 			caption->setText(translated(key));
 			button->setAccessibleName(caption->text());
 			dot->describe();
 		});
 	}
-	rows.add_translation([this] { fit_captions(); });
+	form.add_translation([this] { fit_captions(); });
 	connect(group, &QButtonGroup::idClicked, this, std::move(chosen));
 }
 

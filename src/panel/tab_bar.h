@@ -9,7 +9,7 @@ class QLabel;
 
 namespace kalvio {
 
-class Rows;
+class FormBuilder;
 class SmoothButton;
 class TabDot;
 
@@ -17,7 +17,7 @@ class TabDot;
 class TabBar : public QWidget {
 public:
 	// `chosen` takes the number of a tab that the user clicked.
-	TabBar(Rows &rows, std::function<void(int)> chosen, QWidget *parent);
+	TabBar(FormBuilder &form, std::function<void(int)> chosen, QWidget *parent);
 
 	// Gives each tab the width of its caption; called when the panel's style sheet reaches the tabs.
 	void fit_captions();

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/update_strip.h"
 
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/widgets/elided_label.h"
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/icons.h"
-#include "panel/widgets/rows.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -55,7 +55,7 @@ QString server_text(const std::string &text)
 
 } // namespace
 
-UpdateStrip::UpdateStrip(Rows &rows, std::function<void()> dismissed, QWidget *parent)
+UpdateStrip::UpdateStrip(FormBuilder &form, std::function<void()> dismissed, QWidget *parent)
 	: QWidget(parent), layout_(new QVBoxLayout(this)), title_(new ElidedLabel(this)), notes_(new ElidedLabel(this)),
 	  download_(new QPushButton(this)), close_(makeIconButton(glyph::close, 14, 18, this)),
 	  quit_hint_(new QLabel(this))
@@ -81,10 +81,10 @@ UpdateStrip::UpdateStrip(Rows &rows, std::function<void()> dismissed, QWidget *p
 	connect(download_, &QPushButton::clicked, this, [] { open_update_download(); });
 	connect(close_, &QPushButton::clicked, this, [dismissed = std::move(dismissed)] {
 		dismiss_update();
-		targeting().update.soft = false;
+		panel_model().update.soft = false;
 		dismissed();
 	});
-	rows.add_translation([this] {
+	form.add_translation([this] {
 		quit_hint_->setText(translated("update.quitHint"));
 		download_->setText(translated(soft_look.button_key));
 		close_->setToolTip(translated("update.dismiss"));

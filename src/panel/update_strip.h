@@ -14,13 +14,13 @@ class QVBoxLayout;
 namespace kalvio {
 
 class ElidedLabel;
-class Rows;
+class FormBuilder;
 
 // The notice of an update: one that can be dismissed while it is only offered, one that stays while it is required.
 class UpdateStrip : public QWidget {
 public:
 	// `dismissed` runs after the user has closed the notice.
-	UpdateStrip(Rows &rows, std::function<void()> dismissed, QWidget *parent);
+	UpdateStrip(FormBuilder &form, std::function<void()> dismissed, QWidget *parent);
 
 	void refresh(const UpdateStatus &status);
 

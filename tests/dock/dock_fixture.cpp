@@ -3,7 +3,7 @@
 
 #include "kit/config_double.h"
 #include "kit/history_double.h"
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/model/ui_preferences.h"
 #include "panel/text/translations.h"
 #include "update/update_hooks.h"
@@ -51,7 +51,7 @@ DockTest::DockTest() : frontend(std::make_unique<FrontendDouble>())
 	history_double().reset();
 	set_config_folder(folder.file("config"));
 	reset_update_service({fetch_nothing, some_moment, open_nothing, no_file});
-	targeting() = {};
+	panel_model() = {};
 	ui_preferences() = {};
 }
 
@@ -93,7 +93,7 @@ void DockTest::restart()
 	quit();
 	frontend.reset();
 	frontend = std::make_unique<FrontendDouble>();
-	targeting() = {};
+	panel_model() = {};
 	ui_preferences() = {};
 	start();
 }

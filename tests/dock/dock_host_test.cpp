@@ -6,7 +6,7 @@
 #include "kit/allocation_check.h"
 #include "kit/config_double.h"
 #include "kit/history_double.h"
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/model/ui_preferences.h"
 
 #include <QApplication>
@@ -284,7 +284,7 @@ TEST_F(DockTest, CollectionThatIsLoadedWithAllSourcesKeepsItsValues)
 	frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
 	fire(*poll_timer());
 	EXPECT_DOUBLE_EQ(obs_data_get_double(third.settings, "smoothing"), 0.5);
-	EXPECT_FALSE(targeting().filters_loading);
+	EXPECT_FALSE(panel_model().filters_loading);
 
 	for (FakeSource *filter : {&first, &second, &third})
 		unregister_filter(filter->handle());
@@ -294,7 +294,7 @@ TEST_F(DockTest, CollectionEventsBeforeTheHostHasLoadedDoNotEndTheLoading)
 {
 	start_dock_host();
 	frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED);
-	EXPECT_TRUE(targeting().filters_loading);
+	EXPECT_TRUE(panel_model().filters_loading);
 }
 
 TEST_F(DockTest, CleanUpsOfTheStartDoNotKeepTheFrontendFromBeingReady)
@@ -306,7 +306,7 @@ TEST_F(DockTest, CleanUpsOfTheStartDoNotKeepTheFrontendFromBeingReady)
 	frontend->finish_loading();
 	run_event_loop();
 	EXPECT_TRUE(frontend_ready());
-	EXPECT_FALSE(targeting().filters_loading);
+	EXPECT_FALSE(panel_model().filters_loading);
 }
 
 // The copy's filters come while the others are late in going, and nothing but CLEANUP tells.
@@ -373,7 +373,7 @@ TEST_F(DockTest, HiddenDockIsSavedAtOnceIfAnythingChanged)
 	dock().hide();
 	EXPECT_EQ(history_double().saves, 0);
 	dock().show();
-	targeting().parameters.skin.smoothing = 0.5f;
+	panel_model().parameters.skin.smoothing = 0.5f;
 	pushParameters({.caption_key = "skin.smoothing"});
 	dock().hide();
 	EXPECT_EQ(history_double().saves, 1);
@@ -391,7 +391,7 @@ TEST_F(DockTest, FloatingDockWhoseWindowIsClosedIsSavedAtOnce)
 	register_filter(filter.handle());
 	fire(*poll_timer());
 	float_at(100, 100, 400, 600);
-	targeting().parameters.skin.smoothing = 0.5f;
+	panel_model().parameters.skin.smoothing = 0.5f;
 	pushParameters({.caption_key = "skin.smoothing"});
 	dock().close();
 	EXPECT_EQ(history_double().saves, 1);
@@ -404,7 +404,7 @@ TEST_F(DockTest, NothingIsSavedWhileCollectionsComeAndGo)
 	FakeSource filter("Camera");
 	register_filter(filter.handle());
 	fire(*poll_timer());
-	targeting().parameters.skin.smoothing = 0.5f;
+	panel_model().parameters.skin.smoothing = 0.5f;
 	pushParameters({.caption_key = "skin.smoothing"});
 	const auto load = [&] {
 		for (int poll = 0; poll < 20; ++poll)
@@ -434,7 +434,7 @@ TEST_F(DockTest, EventThatFindsNoMemoryIsReportedAndTheNextPollDoesItsWork)
 	EXPECT_NO_THROW(frontend->send(OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGED));
 	EXPECT_EQ(log.count({LOG_ERROR, "[Kalvio] unexpected error: std::bad_alloc"}), 1u);
 	fire(*poll_timer());
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.25f);
 	unregister_filter(filter.handle());
 }
 
@@ -447,7 +447,7 @@ TEST_F(DockTest, PollThatFindsNoMemoryIsReportedAndTheNextOneWorks)
 	EXPECT_NO_THROW(fire(*poll_timer()));
 	EXPECT_EQ(log.count({LOG_ERROR, "[Kalvio] unexpected error: std::bad_alloc"}), 1u);
 	fire(*poll_timer());
-	EXPECT_EQ(targeting().names, std::vector<std::string>{"Camera"});
+	EXPECT_EQ(panel_model().names, std::vector<std::string>{"Camera"});
 	unregister_filter(filter.handle());
 }
 
@@ -462,7 +462,7 @@ TEST_F(DockTest, StartThatFindsNoMemoryStillEndsInADock)
 	EXPECT_TRUE(frontend_ready());
 	ASSERT_TRUE(poll_timer());
 	fire(*poll_timer());
-	EXPECT_EQ(targeting().names, std::vector<std::string>{"Camera"});
+	EXPECT_EQ(panel_model().names, std::vector<std::string>{"Camera"});
 	unregister_filter(filter.handle());
 }
 
@@ -494,13 +494,13 @@ TEST_F(DockTest, EventsAfterExitAreIgnored)
 	register_filter(filter.handle());
 	fire(*poll_timer());
 	frontend->close();
-	targeting().filters_loading = false;
+	panel_model().filters_loading = false;
 	for (const obs_frontend_event event :
 	     {OBS_FRONTEND_EVENT_SCENE_COLLECTION_CLEANUP, OBS_FRONTEND_EVENT_SCENE_COLLECTION_CHANGING,
 	      OBS_FRONTEND_EVENT_FINISHED_LOADING, OBS_FRONTEND_EVENT_EXIT})
 		frontend->send_to_all(event);
 	run_event_loop();
-	EXPECT_FALSE(targeting().filters_loading);
+	EXPECT_FALSE(panel_model().filters_loading);
 	EXPECT_FALSE(poll_timer() && poll_timer()->isActive());
 	EXPECT_TRUE(frontend->calls_after_end.empty());
 	unregister_filter(filter.handle());

@@ -4,7 +4,7 @@
 #include "filter/filter_registry.h"
 #include "kit/config_double.h"
 #include "kit/host_hotkeys.h"
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 
 #include <filesystem>
 
@@ -36,7 +36,7 @@ protected:
 	void expect_panel_works()
 	{
 		fire(*poll_timer());
-		targeting().parameters.skin.smoothing = 0.75F;
+		panel_model().parameters.skin.smoothing = 0.75F;
 		pushParameters();
 		EXPECT_EQ(obs_data_get_double(filter.settings, "smoothing"), 0.75);
 		EXPECT_EQ(lines(), (std::vector<LogLine>{{LOG_INFO, "[Kalvio] Qt dock added"}}));
@@ -110,11 +110,11 @@ TEST_F(DockFaults, AHostWithoutASceneIsFollowedAgainWhenItHasOne)
 		frontend->is_studio_mode = is_studio_mode;
 		fire(*poll_timer());
 	}
-	EXPECT_EQ(targeting().followed_source, "");
+	EXPECT_EQ(panel_model().followed_source, "");
 	frontend->is_studio_mode = false;
 	frontend->has_no_scene = false;
 	fire(*poll_timer());
-	EXPECT_EQ(targeting().followed_source, "Camera's source");
+	EXPECT_EQ(panel_model().followed_source, "Camera's source");
 	filter.remove_from_source();
 }
 

@@ -4,7 +4,7 @@
 #include "filter/filter_registry.h"
 #include "filter/original_view.h"
 #include "kit/host_hotkeys.h"
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 
 // The console's own hot keys, from the host's list to the filters, and their bindings from one start to the next.
 namespace kalvio::test {
@@ -46,10 +46,10 @@ TEST_F(HotkeysTest, SwitchAllFiltersAndThePanelFollows)
 	EXPECT_FALSE(obs_data_get_bool(first.settings, "enabled"));
 	EXPECT_FALSE(obs_data_get_bool(second.settings, "enabled"));
 	show_switched_effects();
-	EXPECT_FALSE(targeting().parameters.enabled);
+	EXPECT_FALSE(panel_model().parameters.enabled);
 
 	// What the panel writes next leaves it so.
-	targeting().parameters.skin.smoothing = 0.5f;
+	panel_model().parameters.skin.smoothing = 0.5f;
 	pushParameters();
 	EXPECT_FALSE(obs_data_get_bool(first.settings, "enabled"));
 	EXPECT_EQ(obs_data_get_double(first.settings, "smoothing"), 0.5);

@@ -2,7 +2,7 @@
 #include "dock_fixture.h"
 
 #include "filter/filter_registry.h"
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/model/ui_preferences.h"
 
 #include <QComboBox>
@@ -50,7 +50,7 @@ TEST_F(SourcesDockTest, ThePanelDrivesTheFilterOfTheSelectedSource)
 	start();
 	select(2);
 	EXPECT_EQ(shown(), "Second");
-	EXPECT_EQ(targeting().selected_index, 1);
+	EXPECT_EQ(panel_model().selected_index, 1);
 	select(0);
 	EXPECT_EQ(shown(), "First");
 }
@@ -123,7 +123,7 @@ TEST_F(SourcesDockTest, WhatWaitsToBeWrittenGoesToTheFilterThatWasShown)
 {
 	start();
 	select(0);
-	targeting().parameters.skin.smoothing = 0.625F;
+	panel_model().parameters.skin.smoothing = 0.625F;
 	push_later({});
 	frontend->program_items[0].is_selected = false;
 	frontend->program_items[2].is_selected = true;

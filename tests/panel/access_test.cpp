@@ -90,8 +90,8 @@ TEST_F(AccessTest, TabReachesEveryControlOfEveryPage)
 {
 	for (int page = SkinPage; page <= BackgroundPage; ++page) {
 		SCOPED_TRACE(page);
-		targeting().parameters.background.fill = 1;
-		targeting().parameters.background.chroma = 1;
+		panel_model().parameters.background.fill = 1;
+		panel_model().parameters.background.chroma = 1;
 		world.panel().refreshControls();
 		world.show_page(page);
 		const QList<QWidget *> stops = tab_stops();
@@ -136,7 +136,7 @@ TEST_F(AccessTest, SpaceAndEnterWorkSwitchesTogglesAndButtons)
 
 	auto *live = world.panel().findChild<CheckBox *>();
 	click_key(live, Qt::Key_Space);
-	EXPECT_FALSE(targeting().parameters.enabled);
+	EXPECT_FALSE(panel_model().parameters.enabled);
 
 	auto *settings = find_named<QPushButton>(world.panel(), QStringLiteral("Settings"));
 	click_key(settings, Qt::Key_Enter);
@@ -208,8 +208,8 @@ TEST_F(AccessTest, EveryTabStopShowsTheRing)
 {
 	set_update_status({.soft = true, .latest = "1.0.13", .notes = "Softer skin"});
 	world.poll();
-	targeting().parameters.background.fill = 1;
-	targeting().parameters.background.chroma = 1;
+	panel_model().parameters.background.fill = 1;
+	panel_model().parameters.background.chroma = 1;
 	const auto check_stops = [this](const QString &where) {
 		int seen = 0;
 		for (QWidget *stop : tab_stops()) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel_fixture.h"
 
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/icons.h"
-#include "panel/widgets/rows.h"
 
 #include <QFile>
 #include <cstdlib>
@@ -37,7 +37,7 @@ protected:
 		bool has_names = true;
 		for (const QPushButton *button : panel.findChildren<QPushButton *>())
 			has_names = has_names && !(button->text() + button->accessibleName()).isEmpty();
-		targeting().parameters.skin.smoothing = 0.75F;
+		panel_model().parameters.skin.smoothing = 0.75F;
 		pushParameters();
 		const bool is_as_expected = use == Use::Either || is_used() == (use == Use::Used);
 		return has_names && is_as_expected && setting_double(filter, "smoothing") == 0.75;

@@ -189,15 +189,15 @@ TEST_F(HeaderTest, ResetRestoresEveryEffectButNotTheLiveToggle)
 {
 	FakeSource &filter = world.add_filter("Camera");
 	world.open_panel();
-	targeting().parameters.skin.smoothing = 0.5f;
-	targeting().parameters.reshape.fill(0.5f);
-	targeting().parameters.sticker_id = "kiss2";
-	targeting().parameters.enabled = false;
+	panel_model().parameters.skin.smoothing = 0.5f;
+	panel_model().parameters.reshape.fill(0.5f);
+	panel_model().parameters.sticker_id = "kiss2";
+	panel_model().parameters.enabled = false;
 	pushParameters();
 	click(reset());
 	ParameterSet expected;
 	expected.enabled = false;
-	EXPECT_EQ(targeting().parameters, expected);
+	EXPECT_EQ(panel_model().parameters, expected);
 	EXPECT_EQ(setting_double(filter, "smoothing"), 0.0);
 	EXPECT_EQ(setting_string(filter, "sticker_id"), "");
 	EXPECT_FALSE(setting_bool(filter, "enabled"));
@@ -429,11 +429,11 @@ TEST_F(HeaderTest, CardResetsRestoreTheirOwnPageOnly)
 		SCOPED_TRACE(card.title);
 		world.show_page(card.page);
 		for (const CardReset &other : cards) {
-			targeting().parameters = edited(other.page);
+			panel_model().parameters = edited(other.page);
 			call_journal().reset();
 			click(*find_named<QPushButton>(world.page(card.page),
 						       QStringLiteral("Reset: ") + QLatin1String(card.title)));
-			EXPECT_EQ(targeting().parameters,
+			EXPECT_EQ(panel_model().parameters,
 				  other.page == card.page ? ParameterSet() : edited(other.page));
 			EXPECT_EQ(updates(), 1u);
 		}

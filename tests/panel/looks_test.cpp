@@ -63,8 +63,8 @@ protected:
 TEST_F(LooksTest, AClickAppliesOneOfOurOwnAsOneEntry)
 {
 	obs_data_set_bool(filter.settings, "enabled", false);
-	targeting().parameters.enabled = false;
-	targeting().parameters.body[2] = 0.5f;
+	panel_model().parameters.enabled = false;
+	panel_model().parameters.body[2] = 0.5f;
 	const std::string before = [this] {
 		pushParameters();
 		return std::string(obs_data_get_json(filter.settings));
@@ -83,7 +83,7 @@ TEST_F(LooksTest, AClickAppliesOneOfOurOwnAsOneEntry)
 
 TEST_F(LooksTest, TheCurrentSetIsSavedAndComesBack)
 {
-	targeting().parameters.skin.rosiness = 0.66f;
+	panel_model().parameters.skin.rosiness = 0.66f;
 	save_as("Friday");
 	ASSERT_NE(tile(QStringLiteral("Friday")), nullptr);
 	EXPECT_TRUE(tile(QStringLiteral("Friday"))->isChecked());
@@ -158,7 +158,7 @@ TEST_F(LooksTest, ABadFileIsRefusedWithAMessage)
 TEST_F(LooksTest, NextAndPreviousGoAround)
 {
 	save_as("Mine");
-	targeting().parameters.skin.sharpening = 0.9f;
+	panel_model().parameters.skin.sharpening = 0.9f;
 	world.panel().refreshControls();
 	apply_neighboring_look(1);
 	EXPECT_TRUE(tile(QStringLiteral("Fresh"))->isChecked());
@@ -171,7 +171,7 @@ TEST_F(LooksTest, NextAndPreviousGoAround)
 	world.remove_all_filters();
 	world.poll();
 	apply_neighboring_look(1);
-	EXPECT_EQ(targeting().parameters.filter.id, "");
+	EXPECT_EQ(panel_model().parameters.filter.id, "");
 }
 
 TEST_F(LooksTest, WithoutAFilterOnlyTheWayBackIsLeft)

@@ -309,10 +309,10 @@ TEST_F(OptionsTest, WithoutAFilterNothingIsWritten)
 {
 	world.open_panel(340, 1900);
 	call_journal().reset();
-	const ParameterSet before = targeting().parameters;
+	const ParameterSet before = panel_model().parameters;
 	for_each_row([](const OptionRow &row, QButtonGroup &group) { click(*group.button(row.values.back())); });
 	EXPECT_EQ(updates(), 0u);
-	EXPECT_EQ(targeting().parameters, before);
+	EXPECT_EQ(panel_model().parameters, before);
 }
 
 TEST_F(OptionsTest, AnUnknownValueChecksNothingAndIsKept)

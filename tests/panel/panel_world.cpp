@@ -104,7 +104,7 @@ PanelWorld::PanelWorld()
 	reset_neighbors();
 	set_config_folder(config_.file("config"));
 	set_module_folder(data_folder());
-	targeting() = {};
+	panel_model() = {};
 	ui_preferences() = {};
 	set_language(LanguageEnglish);
 	call_journal().reset();
@@ -144,7 +144,7 @@ KalvioPanel &PanelWorld::open_panel(int width, int height)
 {
 	panel_ = std::make_unique<KalvioPanel>();
 	panel_->resize(width, height);
-	targeting().refresh = [this] {
+	panel_model().refresh = [this] {
 		show_changes();
 	};
 	poll();

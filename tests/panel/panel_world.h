@@ -7,7 +7,7 @@
 #include "kit/scratch.h"
 #include "neighbors.h"
 #include "panel/kalvio_panel.h"
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/model/ui_preferences.h"
 
 #include <memory>

@@ -38,7 +38,7 @@ void add_cameras(PanelWorld &world)
 // Some values, so that the pictures show sliders and choices at work.
 void set_looks()
 {
-	ParameterSet &set = targeting().parameters;
+	ParameterSet &set = panel_model().parameters;
 	set.skin.smoothing = 0.62f;
 	set.skin.whitening = 0.3f;
 	set.skin.rosiness = 0.18f;

@@ -172,9 +172,9 @@ TEST_F(ShellTest, SyncReadsTheFilterAnew)
 TEST_F(ShellTest, SyncWithoutAFilterChangesNothing)
 {
 	world.open_panel();
-	targeting().parameters.skin.smoothing = 0.5f;
+	panel_model().parameters.skin.smoothing = 0.5f;
 	world.panel().syncFromEngine();
-	EXPECT_EQ(targeting().parameters.skin.smoothing, 0.5f);
+	EXPECT_EQ(panel_model().parameters.skin.smoothing, 0.5f);
 }
 
 TEST_F(ShellTest, RetranslateGoesThroughEveryText)
@@ -214,8 +214,8 @@ protected:
 TEST_P(LanguageTest, EveryTextFitsTheNarrowestPanel)
 {
 	world.open_panel(340, 700);
-	targeting().parameters.background.fill = 1;
-	targeting().parameters.background.chroma = 1;
+	panel_model().parameters.background.fill = 1;
+	panel_model().parameters.background.chroma = 1;
 	world.panel().refreshControls();
 	for (int page = SkinPage; page <= BackgroundPage; ++page) {
 		world.show_page(page);

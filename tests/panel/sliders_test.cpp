@@ -250,8 +250,8 @@ TEST_F(SlidersTest, ARefreshLeavesAHeldSliderAlone)
 	QSlider &slider = *sliders(SkinPage).at(0);
 	slider.setSliderDown(true);
 	slider.setValue(40);
-	targeting().parameters.skin.smoothing = 0.9f;
-	targeting().parameters.skin.whitening = 0.9f;
+	panel_model().parameters.skin.smoothing = 0.9f;
+	panel_model().parameters.skin.whitening = 0.9f;
 	world.panel().refreshControls();
 	EXPECT_EQ(slider.value(), 40);
 	EXPECT_EQ(sliders(SkinPage).at(1)->value(), 90);
@@ -264,7 +264,7 @@ TEST_F(SlidersTest, ARefreshIsNoEdit)
 {
 	add_filter_that_uses_all("Camera");
 	world.open_panel();
-	targeting().parameters.reshape.fill(0.5f);
+	panel_model().parameters.reshape.fill(0.5f);
 	call_journal().reset();
 	world.panel().refreshControls();
 	EXPECT_EQ(updates(), 0u);
@@ -294,12 +294,12 @@ TEST_F(SlidersTest, RowsOfABackgroundModeShowOnlyInIt)
 	const QList<QSlider *> rows = sliders(BackgroundPage);
 	for (const QSlider *slider : rows)
 		EXPECT_FALSE(slider->isVisible());
-	targeting().parameters.background.fill = 1;
+	panel_model().parameters.background.fill = 1;
 	world.panel().refreshControls();
 	EXPECT_TRUE(rows.at(0)->isVisible());
 	EXPECT_FALSE(rows.at(1)->isVisible());
-	targeting().parameters.background.chroma = 3;
-	targeting().parameters.background.fill = 2;
+	panel_model().parameters.background.chroma = 3;
+	panel_model().parameters.background.fill = 2;
 	world.panel().refreshControls();
 	EXPECT_FALSE(rows.at(0)->isVisible());
 	for (int i = 1; i < 4; ++i)

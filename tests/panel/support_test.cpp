@@ -33,8 +33,8 @@ protected:
 
 	void choose_background(int fill, int chroma)
 	{
-		targeting().parameters.background.fill = fill;
-		targeting().parameters.background.chroma = chroma;
+		panel_model().parameters.background.fill = fill;
+		panel_model().parameters.background.chroma = chroma;
 		world.panel().refreshControls();
 	}
 };

@@ -75,7 +75,7 @@ protected:
 	{
 		if (control.isVisible() || filters_.empty())
 			return;
-		targeting().parameters = shows_every_row();
+		panel_model().parameters = shows_every_row();
 		pushParameters();
 		world.panel().refreshControls();
 		settle();
@@ -87,7 +87,7 @@ protected:
 		SCOPED_TRACE(control.metaObject()->className() + std::string(" ") +
 			     control.accessibleName().toStdString());
 		show(control);
-		const ParameterSet panel_before = targeting().parameters;
+		const ParameterSet panel_before = panel_model().parameters;
 		std::vector<ParameterSet> before;
 		for (const FakeSource *filter : filters_)
 			before.push_back(set_of(*filter));
@@ -97,7 +97,7 @@ protected:
 		++controls_;
 		EXPECT_EQ(updates(), targets_.size());
 		if (filters_.empty()) {
-			EXPECT_EQ(targeting().parameters, panel_before);
+			EXPECT_EQ(panel_model().parameters, panel_before);
 		}
 		check_settings(before);
 		check_engines();
@@ -107,7 +107,7 @@ protected:
 	{
 		for (size_t i = 0; i < filters_.size(); ++i) {
 			const bool is_target = std::ranges::find(targets_, filters_[i]) != targets_.end();
-			EXPECT_EQ(set_of(*filters_[i]), is_target ? targeting().parameters : before[i]) << i;
+			EXPECT_EQ(set_of(*filters_[i]), is_target ? panel_model().parameters : before[i]) << i;
 		}
 	}
 
@@ -129,7 +129,7 @@ protected:
 			EXPECT_EQ(calls, told.begin()->second);
 			const auto smoothing = std::ranges::find(calls, "kl_set_smoothing", &Call::name);
 			ASSERT_NE(smoothing, calls.end());
-			EXPECT_EQ(smoothing->arguments, std::vector<Argument>{targeting().parameters.skin.smoothing});
+			EXPECT_EQ(smoothing->arguments, std::vector<Argument>{panel_model().parameters.skin.smoothing});
 		}
 	}
 

@@ -167,8 +167,8 @@ TEST_F(TilesTest, EveryPresetTileReachesSettingsAndEngine)
 	world.open_panel(340, 1200);
 	EXPECT_EQ(ids(BackgroundPage, "bgid").size(), 8);
 	for (const BackgroundPreset &preset : background_presets) {
-		targeting().parameters.background.fill = 0;
-		targeting().parameters.background.image = "/some/picture.png";
+		panel_model().parameters.background.fill = 0;
+		panel_model().parameters.background.image = "/some/picture.png";
 		pushParameters();
 		call_journal().reset();
 		click_tile(BackgroundPage, "bgid", preset.id);
@@ -197,7 +197,7 @@ TEST_F(TilesTest, NoPresetIsCheckedWhileAPictureIsChosen)
 	FakeSource &filter = world.add_filter("Camera");
 	world.open_panel();
 	EXPECT_TRUE(tile(BackgroundPage, "bgid", "office")->isChecked());
-	targeting().parameters.background.image = "/home/user/beach.png";
+	panel_model().parameters.background.image = "/home/user/beach.png";
 	pushParameters();
 	world.panel().refreshControls();
 	EXPECT_FALSE(tile(BackgroundPage, "bgid", "office")->isChecked());
@@ -211,12 +211,12 @@ TEST_F(TilesTest, CaptionNamesTheBackgroundInUse)
 	auto *caption = world.page(BackgroundPage).findChild<ElidedLabel *>();
 	ASSERT_NE(caption, nullptr);
 	EXPECT_EQ(caption->full_text(), QStringLiteral("Office"));
-	targeting().parameters.background.image = "/home/user/Stra\xc3\x9f"
-						  "e.png";
+	panel_model().parameters.background.image = "/home/user/Stra\xc3\x9f"
+						    "e.png";
 	world.panel().refreshControls();
 	EXPECT_EQ(caption->full_text(), QStringLiteral("Stra\u00dfe.png"));
-	targeting().parameters.background.image.clear();
-	targeting().parameters.background.preset = "nowhere";
+	panel_model().parameters.background.image.clear();
+	panel_model().parameters.background.preset = "nowhere";
 	world.panel().refreshControls();
 	EXPECT_EQ(caption->full_text(), QStringLiteral("Presets"));
 }

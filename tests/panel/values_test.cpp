@@ -61,7 +61,7 @@ protected:
 
 	void put(float value)
 	{
-		targeting().parameters.skin.smoothing = value;
+		panel_model().parameters.skin.smoothing = value;
 		pushParameters();
 		world.panel().refreshControls();
 	}
@@ -128,7 +128,7 @@ TEST_F(ValuesTest, OtherButtonsAndADisabledPanelRestoreNothing)
 	world.poll();
 	double_click_mouse(&caption(), caption().rect().center());
 	click(number());
-	EXPECT_EQ(targeting().parameters.skin.smoothing, 0.5f);
+	EXPECT_EQ(panel_model().parameters.skin.smoothing, 0.5f);
 	EXPECT_EQ(field(), nullptr);
 }
 
@@ -288,7 +288,7 @@ TEST_F(ValuesTest, CaptionsOfOptionsAndSwitchesAreMarkedToo)
 
 TEST_F(ValuesTest, ATabHasADotWhileItsPageIsChanged)
 {
-	ParameterSet &set = targeting().parameters;
+	ParameterSet &set = panel_model().parameters;
 	const std::pair<int, std::function<void()>> changes[] = {{SkinPage,
 								  [&] {
 									  set.skin.rosiness = 0.1f;
@@ -339,7 +339,7 @@ TEST_F(ValuesTest, TheDotFollowsASliderStepAndAPanelWithoutFilters)
 
 TEST_F(ValuesTest, TheDotCanBeSeenOnEveryTab)
 {
-	ParameterSet &set = targeting().parameters;
+	ParameterSet &set = panel_model().parameters;
 	set.skin.rosiness = 0.1f;
 	set.body[8] = 0.2f;
 	world.panel().refreshControls();

@@ -2,7 +2,7 @@
 #include "panel/model/save_request.h"
 
 #include "kit/history_double.h"
-#include "targeting_fixture.h"
+#include "panel_model_fixture.h"
 
 // When the host is asked to save. Time is the number of polls.
 namespace kalvio::test {
@@ -10,7 +10,7 @@ namespace {
 
 constexpr ChangeLabel smooth{.caption_key = "skin.smoothing"};
 
-class SavingTest : public TargetingTest {
+class SavingTest : public PanelModelTest {
 protected:
 	SavingTest() : filter(add_filter("Camera", 0.25)) { poll_targets(); }
 
@@ -22,7 +22,7 @@ protected:
 
 	static void change(float smoothing)
 	{
-		targeting().parameters.skin.smoothing = smoothing;
+		panel_model().parameters.skin.smoothing = smoothing;
 		pushParameters(smooth);
 	}
 

@@ -3,7 +3,7 @@
 
 #include "kit/history_double.h"
 #include "panel/text/translations.h"
-#include "targeting_fixture.h"
+#include "panel_model_fixture.h"
 
 #include <random>
 
@@ -22,7 +22,7 @@ std::string json_of(const FakeSource &filter)
 
 void push_smoothing(float value, const ChangeLabel &label)
 {
-	targeting().parameters.skin.smoothing = value;
+	panel_model().parameters.skin.smoothing = value;
 	pushParameters(label);
 }
 
@@ -31,7 +31,7 @@ size_t undo_count()
 	return history_double().undo_entries().size();
 }
 
-class UndoTest : public TargetingTest {
+class UndoTest : public PanelModelTest {
 protected:
 	~UndoTest() override { set_language(LanguageEnglish); }
 
@@ -139,14 +139,14 @@ TEST_F(UndoTest, LiveToggleIsAnEntryWithTheNextPoll)
 	FakeSource &filter = add_filter("Camera", 0.25);
 	poll_targets();
 	const std::string start = json_of(filter);
-	targeting().parameters.enabled = false;
+	panel_model().parameters.enabled = false;
 	push_later({.caption_key = "console.live"});
 	EXPECT_EQ(undo_count(), 0u);
 	poll_targets();
 	EXPECT_EQ(history_double().newest(), "Kalvio: Live");
 	history_double().undo();
 	EXPECT_EQ(json_of(filter), start);
-	EXPECT_TRUE(targeting().parameters.enabled);
+	EXPECT_TRUE(panel_model().parameters.enabled);
 }
 
 TEST_F(UndoTest, FullResetIsOneEntry)
@@ -227,7 +227,7 @@ TEST_F(UndoTest, PauseAndOtherControlsEndARun)
 	history_double().pass_time(3000);
 	push_smoothing(0.6f, smooth_step);
 	EXPECT_EQ(undo_count(), 2u);
-	targeting().parameters.skin.whitening = 0.5f;
+	panel_model().parameters.skin.whitening = 0.5f;
 	pushParameters(whiten_step);
 	push_smoothing(0.7f, smooth_step);
 	EXPECT_EQ(undo_count(), 4u);
@@ -279,8 +279,8 @@ TEST_F(UndoTest, AllSourcesIsOneEntryThatReturnsToTheSelection)
 	EXPECT_EQ(json_of(first), first_start);
 	EXPECT_EQ(json_of(second), second_start);
 	EXPECT_FALSE(ui_preferences().apply_global);
-	EXPECT_EQ(targeting().selected_index, 1);
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
+	EXPECT_EQ(panel_model().selected_index, 1);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.75f);
 	poll_targets();
 	EXPECT_FALSE(saved_apply_global());
 	history_double().redo();
@@ -298,8 +298,8 @@ TEST_F(UndoTest, OtherEntriesLeaveTheSelectionAlone)
 	push_smoothing(0.5f, smooth);
 	choose(1);
 	history_double().undo();
-	EXPECT_EQ(targeting().selected_index, 1);
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
+	EXPECT_EQ(panel_model().selected_index, 1);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.75f);
 }
 
 // Which filters
@@ -389,7 +389,7 @@ TEST_F(UndoTest, KeysComeBackInTheirOrder)
 	poll_targets();
 	push_smoothing(0.5f, smooth);
 	const std::string start = json_of(filter);
-	targeting().parameters.background.image = std::string(500, 'x');
+	panel_model().parameters.background.image = std::string(500, 'x');
 	pushParameters({.caption_key = "bg.customImage"});
 	history_double().undo();
 	EXPECT_EQ(json_of(filter), start);
@@ -401,12 +401,12 @@ TEST_F(UndoTest, PendingPushIsDropped)
 	poll_targets();
 	const std::string start = json_of(filter);
 	push_smoothing(0.5f, smooth);
-	targeting().parameters.enabled = false;
+	panel_model().parameters.enabled = false;
 	push_later({.caption_key = "console.live"});
 	history_double().undo();
 	poll_targets();
 	EXPECT_EQ(json_of(filter), start);
-	EXPECT_TRUE(targeting().parameters.enabled);
+	EXPECT_TRUE(panel_model().parameters.enabled);
 }
 
 TEST_F(UndoTest, ControlsFollowAtOnce)
@@ -416,9 +416,9 @@ TEST_F(UndoTest, ControlsFollowAtOnce)
 	push_smoothing(0.5f, smooth);
 	take_changed();
 	float shown = 0.0f;
-	targeting().refresh = [&shown] {
+	panel_model().refresh = [&shown] {
 		if (take_changed())
-			shown = targeting().parameters.skin.smoothing;
+			shown = panel_model().parameters.skin.smoothing;
 	};
 	history_double().undo();
 	EXPECT_FLOAT_EQ(shown, 0.25f);
@@ -460,7 +460,7 @@ TEST_F(UndoTest, UselessDataChangesNothing)
 	push_smoothing(0.5f, smooth);
 	const HistoryDouble::Entry entry = history_double().undo_entries().front();
 	const std::string before = json_of(filter);
-	const std::string filter_reference = R"([{"id":)" + std::to_string(targeting().filters.front().id);
+	const std::string filter_reference = R"([{"id":)" + std::to_string(panel_model().filters.front().id);
 	const auto change = [&filter_reference](const std::string &index) {
 		return R"({"kalvio_change":1,"filters":)" + filter_reference + index + R"(}],"settings":[{}]})";
 	};
@@ -511,7 +511,7 @@ TEST_F(UndoTest, ManyChangesAreUndoneToTheStartAndRedoneToTheEnd)
 		return static_cast<int>(random() % static_cast<unsigned>(count));
 	};
 	for (int step = 0; step < 300; ++step) {
-		ParameterSet &set = targeting().parameters;
+		ParameterSet &set = panel_model().parameters;
 		switch (any(8)) {
 		case 0:
 			choose(any(5));

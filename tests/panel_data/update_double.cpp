@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "targeting_fixture.h"
+#include "panel_model_fixture.h"
 
 namespace {
 

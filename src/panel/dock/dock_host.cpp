@@ -10,7 +10,7 @@
 #include "panel/dock/sources_dock.h"
 #include "panel/dock/ui_thread.h"
 #include "panel/kalvio_panel.h"
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/model/ui_preferences.h"
 #include "panel/text/translations.h"
 
@@ -181,7 +181,7 @@ void poll()
 {
 	poll_targets();
 	follow_sources_dock();
-	follow_filters_with_hotkeys(targeting().filters);
+	follow_filters_with_hotkeys(panel_model().filters);
 	save_changed_hotkeys();
 	show_changes();
 }
@@ -194,7 +194,7 @@ void start_polling()
 	state.poll_timer = new QTimer(state.panel);
 	QObject::connect(state.poll_timer, &QTimer::timeout, state.panel, Shim<poll>::call);
 	state.poll_timer->start(poll_interval_ms);
-	targeting().refresh = Shim<show_changes>::call;
+	panel_model().refresh = Shim<show_changes>::call;
 	poll();
 }
 
@@ -204,7 +204,7 @@ void stop_polling()
 	if (state.poll_timer)
 		state.poll_timer->stop();
 	state.poll_timer = nullptr;
-	targeting().refresh = nullptr;
+	panel_model().refresh = nullptr;
 }
 
 // False without a panel in a dock, now and as long as the host refuses it.
@@ -239,7 +239,7 @@ void create_dock()
 void finish_loading_filters()
 {
 	end_loading_filters();
-	follow_filters_with_hotkeys(targeting().filters);
+	follow_filters_with_hotkeys(panel_model().filters);
 }
 
 void finish_loading()
@@ -316,7 +316,7 @@ void start()
 	if (!has_user_interface())
 		return;
 	state.is_running = true;
-	targeting().change = {}; // a panel may have gone with a slider held
+	panel_model().change = {}; // a panel may have gone with a slider held
 	begin_loading_filters();
 	obs_frontend_add_event_callback(Shim<frontend_event>::call, nullptr);
 	state.has_callback = true;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/dock/sources_dock.h"
 
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/model/ui_preferences.h"
 
 #include <obs-frontend-api.h>
@@ -39,7 +39,7 @@ OBSSourceAutoRelease selected_source()
 void follow_sources_dock()
 {
 	// By its name, which no two sources share: a reference would outlive the host's sources.
-	std::string &followed = targeting().followed_source;
+	std::string &followed = panel_model().followed_source;
 	if (!ui_preferences().follow_sources) {
 		followed.clear();
 		return;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/looks/apply_look.h"
 
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 
 #include <algorithm>
 #include <iterator>
@@ -10,14 +10,14 @@ namespace kalvio {
 
 bool is_look_applied(const StoredLook &look)
 {
-	ParameterSet current = targeting().parameters;
+	ParameterSet current = panel_model().parameters;
 	current.enabled = look.parameters.enabled;
 	return current == look.parameters;
 }
 
 void apply_look(const StoredLook &look)
 {
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	const bool is_enabled = state.parameters.enabled;
 	state.parameters = look.parameters;
 	state.parameters.enabled = is_enabled;

@@ -3,12 +3,12 @@
 
 #include "panel/looks/apply_look.h"
 #include "panel/looks/look_dialogs.h"
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/pages/page_scroll.h"
 #include "panel/widgets/focus_ring.h"
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/keyboard.h"
 #include "panel/widgets/picture_tile.h"
-#include "panel/widgets/rows.h"
 #include "panel/widgets/smooth_button.h"
 #include "panel/widgets/tool_tips.h"
 
@@ -75,14 +75,14 @@ void show_applied(QButtonGroup &group, const std::vector<StoredLook> &looks)
 
 } // namespace
 
-LooksPage::LooksPage(Rows &rows, std::function<void()> go_back, QWidget *parent)
-	: QWidget(parent), rows_(rows), built_in_(built_in_looks()), own_(user_looks())
+LooksPage::LooksPage(FormBuilder &form, std::function<void()> go_back, QWidget *parent)
+	: QWidget(parent), form_(form), built_in_(built_in_looks()), own_(user_looks())
 {
 	setObjectName(QStringLiteral("looksPage"));
 	auto *layout = new QVBoxLayout(this);
 	layout->setContentsMargins(0, 0, 0, 8);
 	layout->setSpacing(spacing);
-	rows_.addBackRow(layout, 0, std::move(go_back));
+	form_.addBackRow(layout, 0, std::move(go_back));
 	content_ = new QWidget(this);
 	layout->addWidget(content_, 1);
 	auto *content_layout = new QVBoxLayout(content_);
@@ -100,7 +100,7 @@ LooksPage::~LooksPage() = default;
 
 void LooksPage::add_built_in(QVBoxLayout *layout)
 {
-	const Card card = rows_.addCard(layout, "look.builtIn", {});
+	const Card card = form_.addCard(layout, "look.builtIn", {});
 	layout->addWidget(card.frame);
 	auto *tiles = new QWidget(card.frame);
 	card.body->addWidget(tiles);
@@ -112,7 +112,7 @@ void LooksPage::add_built_in(QVBoxLayout *layout)
 		SmoothButton *tile = preview.empty() ? make_tile(tiles) : make_preview_tile(preview, tiles);
 		built_in_group_->addButton(tile, i);
 		grid->addWidget(tile, i / built_in_columns, i % built_in_columns);
-		rows_.add_translation([tile, key = look.label_key] { set_tile_caption(*tile, translated(key)); });
+		form_.add_translation([tile, key = look.label_key] { set_tile_caption(*tile, translated(key)); });
 		++i;
 	}
 	connect(built_in_group_, &QButtonGroup::idClicked, this,
@@ -121,9 +121,9 @@ void LooksPage::add_built_in(QVBoxLayout *layout)
 
 void LooksPage::add_own(QVBoxLayout *layout)
 {
-	const Card card = rows_.addCard(layout, "look.own", {});
+	const Card card = form_.addCard(layout, "look.own", {});
 	layout->addWidget(card.frame);
-	none_ = rows_.addMutedLabel(card.body, "look.none");
+	none_ = form_.addMutedLabel(card.body, "look.none");
 	none_->setWordWrap(true);
 	own_layout_ = card.body;
 }
@@ -143,7 +143,7 @@ void LooksPage::add_actions(QVBoxLayout *layout)
 		auto *button = new QPushButton(box);
 		button->setObjectName(QStringLiteral("quiet"));
 		button->setCursor(Qt::PointingHandCursor);
-		rows_.add_translation([button, key] { button->setText(translated(key)); });
+		form_.add_translation([button, key] { button->setText(translated(key)); });
 		connect(button, &QPushButton::clicked, this, action);
 		grid->addWidget(button, row, column);
 		return button;
@@ -160,7 +160,7 @@ void LooksPage::add_actions(QVBoxLayout *layout)
 	message_->setWordWrap(true);
 	grid->addWidget(message_, 4, 0, 1, 2);
 	message_->hide();
-	rows_.add_translation([this] {
+	form_.add_translation([this] {
 		name_->setPlaceholderText(translated("look.name"));
 		name_->setAccessibleName(translated("look.name"));
 		message_->hide();
@@ -190,7 +190,7 @@ void LooksPage::fill_own()
 	});
 	// What the panel gave the widgets that it was built with.
 	make_operable_by_keyboard(*own_tiles_);
-	show_keyboard_focus(*own_tiles_, [this] { return rows_.is_syncing(); });
+	show_keyboard_focus(*own_tiles_, [this] { return form_.is_syncing(); });
 	show_tool_tips(*own_tiles_);
 	own_tiles_->setVisible(!own_.empty());
 	show_or_hide(*none_, own_.empty());
@@ -223,7 +223,7 @@ void LooksPage::choose(const StoredLook &look)
 	is_delete_asked_ = false;
 	delete_->setText(translated("look.delete"));
 	message_->hide();
-	if (!rows_.is_syncing())
+	if (!form_.is_syncing())
 		apply_look(look);
 	refresh(controls_enabled());
 }
@@ -243,7 +243,7 @@ void LooksPage::save()
 	std::string name = plain_look_name(name_->text().toStdString());
 	if (name.empty())
 		name = translated("look.title").toStdString();
-	const LookResult result = save_look(name, targeting().parameters);
+	const LookResult result = save_look(name, panel_model().parameters);
 	if (result == LookResult::Done)
 		chosen_ = name;
 	report(result, "look.saved");

@@ -16,13 +16,13 @@ class QVBoxLayout;
 
 namespace kalvio {
 
-class Rows;
+class FormBuilder;
 
 // The looks to choose from, and what can be done with the user's own. A click applies a look; the last one of the
 // user's that was clicked is the one that is renamed, deleted and exported.
 class LooksPage : public QWidget {
 public:
-	LooksPage(Rows &rows, std::function<void()> go_back, QWidget *parent);
+	LooksPage(FormBuilder &form, std::function<void()> go_back, QWidget *parent);
 	~LooksPage() override;
 
 	// Reads the user's looks anew; when the page comes to the front.
@@ -42,7 +42,7 @@ private:
 	void export_chosen();
 	void import();
 
-	Rows &rows_;
+	FormBuilder &form_;
 	std::vector<StoredLook> built_in_;
 	std::vector<StoredLook> own_;
 	std::string chosen_; // of the user's, by name; "": none

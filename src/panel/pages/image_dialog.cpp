@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/pages/image_dialog.h"
 
-#include "panel/widgets/rows.h"
+#include "panel/widgets/form_builder.h"
 
 #include <QFileDialog>
 

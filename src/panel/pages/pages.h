@@ -4,17 +4,17 @@
 class QVBoxLayout;
 
 // The pages of effects. Each builder puts its card into the layout of an empty page and binds it to
-// targeting().parameters.
+// panel_model().parameters.
 namespace kalvio {
 
-class Rows;
+class FormBuilder;
 
-void build_skin_tab(Rows &rows, QVBoxLayout *page);
-void build_reshape_tab(Rows &rows, QVBoxLayout *page);
-void build_makeup_tab(Rows &rows, QVBoxLayout *page);
-void build_filter_tab(Rows &rows, QVBoxLayout *page);
-void build_sticker_tab(Rows &rows, QVBoxLayout *page);
-void build_body_tab(Rows &rows, QVBoxLayout *page);
-void build_background_tab(Rows &rows, QVBoxLayout *page);
+void build_skin_tab(FormBuilder &form, QVBoxLayout *page);
+void build_reshape_tab(FormBuilder &form, QVBoxLayout *page);
+void build_makeup_tab(FormBuilder &form, QVBoxLayout *page);
+void build_filter_tab(FormBuilder &form, QVBoxLayout *page);
+void build_sticker_tab(FormBuilder &form, QVBoxLayout *page);
+void build_body_tab(FormBuilder &form, QVBoxLayout *page);
+void build_background_tab(FormBuilder &form, QVBoxLayout *page);
 
 } // namespace kalvio

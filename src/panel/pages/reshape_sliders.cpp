@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/pages/reshape_sliders.h"
 
-#include "panel/widgets/rows.h"
+#include "panel/widgets/form_builder.h"
 
 namespace kalvio {
 namespace {
@@ -68,16 +68,16 @@ constexpr ReshapeSliderGroup body_groups[] = {
 constinit const std::span<const ReshapeSliderGroup> face_reshape_sliders = face_groups;
 constinit const std::span<const ReshapeSliderGroup> body_reshape_sliders = body_groups;
 
-void add_reshape_sliders(Rows &rows, QBoxLayout *layout, std::span<const ReshapeSliderGroup> groups,
+void add_reshape_sliders(FormBuilder &form, QBoxLayout *layout, std::span<const ReshapeSliderGroup> groups,
 			 std::span<float> values, bool is_bipolar)
 {
 	for (const ReshapeSliderGroup &group : groups) {
 		if (&group != &groups.front())
-			rows.addDivider(layout);
-		rows.addSection(layout, group.title_key);
+			form.addDivider(layout);
+		form.addSection(layout, group.title_key);
 		for (const ReshapeSlider &slider : group.sliders) {
 			float &value = values[static_cast<size_t>(slider.index)];
-			rows.addSliderRow(layout, slider.label_key, &value, is_bipolar);
+			form.addSliderRow(layout, slider.label_key, &value, is_bipolar);
 		}
 	}
 }

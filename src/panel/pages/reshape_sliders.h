@@ -7,7 +7,7 @@
 
 namespace kalvio {
 
-class Rows;
+class FormBuilder;
 
 // A slider of a reshape page.
 struct ReshapeSlider {
@@ -26,7 +26,7 @@ extern const std::span<const ReshapeSliderGroup> face_reshape_sliders;
 extern const std::span<const ReshapeSliderGroup> body_reshape_sliders;
 
 // Adds the groups with dividers between them; `values` is indexed by ReshapeSlider::index.
-void add_reshape_sliders(Rows &rows, QBoxLayout *layout, std::span<const ReshapeSliderGroup> groups,
+void add_reshape_sliders(FormBuilder &form, QBoxLayout *layout, std::span<const ReshapeSliderGroup> groups,
 			 std::span<float> values, bool is_bipolar);
 
 } // namespace kalvio

@@ -5,8 +5,8 @@
 #include "panel/model/ui_preferences.h"
 #include "panel/pages/page_scroll.h"
 #include "panel/text/web_links.h"
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/icons.h"
-#include "panel/widgets/rows.h"
 #include "panel/widgets/switch.h"
 
 #include <QFrame>
@@ -40,7 +40,7 @@ QLabel *add_centered_label(QVBoxLayout *layout, const char *style)
 	return label;
 }
 
-void add_links(Rows &rows, QVBoxLayout *layout)
+void add_links(FormBuilder &form, QVBoxLayout *layout)
 {
 	layout->addSpacing(6);
 	auto *row = new QHBoxLayout;
@@ -56,7 +56,7 @@ void add_links(Rows &rows, QVBoxLayout *layout)
 		auto *button = new QPushButton(row->parentWidget());
 		button->setObjectName(QStringLiteral("link"));
 		button->setCursor(Qt::PointingHandCursor);
-		rows.add_translation([button, key = link.key] { button->setText(translated(key)); });
+		form.add_translation([button, key = link.key] { button->setText(translated(key)); });
 		QObject::connect(button, &QPushButton::clicked, button, link.open);
 		row->addWidget(button);
 	}
@@ -66,12 +66,13 @@ void add_links(Rows &rows, QVBoxLayout *layout)
 
 } // namespace
 
-SettingsPage::SettingsPage(Rows &rows, std::function<void()> go_back, QWidget *parent) : QWidget(parent), rows_(rows)
+SettingsPage::SettingsPage(FormBuilder &form, std::function<void()> go_back, QWidget *parent)
+	: QWidget(parent), form_(form)
 {
 	auto *layout = new QVBoxLayout(this);
 	layout->setContentsMargins(0, 0, 0, 0);
 	layout->setSpacing(0);
-	rows_.addBackRow(layout, 8, std::move(go_back));
+	form_.addBackRow(layout, 8, std::move(go_back));
 	add_choices(layout);
 
 	layout->addWidget(make_divider(this));
@@ -93,18 +94,18 @@ Switch *SettingsPage::add_switch(QVBoxLayout *layout, const char *key, bool UiPr
 	QFrame *card = make_card_frame(layout->parentWidget());
 	auto *row = new QHBoxLayout(card);
 	row->setContentsMargins(16, 11, 16, 11);
-	rows_.addLabel(row, key);
+	form_.addLabel(row, key);
 	row->addStretch(1);
 	auto *toggle = new Switch(card);
 	toggle->setFixedSize(33, 18);
 	toggle->setCursor(Qt::PointingHandCursor);
 	toggle->on_toggled = [this, choice](bool checked) {
-		if (rows_.is_syncing())
+		if (form_.is_syncing())
 			return;
 		ui_preferences().*choice = checked;
 		ui_preferences().dirty = true;
 	};
-	rows_.add_translation([toggle, key] { toggle->setAccessibleName(translated(key)); });
+	form_.add_translation([toggle, key] { toggle->setAccessibleName(translated(key)); });
 	row->addWidget(toggle);
 	layout->addWidget(card);
 	return toggle;
@@ -124,12 +125,12 @@ void SettingsPage::add_about(QVBoxLayout *layout)
 	about->addWidget(logo);
 	add_centered_label(about, product_style)->setText(QStringLiteral("Kalvio"));
 	QLabel *product_title = add_centered_label(about, title_style);
-	rows_.add_translation([section, product_title] {
+	form_.add_translation([section, product_title] {
 		section->setText(translated("settings.about"));
 		product_title->setText(translated("settings.productTitle"));
 	});
 	version_ = add_centered_label(about, title_style);
-	add_links(rows_, about);
+	add_links(form_, about);
 }
 
 void SettingsPage::refresh()

@@ -9,14 +9,14 @@ class QVBoxLayout;
 
 namespace kalvio {
 
-class Rows;
+class FormBuilder;
 class Switch;
 struct UiPreferences;
 
 // The panel's own choices, and who made it.
 class SettingsPage : public QWidget {
 public:
-	SettingsPage(Rows &rows, std::function<void()> go_back, QWidget *parent);
+	SettingsPage(FormBuilder &form, std::function<void()> go_back, QWidget *parent);
 
 	void refresh();
 
@@ -25,7 +25,7 @@ private:
 	Switch *add_switch(QVBoxLayout *layout, const char *key, bool UiPreferences::*choice);
 	void add_about(QVBoxLayout *layout);
 
-	Rows &rows_;
+	FormBuilder &form_;
 	Switch *open_on_startup_ = nullptr;
 	Switch *follow_sources_ = nullptr;
 	QLabel *version_ = nullptr;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/pages/image_dialog.h"
 #include "panel/pages/pages.h"
 #include "panel/widgets/elided_label.h"
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/picture_tile.h"
-#include "panel/widgets/rows.h"
 #include "params/effect_catalog.h"
 
 #include <QButtonGroup>
@@ -26,7 +26,7 @@ constexpr Option<int> chroma_keys[] = {{0, "bg.portrait"}, {1, "bg.green"}, {2, 
 
 void use_some_preset()
 {
-	ParameterSet &set = targeting().parameters;
+	ParameterSet &set = panel_model().parameters;
 	if (set.background.preset.empty())
 		set.background.preset = default_preset;
 }
@@ -34,7 +34,7 @@ void use_some_preset()
 // Who switches an effect on wants to see it: no blur of no strength, no picture mode without a picture.
 void complete_fill_mode()
 {
-	ParameterSet &set = targeting().parameters;
+	ParameterSet &set = panel_model().parameters;
 	if (set.background.fill == FillBlur && set.background.blur <= 0.0f)
 		set.background.blur = 0.5f;
 	if (set.background.fill == FillPicture)
@@ -43,7 +43,7 @@ void complete_fill_mode()
 
 void store_preset(const std::string &id)
 {
-	ParameterSet &set = targeting().parameters;
+	ParameterSet &set = panel_model().parameters;
 	set.background.fill = FillPicture;
 	set.background.preset = id;
 	set.background.image.clear();
@@ -51,7 +51,7 @@ void store_preset(const std::string &id)
 
 void use_preset_fill()
 {
-	ParameterSet &set = targeting().parameters;
+	ParameterSet &set = panel_model().parameters;
 	set.background.fill = FillPicture;
 	set.background.image.clear();
 	use_some_preset();
@@ -59,14 +59,14 @@ void use_preset_fill()
 
 void store_image(const QString &path)
 {
-	ParameterSet &set = targeting().parameters;
+	ParameterSet &set = panel_model().parameters;
 	set.background.fill = FillPicture;
 	set.background.image = path.toStdString();
 }
 
 void reset_background()
 {
-	targeting().parameters.background = {};
+	panel_model().parameters.background = {};
 }
 
 auto find_preset(const std::string &id)
@@ -78,7 +78,7 @@ auto find_preset(const std::string &id)
 // The name of the background in use, in the card's header.
 void show_current_background(ElidedLabel &label)
 {
-	const ParameterSet &set = targeting().parameters;
+	const ParameterSet &set = panel_model().parameters;
 	if (!set.background.image.empty()) {
 		const QString path = QString::fromStdString(set.background.image);
 		label.set_full_text(QFileInfo(path).fileName());
@@ -90,9 +90,9 @@ void show_current_background(ElidedLabel &label)
 	label.setToolTip({});
 }
 
-void add_presets(Rows &rows, QBoxLayout *layout)
+void add_presets(FormBuilder &form, QBoxLayout *layout)
 {
-	rows.addLabel(layout, "bg.presets");
+	form.addLabel(layout, "bg.presets");
 	auto *grid = new QGridLayout;
 	layout->addLayout(grid);
 	grid->setHorizontalSpacing(8);
@@ -101,7 +101,7 @@ void add_presets(Rows &rows, QBoxLayout *layout)
 	group->setExclusive(true);
 	int i = 0;
 	for (const BackgroundPreset &preset : background_presets) {
-		PictureTile *tile = make_preset_tile(rows, grid->parentWidget(), preset);
+		PictureTile *tile = make_preset_tile(form, grid->parentWidget(), preset);
 		group->addButton(tile, i);
 		grid->addWidget(tile, i / preset_columns, i % preset_columns);
 		++i;
@@ -109,72 +109,72 @@ void add_presets(Rows &rows, QBoxLayout *layout)
 	for (int column = 0; column < preset_columns; ++column)
 		grid->setColumnStretch(column, 1);
 
-	rows.add_refresher([group] {
-		const ParameterSet &set = targeting().parameters;
+	form.add_refresher([group] {
+		const ParameterSet &set = panel_model().parameters;
 		const auto preset = find_preset(set.background.preset);
 		const bool is_shown = set.background.image.empty() && preset != background_presets.end();
 		check_only(*group, is_shown ? static_cast<int>(preset - background_presets.begin()) : -1);
 	});
-	QObject::connect(group, &QButtonGroup::idClicked, group, [&rows, group] {
-		rows.store_choice({.caption_key = "bg.presets"},
+	QObject::connect(group, &QButtonGroup::idClicked, group, [&form, group] {
+		form.store_choice({.caption_key = "bg.presets"},
 				  [group] { store_preset(preset_id(*group->checkedButton())); });
 	});
 }
 
-QPushButton *add_quiet_button(Rows &rows, QBoxLayout *layout, const char *key)
+QPushButton *add_quiet_button(FormBuilder &form, QBoxLayout *layout, const char *key)
 {
 	auto *button = new QPushButton(layout->parentWidget());
 	button->setObjectName(QStringLiteral("quiet"));
 	button->setCursor(Qt::PointingHandCursor);
-	rows.add_translation([button, key] { button->setText(translated(key)); });
+	form.add_translation([button, key] { button->setText(translated(key)); });
 	layout->addWidget(button, 1);
 	return button;
 }
 
-void add_image_buttons(Rows &rows, QBoxLayout *layout)
+void add_image_buttons(FormBuilder &form, QBoxLayout *layout)
 {
 	auto *row = new QHBoxLayout;
 	row->setSpacing(8);
 	layout->addLayout(row);
 
-	QPushButton *choose = add_quiet_button(rows, row, "bg.chooseImage");
-	QObject::connect(choose, &QPushButton::clicked, choose, [&rows, choose] {
-		choose_image(*choose, [&rows](const QString &path) {
-			rows.store_choice({.caption_key = "bg.customImage"}, [&path] { store_image(path); });
+	QPushButton *choose = add_quiet_button(form, row, "bg.chooseImage");
+	QObject::connect(choose, &QPushButton::clicked, choose, [&form, choose] {
+		choose_image(*choose, [&form](const QString &path) {
+			form.store_choice({.caption_key = "bg.customImage"}, [&path] { store_image(path); });
 		});
 	});
-	QPushButton *use_preset = add_quiet_button(rows, row, "bg.usePreset");
+	QPushButton *use_preset = add_quiet_button(form, row, "bg.usePreset");
 	QObject::connect(use_preset, &QPushButton::clicked, use_preset,
-			 [&rows] { rows.store_choice({.caption_key = "bg.usePreset"}, use_preset_fill); });
+			 [&form] { form.store_choice({.caption_key = "bg.usePreset"}, use_preset_fill); });
 }
 
 } // namespace
 
-void build_background_tab(Rows &rows, QVBoxLayout *page)
+void build_background_tab(FormBuilder &form, QVBoxLayout *page)
 {
-	ParameterSet &set = targeting().parameters;
+	ParameterSet &set = panel_model().parameters;
 	ElidedLabel *subtitle = nullptr;
 	const Card card =
-		rows.addCard(page, "tab.background",
+		form.addCard(page, "tab.background",
 			     {.subtitle_key = "bg.presets", .subtitle_out = &subtitle, .reset = reset_background});
 	page->addWidget(card.frame);
-	rows.add_refresher([subtitle] { show_current_background(*subtitle); });
+	form.add_refresher([subtitle] { show_current_background(*subtitle); });
 
-	rows.addOptionRow<int>(card.body, "bg.effect", &set.background.fill, fill_modes, 3, {}, complete_fill_mode);
-	rows.addSliderRow(card.body, "bg.blurAmount", &set.background.blur, false,
+	form.addOptionRow<int>(card.body, "bg.effect", &set.background.fill, fill_modes, 3, {}, complete_fill_mode);
+	form.addSliderRow(card.body, "bg.blurAmount", &set.background.blur, false,
 			  [&set] { return set.background.fill == FillBlur; });
-	add_presets(rows, card.body);
-	add_image_buttons(rows, card.body);
+	add_presets(form, card.body);
+	add_image_buttons(form, card.body);
 
 	const auto has_key = [&set] {
 		return set.background.chroma > 0;
 	};
-	rows.addOptionRow<int>(card.body, "bg.cutout", &set.background.chroma, chroma_keys, 4);
-	rows.addUnsupportedNote(card.body, KL_CAPABILITY_PERSON_MATTE,
+	form.addOptionRow<int>(card.body, "bg.cutout", &set.background.chroma, chroma_keys, 4);
+	form.addUnsupportedNote(card.body, KL_CAPABILITY_PERSON_MATTE,
 				[&set] { return set.background.fill != FillNone && set.background.chroma == 0; });
-	rows.addSliderRow(card.body, "bg.similarity", &set.background.chroma_similarity, false, has_key);
-	rows.addSliderRow(card.body, "bg.smoothness", &set.background.chroma_smoothness, false, has_key);
-	rows.addSliderRow(card.body, "bg.desaturation", &set.background.chroma_desaturation, false, has_key);
+	form.addSliderRow(card.body, "bg.similarity", &set.background.chroma_similarity, false, has_key);
+	form.addSliderRow(card.body, "bg.smoothness", &set.background.chroma_smoothness, false, has_key);
+	form.addSliderRow(card.body, "bg.desaturation", &set.background.chroma_desaturation, false, has_key);
 }
 
 } // namespace kalvio

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/pages/pages.h"
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/picture_tile.h"
-#include "panel/widgets/rows.h"
 #include "panel/widgets/tiles.h"
 #include "params/effect_catalog.h"
 
@@ -30,7 +30,7 @@ const std::vector<Tile> &filter_tiles()
 
 void store_filter(const std::string &id)
 {
-	ParameterSet &set = targeting().parameters;
+	ParameterSet &set = panel_model().parameters;
 	set.filter.id = id;
 	// Who picks a filter wants to see it, also after its strength was pulled down to nothing.
 	if (!id.empty() && set.filter.intensity <= 0.0f)
@@ -39,20 +39,20 @@ void store_filter(const std::string &id)
 
 void reset_filter()
 {
-	targeting().parameters.filter = {};
+	panel_model().parameters.filter = {};
 }
 
 } // namespace
 
-void build_filter_tab(Rows &rows, QVBoxLayout *page)
+void build_filter_tab(FormBuilder &form, QVBoxLayout *page)
 {
-	ParameterSet &set = targeting().parameters;
-	const Card card = rows.addCard(page, "tab.filter", {.reset = reset_filter});
+	ParameterSet &set = panel_model().parameters;
+	const Card card = form.addCard(page, "tab.filter", {.reset = reset_filter});
 	page->addWidget(card.frame);
-	TileGroup tiles(rows, card.body, "fid");
+	TileGroup tiles(form, card.body, "fid");
 	tiles.add_grid(card.body, filter_tiles());
 	tiles.bind("filter.title", &set.filter.id, store_filter);
-	rows.addSliderRow(card.body, "filter.intensity", &set.filter.intensity, false);
+	form.addSliderRow(card.body, "filter.intensity", &set.filter.intensity, false);
 }
 
 } // namespace kalvio

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/pages/pages.h"
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/palette.h"
-#include "panel/widgets/rows.h"
 
 #include <QFrame>
 
@@ -121,79 +121,79 @@ constexpr Swatch pupil_swatches[] = {
 };
 
 // The rows that an item of the page is made of.
-class Item {
+class MakeupSection {
 public:
-	Item(Rows &rows, QBoxLayout *layout, const char *title_key) : rows_(rows), layout_(layout)
+	MakeupSection(FormBuilder &form, QBoxLayout *layout, const char *title_key) : form_(form), layout_(layout)
 	{
 		if (layout->count() > header_entries)
-			rows.addDivider(layout);
-		rows.addSection(layout, title_key);
+			form.addDivider(layout);
+		form.addSection(layout, title_key);
 	}
 
 	template <class T>
-	Item &style(T *value, std::span<const Option<T>> options)
+	MakeupSection &style(T *value, std::span<const Option<T>> options)
 	{
-		rows_.addOptionRow<T>(layout_, "makeup.style", value, options, style_columns);
+		form_.addOptionRow<T>(layout_, "makeup.style", value, options, style_columns);
 		return *this;
 	}
 
 	template <class T>
-	Item &color(T *value, std::span<const Option<T>> options, std::span<const Swatch> swatches,
-		    const char *key = "makeup.color", int columns = color_columns)
+	MakeupSection &color(T *value, std::span<const Option<T>> options, std::span<const Swatch> swatches,
+			     const char *key = "makeup.color", int columns = color_columns)
 	{
-		rows_.addOptionRow<T>(layout_, key, value, options, columns, swatches);
+		form_.addOptionRow<T>(layout_, key, value, options, columns, swatches);
 		return *this;
 	}
 
-	void strength(float *value) { rows_.addSliderRow(layout_, "makeup.intensity", value, false); }
+	void strength(float *value) { form_.addSliderRow(layout_, "makeup.intensity", value, false); }
 
 private:
 	static constexpr int header_entries = 2; // a card's title row and divider
 
-	Rows &rows_;
+	FormBuilder &form_;
 	QBoxLayout *layout_;
 };
 
 void reset_makeup()
 {
-	targeting().parameters.makeup = {};
+	panel_model().parameters.makeup = {};
 }
 
 } // namespace
 
-void build_makeup_tab(Rows &rows, QVBoxLayout *page)
+void build_makeup_tab(FormBuilder &form, QVBoxLayout *page)
 {
-	ParameterSet &set = targeting().parameters;
+	ParameterSet &set = panel_model().parameters;
 	const Card card =
-		rows.addCard(page, "tab.makeup", {.reset = reset_makeup, .capabilities = KL_CAPABILITY_FACES});
+		form.addCard(page, "tab.makeup", {.reset = reset_makeup, .capabilities = KL_CAPABILITY_FACES});
 	page->addWidget(card.frame);
-	Item(rows, card.body, "makeup.lipstick")
+	MakeupSection(form, card.body, "makeup.lipstick")
 		.color<LipstickColor>(&set.makeup.lipstick.color, lipstick_colors, lipstick_swatches)
 		.strength(&set.makeup.lipstick.strength);
-	Item(rows, card.body, "makeup.blush")
+	MakeupSection(form, card.body, "makeup.blush")
 		.style<BlushStyle>(&set.makeup.blush.style, blush_styles)
 		.color<BlushColor>(&set.makeup.blush.color, blush_colors, blush_swatches)
 		.strength(&set.makeup.blush.strength);
-	Item(rows, card.body, "makeup.contour")
+	MakeupSection(form, card.body, "makeup.contour")
 		.style<ContourStyle>(&set.makeup.contour.style, contour_styles)
 		.strength(&set.makeup.contour.strength);
-	Item(rows, card.body, "makeup.eyeshadow")
+	MakeupSection(form, card.body, "makeup.eyeshadow")
 		.style<EyeShadowStyle>(&set.makeup.eyeshadow.style, eyeshadow_styles)
 		.color<EyeShadowColor>(&set.makeup.eyeshadow.color, eyeshadow_colors, eyeshadow_swatches)
 		.strength(&set.makeup.eyeshadow.strength);
-	Item(rows, card.body, "makeup.eyeliner")
+	MakeupSection(form, card.body, "makeup.eyeliner")
 		.style<EyeLinerStyle>(&set.makeup.eyeliner.style, eyeliner_styles)
 		.color<EyeLinerColor>(&set.makeup.eyeliner.color, eyeliner_colors, eyeliner_swatches)
 		.strength(&set.makeup.eyeliner.strength);
-	Item(rows, card.body, "makeup.eyebrow")
+	MakeupSection(form, card.body, "makeup.eyebrow")
 		.style<EyebrowStyle>(&set.makeup.eyebrow.style, eyebrow_styles)
 		.color<EyebrowColor>(&set.makeup.eyebrow.color, eyebrow_colors, eyebrow_swatches)
 		.strength(&set.makeup.eyebrow.strength);
-	Item(rows, card.body, "makeup.eyelash")
+	MakeupSection(form, card.body, "makeup.eyelash")
 		.style<EyelashStyle>(&set.makeup.eyelash.style, eyelash_styles)
 		.color<EyelashColor>(&set.makeup.eyelash.color, eyelash_colors, eyelash_swatches)
 		.strength(&set.makeup.eyelash.strength);
-	Item(rows, card.body, "makeup.pupil")
+	MakeupSection(form, card.body, "makeup.pupil")
 		.color<PupilColor>(&set.makeup.pupil.color, pupil_colors, pupil_swatches, "makeup.pupilColor",
 				   pupil_columns)
 		.strength(&set.makeup.pupil.strength);

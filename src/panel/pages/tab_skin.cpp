@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/pages/pages.h"
-#include "panel/widgets/rows.h"
+#include "panel/widgets/form_builder.h"
 
 #include <QFrame>
 
@@ -27,25 +27,25 @@ constexpr Option<WhiteningStyle> whitening_tones[] = {
 
 void reset_skin()
 {
-	targeting().parameters.skin = {};
+	panel_model().parameters.skin = {};
 }
 
 } // namespace
 
-void build_skin_tab(Rows &rows, QVBoxLayout *page)
+void build_skin_tab(FormBuilder &form, QVBoxLayout *page)
 {
-	ParameterSet &set = targeting().parameters;
-	const Card card = rows.addCard(page, "tab.skin", {.reset = reset_skin});
+	ParameterSet &set = panel_model().parameters;
+	const Card card = form.addCard(page, "tab.skin", {.reset = reset_skin});
 	page->addWidget(card.frame);
-	rows.addSwitchRow(card.body, "skin.skinOnly", &set.skin.skin_only);
-	rows.addOptionRow<SmoothingStyle>(card.body, "skin.smoothingStyle", &set.skin.smoothing_style, smoothing_styles,
+	form.addSwitchRow(card.body, "skin.skinOnly", &set.skin.skin_only);
+	form.addOptionRow<SmoothingStyle>(card.body, "skin.smoothingStyle", &set.skin.smoothing_style, smoothing_styles,
 					  3);
-	rows.addSliderRow(card.body, "skin.smoothing", &set.skin.smoothing, false);
-	rows.addOptionRow<WhiteningStyle>(card.body, "skin.whiteningTone", &set.skin.whitening_style, whitening_tones,
+	form.addSliderRow(card.body, "skin.smoothing", &set.skin.smoothing, false);
+	form.addOptionRow<WhiteningStyle>(card.body, "skin.whiteningTone", &set.skin.whitening_style, whitening_tones,
 					  5);
-	rows.addSliderRow(card.body, "skin.whitening", &set.skin.whitening, false);
-	rows.addSliderRow(card.body, "skin.rosiness", &set.skin.rosiness, false);
-	rows.addSliderRow(card.body, "skin.sharpening", &set.skin.sharpening, false);
+	form.addSliderRow(card.body, "skin.whitening", &set.skin.whitening, false);
+	form.addSliderRow(card.body, "skin.rosiness", &set.skin.rosiness, false);
+	form.addSliderRow(card.body, "skin.sharpening", &set.skin.sharpening, false);
 }
 
 } // namespace kalvio

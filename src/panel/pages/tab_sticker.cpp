@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/pages/pages.h"
-#include "panel/widgets/rows.h"
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/tiles.h"
 #include "params/effect_catalog.h"
 
@@ -47,32 +47,32 @@ const GroupedTiles &sticker_tiles()
 	return tiles;
 }
 
-void add_heading(Rows &rows, QBoxLayout *layout, const Group &group)
+void add_heading(FormBuilder &form, QBoxLayout *layout, const Group &group)
 {
 	auto *row = new QHBoxLayout;
 	layout->addLayout(row);
-	rows.addLabel(row, group.title_key);
+	form.addLabel(row, group.title_key);
 	row->addStretch(1);
 	if (group.capabilities != 0)
-		rows.addUnsupportedNote(row, group.capabilities);
+		form.addUnsupportedNote(row, group.capabilities);
 }
 
 } // namespace
 
-void build_sticker_tab(Rows &rows, QVBoxLayout *page)
+void build_sticker_tab(FormBuilder &form, QVBoxLayout *page)
 {
-	ParameterSet &set = targeting().parameters;
-	const Card card = rows.addCard(page, "tab.sticker", {.reset = [&set] {
+	ParameterSet &set = panel_model().parameters;
+	const Card card = form.addCard(page, "tab.sticker", {.reset = [&set] {
 					       set.sticker_id.clear();
 				       }});
 	page->addWidget(card.frame);
-	TileGroup tiles(rows, card.body, "sid");
+	TileGroup tiles(form, card.body, "sid");
 	tiles.add_grid(card.body, {{"", "sticker.none"}});
 	for (size_t i = 0; i < std::size(groups); ++i) {
 		// A heading over nothing would only puzzle.
 		if (sticker_tiles()[i].empty())
 			continue;
-		add_heading(rows, card.body, groups[i]);
+		add_heading(form, card.body, groups[i]);
 		tiles.add_grid(card.body, sticker_tiles()[i]);
 	}
 	tiles.bind("sticker.title", &set.sticker_id, [&set](const std::string &id) { set.sticker_id = id; });

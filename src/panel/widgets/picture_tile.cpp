@@ -3,9 +3,9 @@
 
 #include "host/module_files.h"
 #include "panel/widgets/elided_label.h"
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/icons.h"
 #include "panel/widgets/palette.h"
-#include "panel/widgets/rows.h"
 #include "params/effect_catalog.h"
 
 #include <QLabel>
@@ -82,12 +82,12 @@ void PictureTile::color_caption()
 	caption_->setStyleSheet(QStringLiteral("color:%1; background:transparent; font-size:11px;").arg(color.name()));
 }
 
-PictureTile *make_preset_tile(Rows &rows, QWidget *parent, const BackgroundPreset &preset)
+PictureTile *make_preset_tile(FormBuilder &form, QWidget *parent, const BackgroundPreset &preset)
 {
 	const QString path = QString::fromStdString(background_preset_path(preset.id));
 	auto *tile = new PictureTile(load_cover_picture(path, preset_size), preset_size, parent);
 	tile->setProperty(id_property, QString::fromLatin1(preset.id));
-	rows.add_translation([tile, key = preset.label_key] { tile->set_caption(translated(key)); });
+	form.add_translation([tile, key = preset.label_key] { tile->set_caption(translated(key)); });
 	return tile;
 }
 

@@ -10,7 +10,7 @@
 namespace kalvio {
 
 class ElidedLabel;
-class Rows;
+class FormBuilder;
 struct BackgroundPreset;
 
 // An effect to choose: its picture over its name.
@@ -34,7 +34,7 @@ private:
 };
 
 // A tile for this preset with its picture, or a plain one when that cannot be loaded.
-PictureTile *make_preset_tile(Rows &rows, QWidget *parent, const BackgroundPreset &preset);
+PictureTile *make_preset_tile(FormBuilder &form, QWidget *parent, const BackgroundPreset &preset);
 
 // A tile's text, with a picture or without, and its name for screen readers.
 void set_tile_caption(SmoothButton &tile, const QString &caption);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/widgets/tiles.h"
 
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/picture_tile.h"
-#include "panel/widgets/rows.h"
 #include "panel/widgets/smooth_button.h"
 
 #include <QButtonGroup>
@@ -35,7 +35,7 @@ SmoothButton *make_text_button(QWidget *parent)
 	return button;
 }
 
-TileCell make_tile(Rows &rows, QWidget *parent, const char *id_property, const Tile &tile)
+TileCell make_tile(FormBuilder &form, QWidget *parent, const char *id_property, const Tile &tile)
 {
 	auto *cell = new QWidget(parent);
 	auto *layout = new QGridLayout(cell);
@@ -55,7 +55,7 @@ TileCell make_tile(Rows &rows, QWidget *parent, const char *id_property, const T
 		tag->setStyleSheet(QStringLiteral("color:#fbbf24; font-size:9px; background:transparent;"));
 		layout->addWidget(tag, 0, 0, Qt::AlignTop | Qt::AlignRight);
 	}
-	rows.add_translation([button, tag, key = tile.label_key] {
+	form.add_translation([button, tag, key = tile.label_key] {
 		set_tile_caption(*button, translated(key));
 		if (tag) {
 			tag->setText(translated("sticker.tag.animated"));
@@ -67,8 +67,8 @@ TileCell make_tile(Rows &rows, QWidget *parent, const char *id_property, const T
 
 } // namespace
 
-TileGroup::TileGroup(Rows &rows, QBoxLayout *layout, const char *id_property)
-	: rows_(rows), id_property_(id_property), group_(new QButtonGroup(layout))
+TileGroup::TileGroup(FormBuilder &form, QBoxLayout *layout, const char *id_property)
+	: form_(form), id_property_(id_property), group_(new QButtonGroup(layout))
 {
 	group_->setExclusive(true);
 }
@@ -81,7 +81,7 @@ void TileGroup::add_grid(QBoxLayout *layout, const std::vector<Tile> &tiles)
 	grid->setVerticalSpacing(tile_spacing);
 	int i = 0;
 	for (const Tile &tile : tiles) {
-		const TileCell made = make_tile(rows_, grid->parentWidget(), id_property_, tile);
+		const TileCell made = make_tile(form_, grid->parentWidget(), id_property_, tile);
 		group_->addButton(made.button, static_cast<int>(ids_.size()));
 		ids_.push_back(tile.id);
 		grid->addWidget(made.cell, i / tile_columns, i % tile_columns);
@@ -97,14 +97,14 @@ void TileGroup::add_grid(QBoxLayout *layout, const std::vector<Tile> &tiles)
 
 void TileGroup::bind(const char *caption_key, const std::string *id, std::function<void(const std::string &)> store)
 {
-	rows_.add_refresher([group = group_, ids = ids_, id] {
+	form_.add_refresher([group = group_, ids = ids_, id] {
 		const auto tile = std::ranges::find(ids, *id);
 		check_only(*group, tile == ids.end() ? -1 : static_cast<int>(tile - ids.begin()));
 	});
-	Rows *rows = &rows_;
+	FormBuilder *form = &form_;
 	QObject::connect(group_, &QButtonGroup::idClicked, group_,
-			 [rows, caption_key, group = group_, property = id_property_, store = std::move(store)] {
-				 rows->store_choice({.caption_key = caption_key}, [&] {
+			 [form, caption_key, group = group_, property = id_property_, store = std::move(store)] {
+				 form->store_choice({.caption_key = caption_key}, [&] {
 					 const QAbstractButton *tile = group->checkedButton();
 					 store(tile->property(property).toString().toStdString());
 				 });

@@ -11,7 +11,7 @@ class QButtonGroup;
 // Tiles: the choices among the catalogued effects of a page.
 namespace kalvio {
 
-class Rows;
+class FormBuilder;
 
 struct Tile {
 	std::string id; // empty: no effect
@@ -24,7 +24,7 @@ struct Tile {
 class TileGroup {
 public:
 	// `id_property` is the property of a tile's button that holds its id.
-	TileGroup(Rows &rows, QBoxLayout *layout, const char *id_property);
+	TileGroup(FormBuilder &form, QBoxLayout *layout, const char *id_property);
 
 	// A grid of equal columns.
 	void add_grid(QBoxLayout *layout, const std::vector<Tile> &tiles);
@@ -34,7 +34,7 @@ public:
 	void bind(const char *caption_key, const std::string *id, std::function<void(const std::string &)> store);
 
 private:
-	Rows &rows_;
+	FormBuilder &form_;
 	const char *id_property_;
 	QButtonGroup *group_;
 	std::vector<std::string> ids_; // by the tile's id in the group

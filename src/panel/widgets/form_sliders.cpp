@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "panel/widgets/caption_label.h"
-#include "panel/widgets/rows.h"
+#include "panel/widgets/form_builder.h"
 #include "panel/widgets/strength_slider.h"
 #include "panel/widgets/value_edit.h"
 #include "panel/widgets/value_label.h"
@@ -51,8 +51,8 @@ StrengthSlider *make_slider(QWidget *row, int position, bool is_bipolar)
 
 } // namespace
 
-void Rows::addSliderRow(QBoxLayout *layout, const char *key, float *value, bool is_bipolar,
-			std::function<bool()> is_visible)
+void FormBuilder::addSliderRow(QBoxLayout *layout, const char *key, float *value, bool is_bipolar,
+			       std::function<bool()> is_visible)
 {
 	auto *row = new QWidget(layout->parentWidget());
 	layout->addWidget(row);
@@ -84,7 +84,7 @@ void Rows::addSliderRow(QBoxLayout *layout, const char *key, float *value, bool 
 	slider->installEventFilter(release_when_hidden_.get());
 }
 
-void Rows::connect_slider_row(size_t index)
+void FormBuilder::connect_slider_row(size_t index)
 {
 	const SliderRowRecord &row = slider_rows_[index];
 	auto *slider = static_cast<StrengthSlider *>(row.slider);
@@ -107,7 +107,7 @@ void Rows::connect_slider_row(size_t index)
 	add_change_marker([this, index] { mark_change(slider_rows_[index]); });
 }
 
-void Rows::slider_moved(SliderRowRecord &row, int position)
+void FormBuilder::slider_moved(SliderRowRecord &row, int position)
 {
 	if (syncing_)
 		return;
@@ -119,14 +119,14 @@ void Rows::slider_moved(SliderRowRecord &row, int position)
 	pushParameters(change);
 }
 
-void Rows::store_value(const SliderRowRecord &row, float value, bool is_step)
+void FormBuilder::store_value(const SliderRowRecord &row, float value, bool is_step)
 {
 	ChangeLabel change = row.change;
 	change.is_step = is_step;
 	store_choice(change, [&row, value] { *row.value = value; });
 }
 
-void Rows::type_value(const SliderRowRecord &row, const QString &text)
+void FormBuilder::type_value(const SliderRowRecord &row, const QString &text)
 {
 	const QString shown = QString::number(row.shown_value);
 	const auto take = [this, &row](int number) {
@@ -140,7 +140,7 @@ void Rows::type_value(const SliderRowRecord &row, const QString &text)
 	edit->setFocus(Qt::OtherFocusReason);
 }
 
-void Rows::refresh_sliders()
+void FormBuilder::refresh_sliders()
 {
 	for (SliderRowRecord &row : slider_rows_) {
 		if (!row.slider->isSliderDown()) {

@@ -20,7 +20,7 @@
 // were meant for one filter never go to another that has taken its place.
 namespace kalvio {
 
-struct Targeting {
+struct PanelModel {
 	ParameterSet parameters;                 // what the controls show and edit; outlives every control
 	std::vector<RegisteredFilter> filters;   // as of the last poll
 	std::vector<std::string> names;          // one a filter, made unique; "" for a nameless one
@@ -40,7 +40,7 @@ struct Targeting {
 };
 
 // The one record of the process; never destroyed. Whether all filters are driven is ui_preferences().apply_global.
-Targeting &targeting();
+PanelModel &panel_model();
 
 // Brings the record up to date with the registry and the update service, loads or pushes values where the list of
 // filters changed, saves preferences that changed, writes what is pending, and has the host save in its time.

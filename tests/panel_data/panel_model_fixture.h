@@ -5,7 +5,7 @@
 #include "kit/host_double.h"
 #include "kit/log_capture.h"
 #include "kit/scratch.h"
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/model/ui_preferences.h"
 
 #include <gtest/gtest.h>
@@ -19,11 +19,11 @@ namespace kalvio::test {
 void set_update_status(const UpdateStatus &status);
 int update_check_polls();
 
-// A panel's targeting state at the start of a process, a registry without filters and a host to put filters into.
-class TargetingTest : public testing::Test {
+// A panel's model at the start of a process, a registry without filters and a host to put filters into.
+class PanelModelTest : public testing::Test {
 protected:
-	TargetingTest();
-	~TargetingTest() override;
+	PanelModelTest();
+	~PanelModelTest() override;
 
 	// A filter on a source of this name, as the host makes it when it loads a scene collection or the user adds it.
 	// `smoothing` is the saved value that tells filters apart.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/widgets/rows.h"
+#include "panel/widgets/form_builder.h"
 
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/text/translations.h"
 #include "panel/widgets/caption_label.h"
 #include "panel/widgets/elided_label.h"
@@ -114,44 +114,44 @@ QString translated(const std::string &key)
 	return translated(key.c_str());
 }
 
-Rows::Rows(std::function<void()> refresh_panel)
+FormBuilder::FormBuilder(std::function<void()> refresh_panel)
 	: refresh_panel_(std::move(refresh_panel)), captions_(std::make_shared<CaptionColumn>()),
 	  release_when_hidden_(std::make_unique<ReleaseWhenHidden>())
 {
 }
 
-Rows::~Rows() = default;
+FormBuilder::~FormBuilder() = default;
 
-void Rows::add_translation(RetranslateEntry translate_widget)
+void FormBuilder::add_translation(RetranslateEntry translate_widget)
 {
 	translate_widget();
 	translations_.push_back(std::move(translate_widget));
 }
 
-void Rows::add_refresher(std::function<void()> refresher)
+void FormBuilder::add_refresher(std::function<void()> refresher)
 {
 	refreshers_.push_back(std::move(refresher));
 }
 
-void Rows::add_change_marker(std::function<void()> marker)
+void FormBuilder::add_change_marker(std::function<void()> marker)
 {
 	change_markers_.push_back(std::move(marker));
 }
 
-void Rows::mark_changes()
+void FormBuilder::mark_changes()
 {
 	for (const auto &marker : change_markers_)
 		marker();
 }
 
-QLabel *Rows::addMutedLabel(QBoxLayout *layout, const char *key)
+QLabel *FormBuilder::addMutedLabel(QBoxLayout *layout, const char *key)
 {
 	QLabel *label = addLabel(layout, key);
 	label->setObjectName(QStringLiteral("muted"));
 	return label;
 }
 
-CaptionLabel *Rows::add_marked_caption(QBoxLayout *layout, const char *key, std::function<bool()> is_changed)
+CaptionLabel *FormBuilder::add_marked_caption(QBoxLayout *layout, const char *key, std::function<bool()> is_changed)
 {
 	auto *caption = new CaptionLabel(std::make_shared<CaptionColumn>(), layout->parentWidget());
 	caption->setObjectName(QStringLiteral("muted"));
@@ -161,7 +161,7 @@ CaptionLabel *Rows::add_marked_caption(QBoxLayout *layout, const char *key, std:
 	return caption;
 }
 
-QLabel *Rows::addLabel(QBoxLayout *layout, const char *key)
+QLabel *FormBuilder::addLabel(QBoxLayout *layout, const char *key)
 {
 	auto *label = new QLabel(layout->parentWidget());
 	add_translation([label, key] { label->setText(translated(key)); });
@@ -169,28 +169,28 @@ QLabel *Rows::addLabel(QBoxLayout *layout, const char *key)
 	return label;
 }
 
-QLabel *Rows::addSection(QBoxLayout *layout, const char *key)
+QLabel *FormBuilder::addSection(QBoxLayout *layout, const char *key)
 {
 	section_key_ = key;
 	return addLabel(layout, key);
 }
 
-void Rows::addDivider(QBoxLayout *layout)
+void FormBuilder::addDivider(QBoxLayout *layout)
 {
 	layout->addWidget(make_divider(layout->parentWidget()));
 }
 
-QLabel *Rows::addUnsupportedNote(QBoxLayout *layout, int32_t capabilities, std::function<bool()> is_concerned)
+QLabel *FormBuilder::addUnsupportedNote(QBoxLayout *layout, int32_t capabilities, std::function<bool()> is_concerned)
 {
 	QLabel *note = addMutedLabel(layout, "note.notVisibleYet");
 	add_refresher([note, capabilities, is_concerned = std::move(is_concerned)] {
-		const bool is_missing = (targeting().capabilities & capabilities) != capabilities;
+		const bool is_missing = (panel_model().capabilities & capabilities) != capabilities;
 		show_or_hide(*note, is_missing && (!is_concerned || is_concerned()));
 	});
 	return note;
 }
 
-void Rows::addBackRow(QBoxLayout *layout, int bottom_margin, std::function<void()> go_back)
+void FormBuilder::addBackRow(QBoxLayout *layout, int bottom_margin, std::function<void()> go_back)
 {
 	auto *row = new QHBoxLayout;
 	row->setContentsMargins(12, 0, 12, bottom_margin);
@@ -206,7 +206,7 @@ void Rows::addBackRow(QBoxLayout *layout, int bottom_margin, std::function<void(
 	row->addStretch(1);
 }
 
-Card Rows::addCard(QBoxLayout *layout, const char *title_key, CardOptions options)
+Card FormBuilder::addCard(QBoxLayout *layout, const char *title_key, CardOptions options)
 {
 	captions_ = std::make_shared<CaptionColumn>();
 	section_key_ = nullptr;
@@ -248,7 +248,7 @@ Card Rows::addCard(QBoxLayout *layout, const char *title_key, CardOptions option
 	return {frame, body};
 }
 
-Switch *Rows::addSwitchRow(QBoxLayout *layout, const char *key, bool *value)
+Switch *FormBuilder::addSwitchRow(QBoxLayout *layout, const char *key, bool *value)
 {
 	auto *row = new QHBoxLayout;
 	row->setContentsMargins(0, 0, 0, 0);
@@ -270,8 +270,9 @@ Switch *Rows::addSwitchRow(QBoxLayout *layout, const char *key, bool *value)
 	return toggle;
 }
 
-void Rows::add_option_grid(QBoxLayout *layout, const char *key, OptionField field,
-			   const std::vector<OptionButton> &buttons, int columns, std::span<const Swatch> swatches)
+void FormBuilder::add_option_grid(QBoxLayout *layout, const char *key, OptionField field,
+				  const std::vector<OptionButton> &buttons, int columns,
+				  std::span<const Swatch> swatches)
 {
 	add_marked_caption(layout, key, [read = field.read, initial = field.default_id] { return read() != initial; });
 	auto *grid = new QGridLayout;
@@ -311,7 +312,7 @@ void Rows::add_option_grid(QBoxLayout *layout, const char *key, OptionField fiel
 			 });
 }
 
-void Rows::store_choice(const ChangeLabel &label, const std::function<void()> &store)
+void FormBuilder::store_choice(const ChangeLabel &label, const std::function<void()> &store)
 {
 	if (!syncing_) {
 		store();
@@ -320,7 +321,7 @@ void Rows::store_choice(const ChangeLabel &label, const std::function<void()> &s
 	refresh_panel_();
 }
 
-void Rows::use_application_style()
+void FormBuilder::use_application_style()
 {
 	for (const SliderRowRecord &row : slider_rows_) {
 		if (row.slider->style() != QApplication::style())
@@ -328,13 +329,13 @@ void Rows::use_application_style()
 	}
 }
 
-void Rows::retranslate()
+void FormBuilder::retranslate()
 {
 	for (const RetranslateEntry &translate_widget : translations_)
 		translate_widget();
 }
 
-void Rows::refresh()
+void FormBuilder::refresh()
 {
 	refresh_sliders();
 	for (const auto &refresher : refreshers_)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 
 #include "host/callback_shim.h"
 #include "panel/model/ui_preferences.h"
@@ -60,7 +60,7 @@ int clamp_index(int index, size_t count)
 	return count == 0 ? 0 : std::clamp(index, 0, static_cast<int>(count) - 1);
 }
 
-int shown_index(const Targeting &state)
+int shown_index(const PanelModel &state)
 {
 	return ui_preferences().apply_global ? 0 : state.selected_index;
 }
@@ -77,7 +77,7 @@ void settle_single_push()
 
 // Loads, or leaves to be pushed, what the change from `before` to the current list asks for. True when values were
 // loaded.
-bool follow_list(Targeting &state, const Filters &before)
+bool follow_list(PanelModel &state, const Filters &before)
 {
 	const bool is_new_list =
 		state.filters_loading || !state.values_loaded || !have_common_id(before, state.filters);
@@ -92,7 +92,7 @@ bool follow_list(Targeting &state, const Filters &before)
 }
 
 // The first steps of a poll: list, names, and the values of a list that changed.
-void follow_registry(Targeting &state)
+void follow_registry(PanelModel &state)
 {
 	state.selected_index = clamp_index(state.selected_index, state.filters.size());
 	if (are_registered_filters(state.filters)) {
@@ -115,7 +115,7 @@ void follow_registry(Targeting &state)
 }
 
 // False when the filters that the panel knew have all been replaced since the last poll. `ids` are those of now.
-bool has_known_filter(const Targeting &state, const std::vector<uint64_t> &ids)
+bool has_known_filter(const PanelModel &state, const std::vector<uint64_t> &ids)
 {
 	return std::ranges::any_of(state.filters, [&ids](const RegisteredFilter &filter) {
 		return std::ranges::binary_search(ids, filter.id);
@@ -130,7 +130,7 @@ bool is_same(const UpdateStatus &left, const UpdateStatus &right)
 	return fields(left) == fields(right);
 }
 
-void follow_update_service(Targeting &state)
+void follow_update_service(PanelModel &state)
 {
 	start_update_check_if_due();
 	UpdateStatus status = update_status();
@@ -141,7 +141,7 @@ void follow_update_service(Targeting &state)
 }
 
 // The filters that a push writes.
-std::vector<uint64_t> push_targets(const Targeting &state)
+std::vector<uint64_t> push_targets(const PanelModel &state)
 {
 	if (ui_preferences().apply_global) {
 		std::vector<uint64_t> ids = registered_filter_ids();
@@ -153,7 +153,7 @@ std::vector<uint64_t> push_targets(const Targeting &state)
 	return {state.filters[selected].id};
 }
 
-PanelSelection selection_of(const Targeting &state, bool apply_global, int index)
+PanelSelection selection_of(const PanelModel &state, bool apply_global, int index)
 {
 	const auto position = static_cast<size_t>(index);
 	const uint64_t id = index >= 0 && position < state.filters.size() ? state.filters[position].id : 0;
@@ -161,7 +161,7 @@ PanelSelection selection_of(const Targeting &state, bool apply_global, int index
 }
 
 // A filter that is not in the list, or not yet, leaves the choice as it is.
-void follow_selection(Targeting &state, const PanelSelection &selection)
+void follow_selection(PanelModel &state, const PanelSelection &selection)
 {
 	ui_preferences().apply_global = selection.apply_global;
 	ui_preferences().dirty = true;
@@ -173,7 +173,7 @@ void follow_selection(Targeting &state, const PanelSelection &selection)
 // The user undoes or redoes a change: the controls follow it at once, and what they still wanted to write is void.
 void undo_or_redo(const char *data)
 {
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	if (state.filters_loading)
 		return;
 	const std::optional<RestoredChange> restored = restore_change(data);
@@ -191,7 +191,7 @@ void undo_or_redo(const char *data)
 }
 
 // After a write that was recorded: while a control is held the change goes on.
-void end_change(Targeting &state, const std::optional<PanelSelection> &selection = {})
+void end_change(PanelModel &state, const std::optional<PanelSelection> &selection = {})
 {
 	if (finish_change(state.change, Shim<undo_or_redo>::call, selection))
 		request_save(state.save);
@@ -206,7 +206,7 @@ void save_preferences_if_dirty()
 }
 
 // An engine is made when a filter first needs one, with whatever data is there by then.
-void follow_engine(Targeting &state)
+void follow_engine(PanelModel &state)
 {
 	const int32_t capabilities = latest_engine_capabilities();
 	if (std::exchange(state.capabilities, capabilities) != capabilities)
@@ -215,15 +215,15 @@ void follow_engine(Targeting &state)
 
 } // namespace
 
-Targeting &targeting()
+PanelModel &panel_model()
 {
-	static Targeting &instance = *new Targeting;
+	static PanelModel &instance = *new PanelModel;
 	return instance;
 }
 
 void poll_targets()
 {
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	follow_registry(state);
 	state.status_text = translate(state.filters.empty() ? "obs.noFilter" : "console.live");
 	follow_update_service(state);
@@ -236,12 +236,12 @@ void poll_targets()
 
 bool take_changed()
 {
-	return std::exchange(targeting().changed, false);
+	return std::exchange(panel_model().changed, false);
 }
 
 void begin_loading_filters()
 {
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	state.pending_label = {}; // too late for an entry of its own
 	push_pending();
 	forget_change(state.change);
@@ -252,7 +252,7 @@ void begin_loading_filters()
 
 void end_loading_filters()
 {
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	state.filters_loading = false;
 	state.values_loaded = false;
 	follow_registry(state);
@@ -260,7 +260,7 @@ void end_loading_filters()
 
 bool sync_from_filter(int index)
 {
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	state.values_loaded = false;
 	if (index < 0 || static_cast<size_t>(index) >= state.filters.size())
 		return false;
@@ -276,7 +276,7 @@ bool sync_from_filter(int index)
 
 void push_pending()
 {
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	const ChangeLabel label = std::exchange(state.pending_label, {});
 	if (!std::exchange(state.pending_push, false) || state.filters_loading || !state.values_loaded)
 		return;
@@ -311,13 +311,13 @@ void pushParameters(const ChangeLabel &label)
 
 void push_later(const ChangeLabel &label)
 {
-	targeting().pending_push = true;
-	targeting().pending_label = label;
+	panel_model().pending_push = true;
+	panel_model().pending_label = label;
 }
 
 void hold_control(const ChangeLabel &label)
 {
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	push_pending();
 	release_control();
 	state.change.label = label;
@@ -326,7 +326,7 @@ void hold_control(const ChangeLabel &label)
 
 void release_control()
 {
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	if (!state.change.is_held)
 		return;
 	end_change(state);
@@ -335,14 +335,14 @@ void release_control()
 
 void save_changes_now()
 {
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	if (!state.filters_loading && !state.change.is_held)
 		save_now(state.save);
 }
 
 void select_target(bool previous_apply_global, int previous_index)
 {
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	UiPreferences &preferences = ui_preferences();
 	if (preferences.apply_global != previous_apply_global) {
 		preferences.dirty = true;
@@ -363,7 +363,7 @@ void select_target(bool previous_apply_global, int previous_index)
 
 void select_filter_on(const obs_source_t *source)
 {
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	if (state.filters_loading)
 		return;
 	const uint64_t id = find_filter_on(source);
@@ -379,7 +379,7 @@ void select_filter_on(const obs_source_t *source)
 
 void follow_switched_effects()
 {
-	Targeting &state = targeting();
+	PanelModel &state = panel_model();
 	const auto shown = static_cast<size_t>(shown_index(state));
 	if (state.pending_push || !state.values_loaded || shown >= state.filters.size())
 		return;
@@ -396,7 +396,7 @@ void follow_switched_effects()
 
 void reset_all_parameters()
 {
-	ParameterSet &parameters = targeting().parameters;
+	ParameterSet &parameters = panel_model().parameters;
 	const bool enabled = parameters.enabled;
 	parameters = ParameterSet();
 	parameters.enabled = enabled;
@@ -405,7 +405,7 @@ void reset_all_parameters()
 
 bool controls_enabled()
 {
-	const Targeting &state = targeting();
+	const PanelModel &state = panel_model();
 	return !state.filters.empty() && !state.update.forced;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "targeting_fixture.h"
+#include "panel_model_fixture.h"
 
 #include "filter/filter_registry.h"
 #include "kit/history_double.h"
@@ -8,23 +8,23 @@
 
 namespace kalvio::test {
 
-TargetingTest::TargetingTest()
+PanelModelTest::PanelModelTest()
 {
 	host_double().reset();
 	history_double().reset();
 	set_config_folder(folder.file("config"));
 	set_update_status({});
-	targeting() = {};
+	panel_model() = {};
 	ui_preferences() = {};
 }
 
-TargetingTest::~TargetingTest()
+PanelModelTest::~PanelModelTest()
 {
 	remove_all_filters();
 	EXPECT_TRUE(host_double().misuse().empty());
 }
 
-FakeSource &TargetingTest::add_filter(const std::string &source_name, double smoothing)
+FakeSource &PanelModelTest::add_filter(const std::string &source_name, double smoothing)
 {
 	auto placed = std::make_unique<Placed>();
 	placed->source = std::make_unique<FakeSource>(source_name);
@@ -43,43 +43,43 @@ FakeSource &TargetingTest::add_filter(const std::string &source_name, double smo
 	return filter;
 }
 
-void TargetingTest::remove_filter(FakeSource &filter)
+void PanelModelTest::remove_filter(FakeSource &filter)
 {
 	unregister_filter(filter.handle());
 	placed_.erase(&filter);
 }
 
-void TargetingTest::remove_all_filters()
+void PanelModelTest::remove_all_filters()
 {
 	while (!placed_.empty())
 		remove_filter(*placed_.begin()->first);
 }
 
-double TargetingTest::smoothing_of(FakeSource &filter)
+double PanelModelTest::smoothing_of(FakeSource &filter)
 {
 	return obs_data_get_double(filter.settings, "smoothing");
 }
 
-int TargetingTest::take_updates(FakeSource &filter)
+int PanelModelTest::take_updates(FakeSource &filter)
 {
 	filter.tick();
 	return std::exchange(placed_.at(&filter)->updates, 0);
 }
 
-void TargetingTest::drive_all(bool all)
+void PanelModelTest::drive_all(bool all)
 {
 	const bool before = std::exchange(ui_preferences().apply_global, all);
-	select_target(before, targeting().selected_index);
+	select_target(before, panel_model().selected_index);
 }
 
-void TargetingTest::choose(int index)
+void PanelModelTest::choose(int index)
 {
 	const bool before = std::exchange(ui_preferences().apply_global, false);
-	const int index_before = std::exchange(targeting().selected_index, index);
+	const int index_before = std::exchange(panel_model().selected_index, index);
 	select_target(before, index_before);
 }
 
-bool TargetingTest::saved_apply_global() const
+bool PanelModelTest::saved_apply_global() const
 {
 	const OBSDataAutoRelease file = obs_data_create_from_json_file(folder.file("config/ui.json").c_str());
 	return file && obs_data_get_bool(file, "apply_global");

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 #include "panel/model/undo_history.h"
 #include "params/parameter_defaults.h"
 
@@ -72,30 +72,30 @@ struct Card {
 	QVBoxLayout *body;
 };
 
-// The default of a field of targeting().parameters.
+// The default of a field of panel_model().parameters.
 template <class T>
 const T &default_of_edited(const T &field)
 {
-	return default_of(targeting().parameters, field);
+	return default_of(panel_model().parameters, field);
 }
 
 // Re-reads the text of one widget in the current language.
 using RetranslateEntry = std::function<void()>;
 
 // Builds the rows of the pages and keeps what the panel needs to translate and refresh them later. Every control is
-// bound to one field of targeting().parameters: a change is stored there and pushed at once. Keys are keys of
+// bound to one field of panel_model().parameters: a change is stored there and pushed at once. Keys are keys of
 // translate() and have static storage. Layouts and widgets belong to the tree that they are put into, which must not
 // outlive this object.
 //
 // Widgets are made as children of the layout's widget, and take their own style sheets after that: one that joins the
 // panel's styled tree later, or with a sheet of its own, is styled several times over.
-class Rows {
+class FormBuilder {
 public:
 	// `refresh_panel` brings every control of the panel up to date.
-	explicit Rows(std::function<void()> refresh_panel);
-	~Rows();
-	Rows(const Rows &) = delete;
-	Rows &operator=(const Rows &) = delete;
+	explicit FormBuilder(std::function<void()> refresh_panel);
+	~FormBuilder();
+	FormBuilder(const FormBuilder &) = delete;
+	FormBuilder &operator=(const FormBuilder &) = delete;
 
 	// Runs `translate_widget` now, and again at each retranslate().
 	void add_translation(RetranslateEntry translate_widget);
@@ -145,13 +145,13 @@ public:
 	// Sets syncing for its own life.
 	class SyncScope {
 	public:
-		explicit SyncScope(Rows &rows) : rows_(rows), previous_(rows.syncing_) { rows_.syncing_ = true; }
-		~SyncScope() { rows_.syncing_ = previous_; }
+		explicit SyncScope(FormBuilder &form) : form_(form), previous_(form.syncing_) { form_.syncing_ = true; }
+		~SyncScope() { form_.syncing_ = previous_; }
 		SyncScope(const SyncScope &) = delete;
 		SyncScope &operator=(const SyncScope &) = delete;
 
 	private:
-		Rows &rows_;
+		FormBuilder &form_;
 		bool previous_;
 	};
 
@@ -214,8 +214,8 @@ QString translated(const char *key);
 QString translated(const std::string &key);
 
 template <class T>
-void Rows::addOptionRow(QBoxLayout *layout, const char *key, T *value, std::span<const Option<T>> options, int columns,
-			std::span<const Swatch> swatches, std::function<void()> on_change)
+void FormBuilder::addOptionRow(QBoxLayout *layout, const char *key, T *value, std::span<const Option<T>> options,
+			       int columns, std::span<const Swatch> swatches, std::function<void()> on_change)
 {
 	std::vector<OptionButton> buttons;
 	buttons.reserve(options.size());

@@ -1,68 +1,68 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "panel/model/targeting.h"
+#include "panel/model/panel_model.h"
 
 #include "kit/call_journal.h"
+#include "panel_model_fixture.h"
 #include "params/parameter_table.h"
-#include "targeting_fixture.h"
 
 #include <filesystem>
 #include <obs.hpp>
 
 using namespace kalvio;
 using kalvio::test::FakeSource;
-using kalvio::test::TargetingTest;
+using kalvio::test::PanelModelTest;
 
 using Names = std::vector<std::string>;
 
 // The list of names
 
-TEST_F(TargetingTest, TwoFiltersOfOneNameAreNumbered)
+TEST_F(PanelModelTest, TwoFiltersOfOneNameAreNumbered)
 {
 	add_filter("Camera");
 	add_filter("Camera");
 	add_filter("Screen");
 	add_filter("Camera");
 	poll_targets();
-	EXPECT_EQ(targeting().names, (Names{"Camera", "Camera (2)", "Screen", "Camera (3)"}));
+	EXPECT_EQ(panel_model().names, (Names{"Camera", "Camera (2)", "Screen", "Camera (3)"}));
 }
 
-TEST_F(TargetingTest, NumberThatIsTakenIsSkipped)
+TEST_F(PanelModelTest, NumberThatIsTakenIsSkipped)
 {
 	add_filter("Camera (2)");
 	add_filter("Camera");
 	add_filter("Camera");
 	add_filter("Camera (2)");
 	poll_targets();
-	EXPECT_EQ(targeting().names, (Names{"Camera (2)", "Camera", "Camera (3)", "Camera (2) (2)"}));
+	EXPECT_EQ(panel_model().names, (Names{"Camera (2)", "Camera", "Camera (3)", "Camera (2) (2)"}));
 }
 
-TEST_F(TargetingTest, NamelessFiltersKeepAnEmptyName)
+TEST_F(PanelModelTest, NamelessFiltersKeepAnEmptyName)
 {
 	FakeSource &first = add_filter("");
 	first.nameless = true;
 	FakeSource &second = add_filter("");
 	second.name = "";
 	poll_targets();
-	EXPECT_EQ(targeting().names, (Names{"", " (2)"}));
+	EXPECT_EQ(panel_model().names, (Names{"", " (2)"}));
 }
 
-TEST_F(TargetingTest, FilterOfANamelessSourceShowsItsOwnName)
+TEST_F(PanelModelTest, FilterOfANamelessSourceShowsItsOwnName)
 {
 	add_filter("").name = "Beauty of my own";
 	poll_targets();
-	EXPECT_EQ(targeting().names, (Names{"Beauty of my own"}));
+	EXPECT_EQ(panel_model().names, (Names{"Beauty of my own"}));
 }
 
-TEST_F(TargetingTest, NamesAreTakenAsTheyAre)
+TEST_F(PanelModelTest, NamesAreTakenAsTheyAre)
 {
 	const Names odd = {"<b>Camera</b>", "two\nlines", "\u202Eright to left", "مرحبا", std::string(10'000, 'x')};
 	for (const std::string &name : odd)
 		add_filter(name);
 	poll_targets();
-	EXPECT_EQ(targeting().names, odd);
+	EXPECT_EQ(panel_model().names, odd);
 }
 
-TEST_F(TargetingTest, NamesThatOnlyALineBreakSetsApartAreToldApart)
+TEST_F(PanelModelTest, NamesThatOnlyALineBreakSetsApartAreToldApart)
 {
 	FakeSource &first = add_filter("a\nb");
 	FakeSource &second = add_filter("c");
@@ -74,27 +74,27 @@ TEST_F(TargetingTest, NamesThatOnlyALineBreakSetsApartAreToldApart)
 	EXPECT_TRUE(take_changed());
 }
 
-TEST_F(TargetingTest, RenamedSourceShowsItsNewNameAndKeepsTheValues)
+TEST_F(PanelModelTest, RenamedSourceShowsItsNewNameAndKeepsTheValues)
 {
 	FakeSource &filter = add_filter("Camera", 0.25);
 	poll_targets();
 	take_changed();
 	filter.parent.load()->name = "Webcam";
 	poll_targets();
-	EXPECT_EQ(targeting().names, Names{"Webcam"});
+	EXPECT_EQ(panel_model().names, Names{"Webcam"});
 	EXPECT_TRUE(take_changed());
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.25f);
 }
 
 // Refreshing
 
-TEST_F(TargetingTest, FirstPollAsksForARefresh)
+TEST_F(PanelModelTest, FirstPollAsksForARefresh)
 {
 	poll_targets();
 	EXPECT_TRUE(take_changed());
 }
 
-TEST_F(TargetingTest, PollThatFindsNothingNewAsksForNoRefresh)
+TEST_F(PanelModelTest, PollThatFindsNothingNewAsksForNoRefresh)
 {
 	add_filter("Camera");
 	poll_targets();
@@ -103,14 +103,14 @@ TEST_F(TargetingTest, PollThatFindsNothingNewAsksForNoRefresh)
 	EXPECT_FALSE(take_changed());
 }
 
-TEST_F(TargetingTest, TakeChangedClearsTheFlag)
+TEST_F(PanelModelTest, TakeChangedClearsTheFlag)
 {
-	targeting().changed = true;
+	panel_model().changed = true;
 	EXPECT_TRUE(take_changed());
 	EXPECT_FALSE(take_changed());
 }
 
-TEST_F(TargetingTest, EachPartOfTheUpdateStatusAsksForARefresh)
+TEST_F(PanelModelTest, EachPartOfTheUpdateStatusAsksForARefresh)
 {
 	const UpdateStatus statuses[] = {
 		{false, true, "", ""},
@@ -125,26 +125,26 @@ TEST_F(TargetingTest, EachPartOfTheUpdateStatusAsksForARefresh)
 		poll_targets();
 		EXPECT_TRUE(take_changed());
 	}
-	EXPECT_EQ(targeting().update.notes, "New");
+	EXPECT_EQ(panel_model().update.notes, "New");
 }
 
-TEST_F(TargetingTest, EachPollAsksTheUpdateServiceOnce)
+TEST_F(PanelModelTest, EachPollAsksTheUpdateServiceOnce)
 {
 	poll_targets();
 	poll_targets();
 	EXPECT_EQ(test::update_check_polls(), 2);
 }
 
-TEST_F(TargetingTest, StatusTextTellsWhetherThereIsAFilter)
+TEST_F(PanelModelTest, StatusTextTellsWhetherThereIsAFilter)
 {
 	poll_targets();
-	EXPECT_EQ(targeting().status_text, "Add Kalvio Beauty filter first");
+	EXPECT_EQ(panel_model().status_text, "Add Kalvio Beauty filter first");
 	add_filter("Camera");
 	poll_targets();
-	EXPECT_EQ(targeting().status_text, "Live");
+	EXPECT_EQ(panel_model().status_text, "Live");
 }
 
-TEST_F(TargetingTest, ControlsAreEnabledWithAFilterThatIsNotPaused)
+TEST_F(PanelModelTest, ControlsAreEnabledWithAFilterThatIsNotPaused)
 {
 	poll_targets();
 	EXPECT_FALSE(controls_enabled());
@@ -158,25 +158,25 @@ TEST_F(TargetingTest, ControlsAreEnabledWithAFilterThatIsNotPaused)
 
 // Loading values
 
-TEST_F(TargetingTest, FirstFilterIsReadAndNotWritten)
+TEST_F(PanelModelTest, FirstFilterIsReadAndNotWritten)
 {
 	poll_targets();
 	FakeSource &filter = add_filter("Camera", 0.5);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.5f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.5f);
 	EXPECT_EQ(take_updates(filter), 0);
 }
 
-TEST_F(TargetingTest, AbsentSettingsShowTheirDefaults)
+TEST_F(PanelModelTest, AbsentSettingsShowTheirDefaults)
 {
 	add_filter("Camera");
-	targeting().parameters.filter.id = "rose";
-	targeting().parameters.filter.intensity = 0.1f;
+	panel_model().parameters.filter.id = "rose";
+	panel_model().parameters.filter.intensity = 0.1f;
 	poll_targets();
-	EXPECT_EQ(targeting().parameters, ParameterSet());
+	EXPECT_EQ(panel_model().parameters, ParameterSet());
 }
 
-TEST_F(TargetingTest, HostStartWithAllSourcesKeepsEverySavedValue)
+TEST_F(PanelModelTest, HostStartWithAllSourcesKeepsEverySavedValue)
 {
 	ui_preferences().apply_global = true;
 	poll_targets(); // before the host has loaded anything
@@ -186,11 +186,11 @@ TEST_F(TargetingTest, HostStartWithAllSourcesKeepsEverySavedValue)
 	poll_targets();
 	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.25);
 	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.75);
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.25f);
 	EXPECT_EQ(take_updates(first) + take_updates(second), 0);
 }
 
-TEST_F(TargetingTest, HostStartThatIsPolledHalfWayKeepsEverySavedValue)
+TEST_F(PanelModelTest, HostStartThatIsPolledHalfWayKeepsEverySavedValue)
 {
 	ui_preferences().apply_global = true;
 	begin_loading_filters();
@@ -204,7 +204,7 @@ TEST_F(TargetingTest, HostStartThatIsPolledHalfWayKeepsEverySavedValue)
 	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.75);
 }
 
-TEST_F(TargetingTest, EmptiedAndRefilledListIsReadAgain)
+TEST_F(PanelModelTest, EmptiedAndRefilledListIsReadAgain)
 {
 	ui_preferences().apply_global = true;
 	add_filter("Camera", 0.25);
@@ -214,11 +214,11 @@ TEST_F(TargetingTest, EmptiedAndRefilledListIsReadAgain)
 	FakeSource &next = add_filter("Camera", 0.75);
 	poll_targets();
 	EXPECT_DOUBLE_EQ(smoothing_of(next), 0.75);
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.75f);
 }
 
 // Between two polls the host puts other filters in the place of the old ones: fewer, as many, more.
-TEST_F(TargetingTest, OtherCollectionWithAllSourcesKeepsEverySavedValue)
+TEST_F(PanelModelTest, OtherCollectionWithAllSourcesKeepsEverySavedValue)
 {
 	ui_preferences().apply_global = true;
 	for (const int count : {3, 1, 1, 4, 4, 2}) {
@@ -230,11 +230,11 @@ TEST_F(TargetingTest, OtherCollectionWithAllSourcesKeepsEverySavedValue)
 		poll_targets();
 		for (int i = 0; i < count; ++i)
 			EXPECT_DOUBLE_EQ(smoothing_of(*filters[static_cast<size_t>(i)]), 0.125 * (i + 1));
-		EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.125f);
+		EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.125f);
 	}
 }
 
-TEST_F(TargetingTest, OtherCollectionKeepsItsValues_WhenAChangeWasWaiting)
+TEST_F(PanelModelTest, OtherCollectionKeepsItsValues_WhenAChangeWasWaiting)
 {
 	for (const bool all : {false, true}) {
 		remove_all_filters();
@@ -242,18 +242,18 @@ TEST_F(TargetingTest, OtherCollectionKeepsItsValues_WhenAChangeWasWaiting)
 		ui_preferences().apply_global = all;
 		add_filter("Camera", 0.25);
 		poll_targets();
-		targeting().parameters.enabled = false;
-		targeting().pending_push = true; // as the live toggle leaves it
+		panel_model().parameters.enabled = false;
+		panel_model().pending_push = true; // as the live toggle leaves it
 		remove_all_filters();
 		FakeSource &next = add_filter("Camera", 0.75);
 		poll_targets();
 		EXPECT_DOUBLE_EQ(smoothing_of(next), 0.75);
 		EXPECT_EQ(take_updates(next), 0);
-		EXPECT_TRUE(targeting().parameters.enabled);
+		EXPECT_TRUE(panel_model().parameters.enabled);
 	}
 }
 
-TEST_F(TargetingTest, OtherCollectionKeepsItsValues_WhenASliderMovesBeforeThePoll)
+TEST_F(PanelModelTest, OtherCollectionKeepsItsValues_WhenASliderMovesBeforeThePoll)
 {
 	for (const bool all : {false, true}) {
 		remove_all_filters();
@@ -263,23 +263,23 @@ TEST_F(TargetingTest, OtherCollectionKeepsItsValues_WhenASliderMovesBeforeThePol
 		poll_targets();
 		remove_all_filters();
 		FakeSource &next = add_filter("Camera", 0.75);
-		targeting().parameters.skin.smoothing = 0.1f;
+		panel_model().parameters.skin.smoothing = 0.1f;
 		pushParameters();
 		EXPECT_DOUBLE_EQ(smoothing_of(next), 0.75);
 		poll_targets();
 		EXPECT_DOUBLE_EQ(smoothing_of(next), 0.75);
-		EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
+		EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.75f);
 	}
 }
 
-TEST_F(TargetingTest, ChangeThatWaitsIsWrittenBeforeTheHostLoadsOtherFilters)
+TEST_F(PanelModelTest, ChangeThatWaitsIsWrittenBeforeTheHostLoadsOtherFilters)
 {
 	for (const bool all : {false, true}) {
 		ui_preferences().apply_global = all;
 		FakeSource &filter = add_filter("Camera", 0.25);
 		poll_targets();
-		targeting().parameters.enabled = false;
-		targeting().pending_push = true;
+		panel_model().parameters.enabled = false;
+		panel_model().pending_push = true;
 		begin_loading_filters();
 		EXPECT_FALSE(obs_data_get_bool(filter.settings, "enabled"));
 		remove_all_filters();
@@ -287,38 +287,38 @@ TEST_F(TargetingTest, ChangeThatWaitsIsWrittenBeforeTheHostLoadsOtherFilters)
 	}
 }
 
-TEST_F(TargetingTest, NothingIsWrittenWhileTheHostLoads)
+TEST_F(PanelModelTest, NothingIsWrittenWhileTheHostLoads)
 {
 	ui_preferences().apply_global = true;
 	FakeSource &filter = add_filter("Camera", 0.25);
 	poll_targets();
 	begin_loading_filters();
 	for (int i = 0; i < 2; ++i) {
-		targeting().parameters.skin.smoothing = 0.9f;
+		panel_model().parameters.skin.smoothing = 0.9f;
 		pushParameters();
 		poll_targets();
 		EXPECT_DOUBLE_EQ(smoothing_of(filter), 0.25);
 	}
-	targeting().parameters.skin.smoothing = 0.9f;
+	panel_model().parameters.skin.smoothing = 0.9f;
 	pushParameters();
 	end_loading_filters();
 	poll_targets();
 	EXPECT_DOUBLE_EQ(smoothing_of(filter), 0.25);
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.25f);
 }
 
-TEST_F(TargetingTest, LoadingThatChangedNothingLeavesThePanelUsable)
+TEST_F(PanelModelTest, LoadingThatChangedNothingLeavesThePanelUsable)
 {
 	FakeSource &filter = add_filter("Camera", 0.25);
 	poll_targets();
 	begin_loading_filters();
 	end_loading_filters();
-	targeting().parameters.skin.smoothing = 0.5f;
+	panel_model().parameters.skin.smoothing = 0.5f;
 	pushParameters();
 	EXPECT_DOUBLE_EQ(smoothing_of(filter), 0.5);
 }
 
-TEST_F(TargetingTest, ReplacedFilterOfTheSameNameIsReadAgain)
+TEST_F(PanelModelTest, ReplacedFilterOfTheSameNameIsReadAgain)
 {
 	add_filter("Screen", 0.5);
 	FakeSource &old = add_filter("Camera", 0.25);
@@ -327,87 +327,87 @@ TEST_F(TargetingTest, ReplacedFilterOfTheSameNameIsReadAgain)
 	remove_filter(old);
 	add_filter("Camera", 0.75);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.75f);
 }
 
-TEST_F(TargetingTest, ValuesChangedElsewhereAreNotReadWhileTheListStays)
+TEST_F(PanelModelTest, ValuesChangedElsewhereAreNotReadWhileTheListStays)
 {
 	FakeSource &filter = add_filter("Camera", 0.25);
 	poll_targets();
 	obs_data_set_double(filter.settings, "smoothing", 0.75);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.25f);
 }
 
-TEST_F(TargetingTest, FilterThatCannotBeReadIsTriedAgainAndNotWritten)
+TEST_F(PanelModelTest, FilterThatCannotBeReadIsTriedAgainAndNotWritten)
 {
 	FakeSource &filter = add_filter("Camera", 0.25);
 	filter.refuses_references = true;
 	poll_targets();
 	filter.refuses_references = false;
-	targeting().parameters.skin.smoothing = 0.9f;
+	panel_model().parameters.skin.smoothing = 0.9f;
 	pushParameters();
 	EXPECT_DOUBLE_EQ(smoothing_of(filter), 0.25);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.25f);
 }
 
 // One source
 
-TEST_F(TargetingTest, ChangeGoesToTheChosenFilterOnly)
+TEST_F(PanelModelTest, ChangeGoesToTheChosenFilterOnly)
 {
 	FakeSource &first = add_filter("Camera", 0.25);
 	FakeSource &second = add_filter("Screen", 0.75);
 	poll_targets();
 	choose(1);
-	targeting().parameters.skin.smoothing = 0.5f;
+	panel_model().parameters.skin.smoothing = 0.5f;
 	pushParameters();
 	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.25);
 	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.5);
 }
 
-TEST_F(TargetingTest, ChangeWritesTheWholeSet)
+TEST_F(PanelModelTest, ChangeWritesTheWholeSet)
 {
 	FakeSource &filter = add_filter("Camera");
 	poll_targets();
-	targeting().parameters.sticker_id = "fox";
-	targeting().parameters.reshape[10] = -0.5f;
+	panel_model().parameters.sticker_id = "fox";
+	panel_model().parameters.reshape[10] = -0.5f;
 	pushParameters();
 	ParameterSet written;
 	read_parameters(filter.settings, written);
-	EXPECT_EQ(written, targeting().parameters);
+	EXPECT_EQ(written, panel_model().parameters);
 	size_t keys = 0;
 	for (const Parameter &parameter : parameter_table())
 		keys += obs_data_has_user_value(filter.settings, parameter.key);
 	EXPECT_EQ(keys, 75u);
 }
 
-TEST_F(TargetingTest, ChoosingAnotherSourceReadsItAndWritesNothing)
+TEST_F(PanelModelTest, ChoosingAnotherSourceReadsItAndWritesNothing)
 {
 	FakeSource &first = add_filter("Camera", 0.25);
 	FakeSource &second = add_filter("Screen", 0.75);
 	poll_targets();
 	take_changed();
 	choose(1);
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.75f);
 	EXPECT_TRUE(take_changed());
 	EXPECT_EQ(take_updates(first) + take_updates(second), 0);
 }
 
-TEST_F(TargetingTest, ChoosingTheSameSourceAgainDoesNothing)
+TEST_F(PanelModelTest, ChoosingTheSameSourceAgainDoesNothing)
 {
 	FakeSource &filter = add_filter("Camera", 0.25);
 	poll_targets();
 	take_changed();
 	obs_data_set_double(filter.settings, "smoothing", 0.75);
 	choose(0);
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.25f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.25f);
 	EXPECT_FALSE(take_changed());
 	EXPECT_EQ(take_updates(filter), 0);
 	EXPECT_FALSE(std::filesystem::exists(folder.file("config/ui.json")));
 }
 
-TEST_F(TargetingTest, ChoosingAFilterThatIsGoneWritesToNobody)
+TEST_F(PanelModelTest, ChoosingAFilterThatIsGoneWritesToNobody)
 {
 	FakeSource &first = add_filter("Camera", 0.25);
 	FakeSource &second = add_filter("Screen", 0.75);
@@ -419,21 +419,21 @@ TEST_F(TargetingTest, ChoosingAFilterThatIsGoneWritesToNobody)
 	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.25);
 	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.75);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.75f);
 }
 
-TEST_F(TargetingTest, AddedFilterReloadsThePanelFromTheChosenOne)
+TEST_F(PanelModelTest, AddedFilterReloadsThePanelFromTheChosenOne)
 {
 	FakeSource &chosen = add_filter("Camera", 0.25);
 	poll_targets();
 	obs_data_set_double(chosen.settings, "smoothing", 0.5);
 	FakeSource &added = add_filter("Screen", 0.75);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.5f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.5f);
 	EXPECT_EQ(take_updates(chosen) + take_updates(added), 0);
 }
 
-TEST_F(TargetingTest, RemovingTheLastAndChosenFilterMovesToTheLastThatRemains)
+TEST_F(PanelModelTest, RemovingTheLastAndChosenFilterMovesToTheLastThatRemains)
 {
 	add_filter("Camera", 0.25);
 	add_filter("Screen", 0.5);
@@ -442,11 +442,11 @@ TEST_F(TargetingTest, RemovingTheLastAndChosenFilterMovesToTheLastThatRemains)
 	choose(2);
 	remove_filter(third);
 	poll_targets();
-	EXPECT_EQ(targeting().selected_index, 1);
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.5f);
+	EXPECT_EQ(panel_model().selected_index, 1);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.5f);
 }
 
-TEST_F(TargetingTest, RemovingAnEarlierFilterLoadsWhatMovedIntoTheChosenPlace)
+TEST_F(PanelModelTest, RemovingAnEarlierFilterLoadsWhatMovedIntoTheChosenPlace)
 {
 	FakeSource &first = add_filter("Camera", 0.25);
 	add_filter("Screen", 0.5);
@@ -455,14 +455,14 @@ TEST_F(TargetingTest, RemovingAnEarlierFilterLoadsWhatMovedIntoTheChosenPlace)
 	choose(1);
 	remove_filter(first);
 	poll_targets();
-	EXPECT_EQ(targeting().selected_index, 1);
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
+	EXPECT_EQ(panel_model().selected_index, 1);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.75f);
 	EXPECT_EQ(take_updates(third), 0);
 }
 
 // The filter before the chosen one goes while a change waits, or while a slider moves: another filter stands in the
 // chosen place now.
-TEST_F(TargetingTest, ChangeReachesTheFilterItWasMadeFor_WhenPlacesShift)
+TEST_F(PanelModelTest, ChangeReachesTheFilterItWasMadeFor_WhenPlacesShift)
 {
 	for (const bool waits : {true, false}) {
 		remove_all_filters();
@@ -471,8 +471,8 @@ TEST_F(TargetingTest, ChangeReachesTheFilterItWasMadeFor_WhenPlacesShift)
 		FakeSource &third = add_filter("Game", 0.75);
 		poll_targets();
 		choose(1);
-		targeting().parameters.skin.smoothing = 0.6f;
-		targeting().pending_push = waits;
+		panel_model().parameters.skin.smoothing = 0.6f;
+		panel_model().pending_push = waits;
 		remove_filter(first);
 		if (!waits)
 			pushParameters();
@@ -483,36 +483,36 @@ TEST_F(TargetingTest, ChangeReachesTheFilterItWasMadeFor_WhenPlacesShift)
 	}
 }
 
-TEST_F(TargetingTest, ChangeForAFilterThatIsGoneIsDropped)
+TEST_F(PanelModelTest, ChangeForAFilterThatIsGoneIsDropped)
 {
 	FakeSource &first = add_filter("Camera", 0.25);
 	FakeSource &second = add_filter("Screen", 0.75);
 	poll_targets();
-	targeting().pending_push = true;
+	panel_model().pending_push = true;
 	remove_filter(first);
 	poll_targets();
 	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.75);
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
-	EXPECT_FALSE(targeting().pending_push);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.75f);
+	EXPECT_FALSE(panel_model().pending_push);
 }
 
 // All sources
 
-TEST_F(TargetingTest, ChangeGoesToEveryFilterInOrder)
+TEST_F(PanelModelTest, ChangeGoesToEveryFilterInOrder)
 {
 	FakeSource &first = add_filter("Camera", 0.25);
 	FakeSource &second = add_filter("Screen", 0.75);
 	poll_targets();
 	drive_all(true);
 	test::call_journal().reset();
-	targeting().parameters.skin.smoothing = 0.5f;
+	panel_model().parameters.skin.smoothing = 0.5f;
 	pushParameters();
 	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.5);
 	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.5);
 	EXPECT_EQ(test::call_journal().count("obs_source_update"), 2u);
 }
 
-TEST_F(TargetingTest, ChoosingAllWritesThePanelsValuesToEveryFilterAtOnce)
+TEST_F(PanelModelTest, ChoosingAllWritesThePanelsValuesToEveryFilterAtOnce)
 {
 	FakeSource &first = add_filter("Camera", 0.25);
 	FakeSource &second = add_filter("Screen", 0.75);
@@ -524,50 +524,50 @@ TEST_F(TargetingTest, ChoosingAllWritesThePanelsValuesToEveryFilterAtOnce)
 	EXPECT_FALSE(ui_preferences().dirty);
 }
 
-TEST_F(TargetingTest, ChoosingOneAfterAllReadsItAndWritesNothing)
+TEST_F(PanelModelTest, ChoosingOneAfterAllReadsItAndWritesNothing)
 {
 	FakeSource &first = add_filter("Camera", 0.25);
 	FakeSource &second = add_filter("Screen", 0.75);
 	ui_preferences().apply_global = true;
 	poll_targets();
-	targeting().pending_push = true;
+	panel_model().pending_push = true;
 	choose(1);
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.75f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.75f);
 	EXPECT_EQ(take_updates(first) + take_updates(second), 0);
-	EXPECT_FALSE(targeting().pending_push);
+	EXPECT_FALSE(panel_model().pending_push);
 	EXPECT_TRUE(std::filesystem::exists(folder.file("config/ui.json")));
 	EXPECT_FALSE(saved_apply_global());
 }
 
-TEST_F(TargetingTest, ChoosingOneWithoutAnyFilterOnlySavesTheChoice)
+TEST_F(PanelModelTest, ChoosingOneWithoutAnyFilterOnlySavesTheChoice)
 {
 	ui_preferences().apply_global = true;
 	poll_targets();
-	targeting().pending_push = true;
+	panel_model().pending_push = true;
 	drive_all(false);
-	EXPECT_FALSE(targeting().pending_push);
+	EXPECT_FALSE(panel_model().pending_push);
 	EXPECT_FALSE(ui_preferences().dirty);
 	EXPECT_TRUE(std::filesystem::exists(folder.file("config/ui.json")));
 }
 
-TEST_F(TargetingTest, ThirdSourceTakesThePanelsValuesAtTheNextPoll)
+TEST_F(PanelModelTest, ThirdSourceTakesThePanelsValuesAtTheNextPoll)
 {
 	add_filter("Camera", 0.25);
 	add_filter("Screen", 0.25);
 	poll_targets();
 	drive_all(true);
-	targeting().parameters.skin.whitening = 0.5f;
+	panel_model().parameters.skin.whitening = 0.5f;
 	pushParameters();
 	take_changed();
-	const ParameterSet before = targeting().parameters;
+	const ParameterSet before = panel_model().parameters;
 	FakeSource &third = add_filter("Game", 0.75);
 	poll_targets();
 	EXPECT_DOUBLE_EQ(smoothing_of(third), 0.25);
 	EXPECT_DOUBLE_EQ(obs_data_get_double(third.settings, "whitening"), 0.5);
-	EXPECT_EQ(targeting().parameters, before);
+	EXPECT_EQ(panel_model().parameters, before);
 }
 
-TEST_F(TargetingTest, RemovedFilterReloadsThePanelFromTheFirst)
+TEST_F(PanelModelTest, RemovedFilterReloadsThePanelFromTheFirst)
 {
 	FakeSource &first = add_filter("Camera", 0.25);
 	add_filter("Screen", 0.5);
@@ -575,17 +575,17 @@ TEST_F(TargetingTest, RemovedFilterReloadsThePanelFromTheFirst)
 	poll_targets();
 	remove_filter(first);
 	poll_targets();
-	EXPECT_FLOAT_EQ(targeting().parameters.skin.smoothing, 0.5f);
+	EXPECT_FLOAT_EQ(panel_model().parameters.skin.smoothing, 0.5f);
 }
 
-TEST_F(TargetingTest, FilterThatIsGoingAwayIsSkipped)
+TEST_F(PanelModelTest, FilterThatIsGoingAwayIsSkipped)
 {
 	FakeSource &first = add_filter("Camera", 0.25);
 	FakeSource &second = add_filter("Screen", 0.25);
 	poll_targets();
 	drive_all(true);
 	first.refuses_references = true;
-	targeting().parameters.skin.smoothing = 0.5f;
+	panel_model().parameters.skin.smoothing = 0.5f;
 	pushParameters();
 	EXPECT_DOUBLE_EQ(smoothing_of(first), 0.25);
 	EXPECT_DOUBLE_EQ(smoothing_of(second), 0.5);
@@ -593,12 +593,12 @@ TEST_F(TargetingTest, FilterThatIsGoingAwayIsSkipped)
 
 // What waits for the poll
 
-TEST_F(TargetingTest, PollWritesAWaitingChangeOnce)
+TEST_F(PanelModelTest, PollWritesAWaitingChangeOnce)
 {
 	FakeSource &filter = add_filter("Camera");
 	poll_targets();
-	targeting().parameters.enabled = false;
-	targeting().pending_push = true;
+	panel_model().parameters.enabled = false;
+	panel_model().pending_push = true;
 	poll_targets();
 	EXPECT_FALSE(obs_data_get_bool(filter.settings, "enabled"));
 	EXPECT_EQ(take_updates(filter), 1);
@@ -606,15 +606,15 @@ TEST_F(TargetingTest, PollWritesAWaitingChangeOnce)
 	EXPECT_EQ(take_updates(filter), 0);
 }
 
-TEST_F(TargetingTest, WaitingChangeWithoutAnyFilterIsDropped)
+TEST_F(PanelModelTest, WaitingChangeWithoutAnyFilterIsDropped)
 {
 	poll_targets();
-	targeting().pending_push = true;
+	panel_model().pending_push = true;
 	push_pending();
-	EXPECT_FALSE(targeting().pending_push);
+	EXPECT_FALSE(panel_model().pending_push);
 }
 
-TEST_F(TargetingTest, PollSavesPreferencesThatChangedAndOnlyThen)
+TEST_F(PanelModelTest, PollSavesPreferencesThatChangedAndOnlyThen)
 {
 	poll_targets();
 	EXPECT_FALSE(std::filesystem::exists(folder.file("config/ui.json")));
@@ -625,44 +625,44 @@ TEST_F(TargetingTest, PollSavesPreferencesThatChangedAndOnlyThen)
 	EXPECT_TRUE(std::filesystem::exists(folder.file("config/ui.json")));
 }
 
-TEST_F(TargetingTest, ResetRestoresEveryDefaultButTheSwitch)
+TEST_F(PanelModelTest, ResetRestoresEveryDefaultButTheSwitch)
 {
 	FakeSource &filter = add_filter("Camera", 0.25);
 	poll_targets();
-	targeting().parameters.enabled = false;
-	targeting().parameters.filter.intensity = 0.0f;
-	targeting().parameters.sticker_id = "fox";
+	panel_model().parameters.enabled = false;
+	panel_model().parameters.filter.intensity = 0.0f;
+	panel_model().parameters.sticker_id = "fox";
 	reset_all_parameters();
 	ParameterSet expected;
 	expected.enabled = false;
 	ParameterSet written;
 	read_parameters(filter.settings, written);
-	EXPECT_EQ(targeting().parameters, expected);
+	EXPECT_EQ(panel_model().parameters, expected);
 	EXPECT_EQ(written, expected);
 }
 
-TEST_F(TargetingTest, SelectedIndexIsKeptInsideTheList)
+TEST_F(PanelModelTest, SelectedIndexIsKeptInsideTheList)
 {
 	add_filter("Camera");
 	for (const int index : {-5, 1, 1'000'000}) {
-		targeting().selected_index = index;
+		panel_model().selected_index = index;
 		poll_targets();
-		EXPECT_EQ(targeting().selected_index, 0);
+		EXPECT_EQ(panel_model().selected_index, 0);
 	}
 }
 
-TEST_F(TargetingTest, PushWithAnIndexOutsideTheListWritesNothing)
+TEST_F(PanelModelTest, PushWithAnIndexOutsideTheListWritesNothing)
 {
 	FakeSource &filter = add_filter("Camera", 0.25);
 	poll_targets();
-	targeting().selected_index = 7;
+	panel_model().selected_index = 7;
 	pushParameters();
-	targeting().selected_index = -1;
+	panel_model().selected_index = -1;
 	pushParameters();
 	EXPECT_EQ(take_updates(filter), 0);
 }
 
-TEST_F(TargetingTest, SyncOutsideTheListFails)
+TEST_F(PanelModelTest, SyncOutsideTheListFails)
 {
 	add_filter("Camera");
 	poll_targets();
@@ -671,10 +671,10 @@ TEST_F(TargetingTest, SyncOutsideTheListFails)
 	EXPECT_TRUE(sync_from_filter(0));
 }
 
-TEST_F(TargetingTest, ThousandSourcesOfOneNameAreNumbered)
+TEST_F(PanelModelTest, ThousandSourcesOfOneNameAreNumbered)
 {
 	for (int i = 0; i < 1000; ++i)
 		add_filter("Camera");
 	poll_targets();
-	EXPECT_EQ(targeting().names.back(), "Camera (1000)");
+	EXPECT_EQ(panel_model().names.back(), "Camera (1000)");
 }
