@@ -47,10 +47,9 @@ void drag(QSlider &slider, int to_x, int steps = 5)
 	send_mouse(slider, QEvent::MouseButtonRelease, QPointF(to_x, start.y()));
 }
 
-// The widget's window becomes the active one, as far as the toolkit is concerned: there is no window manager.
 void press_key(QWidget &focus, Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
-	QApplication::setActiveWindow(focus.window());
+	activate_window(focus);
 	focus.setFocus();
 	send_key(focus, key, modifiers);
 }

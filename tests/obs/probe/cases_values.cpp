@@ -41,7 +41,7 @@ void type_into_number(const QString &digits)
 			number = label;
 	if (!check(number, "the slider has a number"))
 		return;
-	QApplication::setActiveWindow(panel()->window());
+	activate_window(*panel());
 	click(*number);
 	auto *field = panel()->findChild<QLineEdit *>("valueEdit");
 	if (!check(field && field->hasFocus() && field->geometry() == number->geometry(),
@@ -96,7 +96,7 @@ void original_is_on_air_while_held()
 	if (!check(buttons.size() == 1, "there is a button to hold"))
 		return;
 	QWidget &button = *buttons.front();
-	QApplication::setActiveWindow(panel()->window());
+	activate_window(*panel());
 	check_filtered(source, "before");
 	send_mouse(button, QEvent::MouseButtonPress, button.rect().center());
 	check_no_frames_are_processed();
@@ -120,7 +120,7 @@ void search_jumps_to_a_setting()
 	panel_dock()->show();
 	panel_dock()->raise();
 	let_layouts_settle();
-	QApplication::setActiveWindow(main_window());
+	activate_window(*main_window());
 	smoothing_slider()->setFocus();
 	send_key(*panel(), Qt::Key_F, Qt::ControlModifier);
 	let_layouts_settle();

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "user_events.h"
 
+#include "driver.h"
+#include "report.h"
+
 #include <QApplication>
 #include <QMouseEvent>
 #include <QStyle>
@@ -37,6 +40,12 @@ QPointF handle_of(const QSlider &slider)
 	option.maximum = slider.maximum();
 	option.sliderPosition = option.sliderValue = slider.value();
 	return slider.style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, &slider).center();
+}
+
+void activate_window(QWidget &widget)
+{
+	widget.window()->activateWindow();
+	check(wait_until([&] { return widget.isActiveWindow(); }), "the window becomes the active one");
 }
 
 void send_key(QWidget &widget, Qt::Key key, Qt::KeyboardModifiers modifiers, const QString &text)

@@ -19,6 +19,9 @@ void click(QWidget &widget);
 // The middle of the slider's handle.
 QPointF handle_of(const QSlider &slider);
 
+// Makes the widget's window the active one and waits until it is: without a window manager nobody else does.
+void activate_window(QWidget &widget);
+
 // A key as the window system hands it to the widget's window, on the whole way to shortcuts and to what has the focus.
 void send_key(QWidget &widget, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier, const QString &text = {});
 
