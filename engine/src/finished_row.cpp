@@ -47,7 +47,8 @@ void finish_part(const FramePlan &plan, const FrameMemory::WorkerScratch &slot, 
 	const int end = part.x + part.width;
 	draw_sprites(plan.face_sprites.data(), static_cast<int>(plan.face_sprites.size()), y, part.x, end, row);
 	draw_sprites(plan.sprites.data(), plan.sprite_count, y, part.x, end, row);
-	std::memcpy(frame.output_row(y) + first, row + first, part.byte_count());
+	if (row != frame.output_row(y))
+		std::memcpy(frame.output_row(y) + first, row + first, part.byte_count());
 }
 
 } // namespace kalvio::engine

@@ -5,17 +5,18 @@
 #include "frame_memory.h"
 #include "frame_plan.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 // What of a row comes after the person: the background, the color filter and stickers.
 namespace kalvio::engine {
 
 // A row of one of the rings of FrameMemory::WorkerScratch.
-inline uint8_t *ring_row(std::span<uint8_t *const> ring, int y)
+template <class Row, size_t Count>
+Row ring_row(const std::array<Row, Count> &ring, int y)
 {
-	return ring[size_t(y) % ring.size()];
+	return ring[size_t(y) % Count];
 }
 
 // Loads the blurred background of a row, where one is planned. The captured row is in its ring.

@@ -24,11 +24,12 @@ struct FrameMemory {
 		Aligned<uint8_t> bytes;
 		// A ring of the rows from y - step to y + step of the sharpening.
 		std::array<uint8_t *, 2 *kernels::max_sharpen_step + 1> retouched = {};
-		uint8_t *row = nullptr;                 // the row that the stages work on
-		std::array<uint8_t *, 3> captured = {}; // a ring of the rows y - 1, y and y + 1 as they came
-		uint8_t *toned = nullptr;               // of a row of skin
-		uint8_t *matte = nullptr;               // how far each of its pixels is foreground
-		uint8_t *background = nullptr;          // what comes behind it
+		uint8_t *row = nullptr; // the row that the stages work on: scratch memory, or the output's own row
+		std::array<const uint8_t *, 3> captured = {};  // a ring of the rows y - 1, y and y + 1 as they came
+		std::array<uint8_t *, 3> captured_copies = {}; // for frames whose rows are no whole vectors
+		uint8_t *toned = nullptr;                      // of a row of skin
+		uint8_t *matte = nullptr;                      // how far each of its pixels is foreground
+		uint8_t *background = nullptr;                 // what comes behind it
 	};
 
 	RetouchField field;

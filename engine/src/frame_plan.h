@@ -45,6 +45,8 @@ struct FramePlan {
 		       sprite_count == 0;
 	}
 	bool leaves_rows_alone() const { return does_nothing_but_sharpen() && sharpening == 0; }
+	// Whether no stage writes beyond a row whose bytes are whole vectors: those that work on parts of a row do.
+	bool stays_within_rows() const { return !makeup && !reshape; }
 	bool is_neutral() const { return leaves_rows_alone() && !reshape; }
 };
 

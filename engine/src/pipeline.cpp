@@ -82,14 +82,14 @@ void resize(FrameMemory &memory, const Frame &frame, int slots)
 {
 	constexpr size_t single_rows = 4;
 	constexpr size_t rows_per_slot = std::tuple_size_v<decltype(FrameMemory::WorkerScratch::retouched)> +
-					 std::tuple_size_v<decltype(FrameMemory::WorkerScratch::captured)> +
+					 std::tuple_size_v<decltype(FrameMemory::WorkerScratch::captured_copies)> +
 					 single_rows;
 	memory.slots.resize(std::max(memory.slots.size(), size_t(slots)));
 	const size_t row_bytes = (frame.row_bytes() + 2 * kernels::row_padding_bytes + 63) / 64 * 64;
 	for (FrameMemory::WorkerScratch &slot : memory.slots) {
 		uint8_t *bytes = slot.bytes.ensure_capacity(row_bytes * rows_per_slot) + kernels::row_padding_bytes;
 		for (const std::span<uint8_t *> ring :
-		     {std::span<uint8_t *>(slot.retouched), std::span<uint8_t *>(slot.captured)}) {
+		     {std::span<uint8_t *>(slot.retouched), std::span<uint8_t *>(slot.captured_copies)}) {
 			for (uint8_t *&row : ring) {
 				row = bytes;
 				bytes += row_bytes;
@@ -102,13 +102,15 @@ void resize(FrameMemory &memory, const Frame &frame, int slots)
 	}
 }
 
-// A scratch copy of the captured row, continued by a pixel at both ends.
-void load_row(const Frame &frame, int y, uint8_t *row)
+// Puts the captured row into its ring: the frame's own row where the kernels stay within it, else a copy.
+void load_captured(FrameMemory::WorkerScratch &slot, const Frame &frame, int y)
 {
-	std::memcpy(row, frame.input_row(y), frame.row_bytes());
-	std::memcpy(row - bytes_per_pixel, row, bytes_per_pixel);
-	uint8_t *end = row + frame.row_bytes();
-	std::memcpy(end, end - bytes_per_pixel, bytes_per_pixel);
+	const size_t place = size_t(y) % slot.captured.size();
+	slot.captured[place] = frame.input_row(y);
+	if (frame.has_rows_of_whole_vectors())
+		return;
+	std::memcpy(slot.captured_copies[place], frame.input_row(y), frame.row_bytes());
+	slot.captured[place] = slot.captured_copies[place];
 }
 
 // What of a row retouching may change.
@@ -176,7 +178,7 @@ void begin_rows(const FramePlan &plan, FrameMemory &memory, const Frame &frame, 
 	}
 	if (plan.has_matte()) {
 		for (int y = std::max(first - 1, 0); y <= first; ++y)
-			load_row(frame, y, ring_row(slot.captured, y));
+			load_captured(slot, frame, y);
 	}
 }
 
@@ -202,12 +204,11 @@ void produce_row(const FramePlan &plan, FrameMemory &memory, const Frame &frame,
 		retouch(plan, memory, frame, y, slot_number, row);
 	}
 	if (plan.has_matte() && y + 1 < frame.height)
-		load_row(frame, y + 1, ring_row(slot.captured, y + 1));
+		load_captured(slot, frame, y + 1);
 	if (plan.masked && part.width > 0) { // the skin mask travelled in the row's alpha
-		uint8_t *captured = ring_row(slot.captured, y) + first;
 		if (!plan.has_matte())
-			std::memcpy(captured, frame.input_row(y) + first, part.byte_count());
-		kernels::copy_alpha(captured, part.width, row + first);
+			load_captured(slot, frame, y);
+		kernels::copy_alpha(ring_row(slot.captured, y) + first, part.width, row + first);
 	}
 	if (plan.makeup)
 		memory.makeup.apply_row(y, slot_number, frame.width, row);
@@ -300,6 +301,8 @@ void process_band(const FramePlan &plan, kl_engine &engine, const Frame &frame, 
 
 	begin_rows(plan, memory, frame, first, slot_number);
 	for (int y = first; y < end; ++y) {
+		if (plan.stays_within_rows() && frame.has_rows_of_whole_vectors())
+			slot.row = frame.output_row(y);
 		produce_row(plan, memory, frame, y, slot_number, slot.row);
 		if (plan.has_matte())
 			cut_out(plan, engine, frame, y, slot_number);
@@ -318,7 +321,7 @@ void reshape_row(const FramePlan &plan, FrameMemory &memory, const Frame &frame,
 		return;
 	const DisplacementGrid &grid = region.grid;
 	const auto [first, end] = region.spans[size_t((y - grid.y) >> grid.cell_shift)];
-	const FrameMemory::WorkerScratch &slot = memory.slots[size_t(slot_number)];
+	FrameMemory::WorkerScratch &slot = memory.slots[size_t(slot_number)];
 	const kernels::WarpLine line = region.line(y, first);
 	const int cells = end - first;
 	const auto warp = [&](const uint8_t *pixels, size_t row_bytes, uint8_t *out) {
@@ -332,7 +335,7 @@ void reshape_row(const FramePlan &plan, FrameMemory &memory, const Frame &frame,
 		warp(memory.front.data(), frame.row_bytes(), slot.row);
 	if (plan.has_matte()) {
 		warp(memory.front_matte.data(), frame.row_bytes(), slot.matte);
-		load_row(frame, y, ring_row(slot.captured, y));
+		load_captured(slot, frame, y);
 		load_background(plan, memory, frame, y, slot_number);
 	}
 	finish_part(plan, slot, frame, y, part);

@@ -72,9 +72,10 @@ TEST_F(BadInput, EveryEffectBearsEverySize)
 			kl_set_virtual_background_blur(engine.get(), 1);
 		else
 			kl_set_virtual_background(engine.get(), data_file("backgrounds/abstract.png").c_str());
-		for (const auto &[width, height] : {std::pair(1, 1), std::pair(2, 1), std::pair(1, 3), std::pair(3, 3),
-						    std::pair(5, 7), std::pair(17, 33), std::pair(16384, 1),
-						    std::pair(16384, 3), std::pair(1, 16384), std::pair(333, 217)}) {
+		for (const auto &[width, height] :
+		     {std::pair(1, 1), std::pair(2, 1), std::pair(1, 3), std::pair(3, 3), std::pair(5, 7),
+		      std::pair(17, 33), std::pair(64, 70), std::pair(16384, 1), std::pair(16384, 3),
+		      std::pair(1, 16384), std::pair(333, 217)}) {
 			const Picture input = noise_picture(width, height, 3, 12);
 			const Picture output = processed(input);
 			// Nothing is written behind a row.
