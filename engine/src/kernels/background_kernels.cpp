@@ -50,13 +50,19 @@ HWY_INLINE WordVector alpha_of(WordVector pixels)
 
 void scale_alpha_by_matte(uint8_t *HWY_RESTRICT row, int width, const uint8_t *HWY_RESTRICT matte)
 {
-	const Words d;
-	const int lanes = static_cast<int>(hn::Lanes(d));
-	const WordVector color = hn::LoadDup128(d, color_lanes);
-	for (int byte = 0; byte < width * 4; byte += lanes) {
-		const WordVector value = load_words(row + byte);
-		const WordVector cut = blend(value, hn::Zero(d), load_words(matte + byte));
-		hn::StoreU(hn::DemoteTo(WordBytes(), hn::IfVecThenElse(color, value, cut)), WordBytes(), row + byte);
+	const hn::ScalableTag<uint32_t> d; // one pixel a lane
+	const hn::Repartition<uint16_t, decltype(d)> d16;
+	const hn::Repartition<uint8_t, decltype(d)> d8;
+	const int bytes = static_cast<int>(hn::Lanes(d8));
+	const auto color = hn::Set(d, 0x00FFFFFFU);
+	for (int byte = 0; byte < width * 4; byte += bytes) {
+		const auto pixels = hn::BitCast(d, hn::LoadU(d8, row + byte));
+		const auto weights = hn::ShiftRight<24>(hn::BitCast(d, hn::LoadU(d8, matte + byte)));
+		const auto product = hn::Mul(hn::BitCast(d16, hn::ShiftRight<24>(pixels)), hn::BitCast(d16, weights));
+		const auto rounded = hn::Add(hn::BitCast(d, product), hn::Set(d, 128));
+		const auto alpha = hn::ShiftRight<8>(hn::Add(rounded, hn::ShiftRight<8>(rounded)));
+		const auto result = hn::Or(hn::And(pixels, color), hn::ShiftLeft<24>(alpha));
+		hn::StoreU(hn::BitCast(d8, result), d8, row + byte);
 	}
 }
 

@@ -58,12 +58,12 @@ void ColorKey::resize(const Frame &frame, int slots)
 		slots_.resize(size_t(slots));
 	for (WorkerScratch &slot : slots_) {
 		kernels::KeyOpacity *values = slot.values.ensure_capacity(row_values_ * 4) + kernels::key_group_pixels;
-		for (OpacityRow &row : slot.rows) {
-			row = {-1, values};
+		for (OpacityRow *row : {&slot.rows[0], &slot.rows[1], &slot.rows[2], &slot.matte_row}) {
+			row->y = -1;
+			row->values = values;
+			row->inverse_screen.resize(size_t(screen_.columns()) + 2);
 			values += row_values_;
 		}
-		slot.matte_row = values;
-		slot.inverse.resize(size_t(screen_.columns()) + 2);
 	}
 }
 
@@ -84,37 +84,40 @@ void ColorKey::update(const Frame &frame, const ChromaKeySettings &settings, int
 	time_us_ = now_us;
 }
 
-const kernels::KeyOpacity *ColorKey::opacities(int y, int width, const uint8_t *captured, WorkerScratch &slot)
+void ColorKey::measure_row(int y, int width, const uint8_t *captured, OpacityRow &row) const
+{
+	screen_.write_inverse(y, row.inverse_screen.data());
+	kernels::key_opacity_row(captured, width, channel_, row.inverse_screen.data() + 1, row.values);
+	row.y = y;
+}
+
+const ColorKey::OpacityRow &ColorKey::opacity_row(int y, int width, const uint8_t *captured, WorkerScratch &slot) const
 {
 	OpacityRow &row = slot.rows[size_t(y % 3)];
-	if (row.y != y) {
-		screen_.write_inverse(y, slot.inverse.data());
-		kernels::key_opacity_row(captured, width, channel_, slot.inverse.data() + 1, row.values);
-		row.y = y;
-	}
-	return row.values;
+	if (row.y != y)
+		measure_row(y, width, captured, row);
+	return row;
 }
 
 void ColorKey::write_row(int y, int slot_number, int width, const std::array<const uint8_t *, 3> &captured,
 			 uint8_t *row, uint8_t *matte)
 {
 	WorkerScratch &slot = slots_[size_t(slot_number)];
-	const kernels::KeyRows rows = {opacities(std::max(y - 1, 0), width, captured[0], slot),
-				       opacities(y, width, captured[1], slot),
-				       opacities(std::min(y + 1, height_ - 1), width, captured[2], slot)};
-	screen_.write_inverse(y, slot.inverse.data());
+	const OpacityRow &above = opacity_row(std::max(y - 1, 0), width, captured[0], slot);
+	const OpacityRow &own = opacity_row(y, width, captured[1], slot);
+	const OpacityRow &below = opacity_row(std::min(y + 1, height_ - 1), width, captured[2], slot);
 	const size_t first_group = row_groups_ * size_t(y);
 	const kernels::KeyHistory history = {before_.data() + first_group * kernels::key_group_pixels,
 					     known_.data() + first_group};
-	kernels::key_row(rows, width, ramp_, channel_, slot.inverse.data() + 1, screen_.cells(y), history, row, matte);
+	kernels::key_row({above.values, own.values, below.values}, width, ramp_, channel_,
+			 own.inverse_screen.data() + 1, screen_.cells(y), history, row, matte);
 }
 
 void ColorKey::write_matte_row(int y, int slot_number, int width, const uint8_t *captured, uint8_t *matte)
 {
-	WorkerScratch &slot = slots_[size_t(slot_number)];
-	screen_.write_inverse(y, slot.inverse.data());
-	kernels::key_opacity_row(captured, width, channel_, slot.inverse.data() + 1, slot.matte_row);
-	kernels::key_matte_row(slot.matte_row, width, ramp_, matte);
+	OpacityRow &row = slots_[size_t(slot_number)].matte_row;
+	measure_row(y, width, captured, row);
+	kernels::key_matte_row(row.values, width, ramp_, matte);
 }
 
 } // namespace kalvio::engine

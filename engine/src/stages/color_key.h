@@ -26,30 +26,30 @@ public:
 	void update(const Frame &frame, const ChromaKeySettings &settings, int64_t now_us, Pool &pool);
 
 	// The matte of row `y`, 4 equal bytes per pixel; frees `row` from the screen's light. `captured` are the rows y
-	// - 1, y and y + 1 as they came, in scratch memory; the first and the last one of the frame stand for those
-	// beyond. Each row once per frame, in rising order within one slot.
+	// - 1, y and y + 1 as they came, in scratch memory or of whole vectors; the first and the last one of the frame
+	// stand for those beyond. Each row once per frame, in rising order within one slot.
 	void write_row(int y, int slot, int width, const std::array<const uint8_t *, 3> &captured, uint8_t *row,
 		       uint8_t *matte);
 	// The matte of a row alone, a little noisier. `captured` is in scratch memory or has whole vectors.
 	void write_matte_row(int y, int slot, int width, const uint8_t *captured, uint8_t *matte);
 
 private:
-	// Opacities of the rows around the one that is worked on.
 	struct OpacityRow {
 		int y = -1;
 		kernels::KeyOpacity *values = nullptr;
+		std::vector<int16_t> inverse_screen; // from a cell before the first to one behind the last
 	};
 	struct WorkerScratch {
 		Aligned<kernels::KeyOpacity> values;
-		std::array<OpacityRow, 3> rows; // by y modulo 3
-		kernels::KeyOpacity *matte_row = nullptr;
-		std::vector<int16_t> inverse;
+		std::array<OpacityRow, 3> rows; // around the one that is worked on, by y modulo 3
+		OpacityRow matte_row;
 	};
 
 	void choose_ramp(const ChromaKeySettings &settings);
 	void resize(const Frame &frame, int slots);
 	void restart();
-	const kernels::KeyOpacity *opacities(int y, int width, const uint8_t *captured, WorkerScratch &slot);
+	void measure_row(int y, int width, const uint8_t *captured, OpacityRow &row) const;
+	const OpacityRow &opacity_row(int y, int width, const uint8_t *captured, WorkerScratch &slot) const;
 
 	ScreenField screen_;
 	kernels::KeyChannel channel_ = {};
