@@ -10,6 +10,7 @@
 #include "faces/face_regions.h"
 #include "kit/heap_probe.h"
 #include "look_costs.h"
+#include "pool.h"
 #include "stages/reshape_field.h"
 
 #include <cstdlib>
@@ -60,7 +61,7 @@ public:
 
 	void build(const std::array<float, KL_RESHAPE_COUNT> &amounts)
 	{
-		field_.build(frame_.width, frame_.height, amounts, {&subject_.face, 1});
+		field_.build(frame_.width, frame_.height, amounts, {&subject_.face, 1}, pool_);
 	}
 	void warp()
 	{
@@ -115,6 +116,7 @@ private:
 	std::vector<uint8_t> output_;
 	Frame frame_;
 	std::vector<uint8_t> row_;
+	Pool pool_{1};
 	ReshapeField field_;
 };
 

@@ -363,7 +363,7 @@ void plan_reshape(FramePlan &plan, kl_engine &engine, const Frame &frame, const 
 				     seen.faces, seen.seconds);
 		bodies = {engine.settings.body_reshape, memory.bodies.figures()};
 	}
-	memory.reshape.build(frame.width, frame.height, engine.settings.face_reshape, seen.faces, bodies);
+	memory.reshape.build(frame.width, frame.height, engine.settings.face_reshape, seen.faces, *engine.pool, bodies);
 	plan.reshape = !memory.reshape.regions().empty();
 	if (!plan.reshape || plan.leaves_rows_alone())
 		return;

@@ -395,7 +395,7 @@ TEST_F(BodyReshape, NothingFoldsWithAnySettings)
 			if (trial % 4 == 0)
 				face_amounts = {};
 			ReshapeField &field = engine->memory.reshape;
-			field.build(picture.width, picture.height, face_amounts, faces, bodies);
+			field.build(picture.width, picture.height, face_amounts, faces, *engine->pool, bodies);
 			for (const ReshapeField::Region &region : field.regions()) {
 				const double unit = 65536.0 * region.grid.cell();
 				for (int row = 0; row + 1 < region.grid.rows; ++row) {

@@ -6,6 +6,7 @@
 #include "faces/face_regions.h"
 #include "faces/mirrored_point.h"
 #include "made_face.h"
+#include "pool.h"
 #include "reshape_features.h"
 #include "stages/reshape_moves.h"
 
@@ -153,7 +154,7 @@ protected:
 
 	void build(const Amounts &amounts, std::span<const TrackedFace> faces)
 	{
-		field.build(width, height, amounts, faces);
+		field.build(width, height, amounts, faces, pool);
 	}
 	static Amounts only(int key, float amount)
 	{
@@ -165,6 +166,7 @@ protected:
 	static constexpr int width = 960;
 	static constexpr int height = 540;
 	std::unique_ptr<FacePainter> painter;
+	Pool pool{1};
 	ReshapeField field;
 };
 
@@ -258,6 +260,32 @@ TEST_F(ReshapeFieldTest, NothingFoldsWhateverTheSettings)
 		ASSERT_GT(area, 0.3) << trial;
 	}
 	EXPECT_LT(least, 0.4); // the limit was needed
+}
+
+TEST_F(ReshapeFieldTest, ItIsTheSameWithAnyNumberOfThreads)
+{
+	const TrackedFace faces[] = {made_face(FaceCondition::Yaw, 3, {380, 260}),
+				     made_face(FaceCondition::Base, 4, {560, 280})};
+	Amounts amounts;
+	for (size_t key = 0; key < amounts.size(); ++key)
+		amounts[key] = key % 2 == 0 ? 0.7F : -0.6F;
+	build(amounts, faces);
+	ASSERT_FALSE(field.regions().empty());
+	for (const int threads : {2, 3, 5}) {
+		Pool more(threads);
+		ReshapeField other;
+		other.build(width, height, amounts, faces, more);
+		ASSERT_EQ(other.regions().size(), field.regions().size());
+		for (size_t index = 0; index < field.regions().size(); ++index) {
+			const auto &nodes = field.regions()[index].nodes;
+			EXPECT_TRUE(
+				std::ranges::equal(nodes, other.regions()[index].nodes,
+						   [](const kernels::WarpNode &left, const kernels::WarpNode &right) {
+							   return left.x == right.x && left.y == right.y;
+						   }))
+				<< threads;
+		}
+	}
 }
 
 TEST_F(ReshapeFieldTest, OverlappingFacesAddUpAndDoNotFold)

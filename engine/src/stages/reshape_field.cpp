@@ -3,6 +3,7 @@
 
 #include "faces/face_regions.h"
 #include "faces/mirrored_point.h"
+#include "pool.h"
 #include "stages/reshape_moves.h"
 
 #include <algorithm>
@@ -50,35 +51,28 @@ bool ReshapeField::needs_bodies(const Settings &settings)
 	return std::ranges::any_of(settings.body_reshape, [](float amount) { return amount != 0; });
 }
 
-// One part of a move, as it is to be added to the field.
-struct ReshapeField::Part {
-	Point low; // of the handles' places
-	Point high;
-	float radius = 0; // pixels
-	bool is_affine = false;
-	Point center = {};
-	Point right = {}; // the displacement of a place one pixel to the right of the center
-	Point down = {};  // and of one below it
-};
-
-void ReshapeField::add_part(const Part &part)
+void ReshapeField::add_part(const Part &part, Rows rows)
 {
+	// Of the nodes between two frame coordinates, those in the given rows.
+	const auto rows_between = [&](float from, float to) {
+		const auto [first, end] = nodes_between(from, to, field_.y, field_.cell_shift, field_.rows);
+		return Rows{std::max(first, rows.first), std::min(end, rows.end)};
+	};
 	const auto [first_column, end_column] = nodes_between(part.low.x - part.radius, part.high.x + part.radius,
 							      field_.x, field_.cell_shift, field_.columns);
-	const auto [first_row, end_row] = nodes_between(part.low.y - part.radius, part.high.y + part.radius, field_.y,
-							field_.cell_shift, field_.rows);
+	const auto [first_row, end_row] = rows_between(part.low.y - part.radius, part.high.y + part.radius);
 	for (int row = first_row; row < end_row; ++row) {
 		const auto from = static_cast<ptrdiff_t>(field_.index(first_column, row));
 		const int count = std::max(end_column - first_column, 0);
-		std::fill_n(part_.weights.begin() + from, count, 0.0F);
-		std::fill_n(part_.shares.begin() + from, count, 0.0F);
-		std::fill_n(part_.across.begin() + from, count, 0.0F);
-		std::fill_n(part_.down.begin() + from, count, 0.0F);
+		std::fill_n(sums_.weights.begin() + from, count, 0.0F);
+		std::fill_n(sums_.shares.begin() + from, count, 0.0F);
+		std::fill_n(sums_.across.begin() + from, count, 0.0F);
+		std::fill_n(sums_.down.begin() + from, count, 0.0F);
 	}
 	const float per_radius = 1 / part.radius;
-	for (const Handle &handle : part_.handles) {
-		const auto [top, bottom] = nodes_between(handle.place.y - part.radius, handle.place.y + part.radius,
-							 field_.y, field_.cell_shift, field_.rows);
+	for (size_t number = part.first_handle; number < part.end_handle; ++number) {
+		const Handle &handle = handles_[number];
+		const auto [top, bottom] = rows_between(handle.place.y - part.radius, handle.place.y + part.radius);
 		for (int row = top; row < bottom; ++row) {
 			const float dy = (field_.node_y(row) - handle.place.y) * per_radius;
 			const float half = std::sqrt(std::max(1 - dy * dy, 0.0F)) * part.radius;
@@ -88,26 +82,26 @@ void ReshapeField::add_part(const Part &part)
 				const float dx = (field_.node_x(column) - handle.place.x) * per_radius;
 				const float weight = wendland(std::min(std::sqrt(dx * dx + dy * dy), 1.0F));
 				const size_t index = field_.index(column, row);
-				part_.weights[index] += weight;
-				part_.shares[index] += weight * handle.share;
-				part_.across[index] += weight * handle.shift.x;
-				part_.down[index] += weight * handle.shift.y;
+				sums_.weights[index] += weight;
+				sums_.shares[index] += weight * handle.share;
+				sums_.across[index] += weight * handle.shift.x;
+				sums_.down[index] += weight * handle.shift.y;
 			}
 		}
 	}
 	for (int row = first_row; row < end_row; ++row) {
 		for (int column = first_column; column < end_column; ++column) {
 			const size_t index = field_.index(column, row);
-			const float weight = part_.weights[index];
+			const float weight = sums_.weights[index];
 			if (weight <= 0)
 				continue;
 			const float follow = reach(weight) / weight;
-			field_.across[index] += follow * part_.across[index];
-			field_.down[index] += follow * part_.down[index];
+			field_.across[index] += follow * sums_.across[index];
+			field_.down[index] += follow * sums_.down[index];
 			if (!part.is_affine)
 				continue;
 			const Point offset = Point{field_.node_x(column), field_.node_y(row)} - part.center;
-			const float share = follow * part_.shares[index];
+			const float share = follow * sums_.shares[index];
 			field_.across[index] += share * (part.right.x * offset.x + part.down.x * offset.y);
 			field_.down[index] += share * (part.right.y * offset.x + part.down.y * offset.y);
 		}
@@ -115,14 +109,15 @@ void ReshapeField::add_part(const Part &part)
 }
 
 // The squared distance of each node from the oval: 0 within it, `band` squared where it is farther away than that.
-void ReshapeField::measure_distances(const PlacedField &placed, float band)
+void ReshapeField::measure_distances(const PlacedField &placed, float band, Rows rows)
 {
 	const FacePoints &points = placed.face->points;
 	constexpr size_t count = std::size(regions::oval);
 	const auto corner = [&](size_t index) {
 		return points[size_t(regions::oval[index % count])].flat();
 	};
-	std::fill(distances_.begin(), distances_.end(), band * band);
+	std::fill(distances_.begin() + static_cast<ptrdiff_t>(field_.index(0, rows.first)),
+		  distances_.begin() + static_cast<ptrdiff_t>(field_.index(0, rows.end)), band * band);
 	for (size_t index = 0; index < count; ++index) {
 		const Point from = corner(index);
 		const Point along = corner(index + 1) - from;
@@ -135,7 +130,7 @@ void ReshapeField::measure_distances(const PlacedField &placed, float band)
 		const auto [first_row, end_row] =
 			nodes_between(std::min(from.y, to.y) - band, std::max(from.y, to.y) + band, field_.y,
 				      field_.cell_shift, field_.rows);
-		for (int row = first_row; row < end_row; ++row) {
+		for (int row = std::max(first_row, rows.first); row < std::min(end_row, rows.end); ++row) {
 			for (int column = first_column; column < end_column; ++column) {
 				const Point offset = Point{field_.node_x(column), field_.node_y(row)} - from;
 				const float part =
@@ -147,7 +142,7 @@ void ReshapeField::measure_distances(const PlacedField &placed, float band)
 		}
 	}
 	// Within: by the even-odd rule.
-	for (int row = 0; row < field_.rows; ++row) {
+	for (int row = rows.first; row < rows.end; ++row) {
 		const float y = field_.node_y(row);
 		std::array<float, count> crossings;
 		size_t crossed = 0;
@@ -167,15 +162,15 @@ void ReshapeField::measure_distances(const PlacedField &placed, float band)
 	}
 }
 
-void ReshapeField::fade_outside(const PlacedField &placed, int width, int height)
+void ReshapeField::fade_outside(const PlacedField &placed, int width, int height, Rows rows)
 {
 	const float band = face_band_in_sizes * placed.size;
-	measure_distances(placed, band);
+	measure_distances(placed, band, rows);
 	const auto from_edge = [band](float place, int size) {
 		const float inset = std::min(place - 0.5F, static_cast<float>(size) - 0.5F - place);
 		return std::clamp(inset / band, 0.0F, 1.0F);
 	};
-	for (int row = 0; row < field_.rows; ++row) {
+	for (int row = rows.first; row < rows.end; ++row) {
 		const float edge_y = from_edge(field_.node_y(row), height);
 		for (int column = 0; column < field_.columns; ++column) {
 			const size_t index = field_.index(column, row);
@@ -187,69 +182,86 @@ void ReshapeField::fade_outside(const PlacedField &placed, int width, int height
 	}
 }
 
+// -1: the left side alone, 1: the right one, 0: both as one part.
+void ReshapeField::collect_side(const PlacedField &placed, const ReshapeMove &move, float amount, int side)
+{
+	const FacePoints &points = placed.face->points;
+	const auto in_face = [&](float x, float y) {
+		return placed.right * x + placed.down * y;
+	};
+	float shares = 0;
+	constexpr float far = std::numeric_limits<float>::max();
+	Part part = {};
+	part.first_handle = handles_.size();
+	part.low = {far, far};
+	part.high = {-far, -far};
+	part.radius = move.radius * placed.size;
+	const auto add_point = [&](int point, int other, float outwards, float share) {
+		const Point place = points[size_t(point)].flat();
+		const Point opposite = points[size_t(other)].flat();
+		const Point shift = in_face(move.shift.x * outwards * placed.width, move.shift.y * placed.size) +
+				    (opposite - place) * (0.5F * move.to_middle);
+		handles_.push_back({place, shift * (share * amount), share});
+		part.center = part.center + place * std::abs(share);
+		shares += std::abs(share);
+		part.low = {std::min(part.low.x, place.x), std::min(part.low.y, place.y)};
+		part.high = {std::max(part.high.x, place.x), std::max(part.high.y, place.y)};
+	};
+	for (const MovedPoint &moved : move.points) {
+		const int other = mirrored_point(moved.point);
+		if (other == moved.point)
+			add_point(other, other, 0, moved.share);
+		else if (side <= 0)
+			add_point(moved.point, other, -1, moved.share);
+		if (other != moved.point && side >= 0)
+			add_point(other, moved.point, 1, moved.share);
+	}
+	part.end_handle = handles_.size();
+	part.center = part.center * (1 / shares);
+	const float turn = move.turn * amount * static_cast<float>(-side);
+	part.is_affine = move.scale.x != 0 || move.scale.y != 0 || turn != 0;
+	// In the face's axes {scale x, -turn; turn, scale y}.
+	const Point along = in_face(move.scale.x * amount, turn);
+	const Point away = in_face(-turn, move.scale.y * amount);
+	part.right = along * placed.right.x + away * placed.down.x;
+	part.down = along * placed.right.y + away * placed.down.y;
+	parts_.push_back(part);
+}
+
+void ReshapeField::collect_parts(const PlacedField &placed, const std::array<float, KL_RESHAPE_COUNT> &amounts)
+{
+	handles_.clear();
+	parts_.clear();
+	for (const ReshapeMove &move : reshape_moves()) {
+		const float amount = shown_amount(move, *placed.face, amounts);
+		if (amount == 0)
+			continue;
+		if (move.sides == MoveSides::Each) {
+			collect_side(placed, move, amount, -1);
+			collect_side(placed, move, amount, 1);
+		} else {
+			collect_side(placed, move, amount, 0);
+		}
+	}
+}
+
 void ReshapeField::add_face(const PlacedField &placed, const std::array<float, KL_RESHAPE_COUNT> &amounts, int width,
-			    int height, DisplacementGrid &grid)
+			    int height, Pool &pool, DisplacementGrid &grid)
 {
 	const int cell = 1 << grid.cell_shift;
 	const int columns = (placed.box.right - placed.box.left + cell - 1) / cell + 1;
 	const int rows = (placed.box.bottom - placed.box.top + cell - 1) / cell + 1;
 	field_.reset(placed.box.left, placed.box.top, grid.cell_shift, columns, rows);
-	for (std::vector<float> *plane : {&part_.weights, &part_.shares, &part_.across, &part_.down, &distances_})
+	for (std::vector<float> *plane : {&sums_.weights, &sums_.shares, &sums_.across, &sums_.down, &distances_})
 		plane->resize(size_t(columns) * size_t(rows));
-
-	const FacePoints &points = placed.face->points;
-	const auto in_face = [&](float x, float y) {
-		return placed.right * x + placed.down * y;
-	};
-	for (const ReshapeMove &move : reshape_moves()) {
-		const float amount = shown_amount(move, *placed.face, amounts);
-		if (amount == 0)
-			continue;
-		// -1: the left side alone, 1: the right one, 0: both as one part.
-		const auto add_side = [&](int side) {
-			part_.handles.clear();
-			float shares = 0;
-			constexpr float far = std::numeric_limits<float>::max();
-			Part part = {.low = {far, far}, .high = {-far, -far}, .radius = move.radius * placed.size};
-			const auto add_point = [&](int point, int other, float outwards, float share) {
-				const Point place = points[size_t(point)].flat();
-				const Point opposite = points[size_t(other)].flat();
-				const Point shift =
-					in_face(move.shift.x * outwards * placed.width, move.shift.y * placed.size) +
-					(opposite - place) * (0.5F * move.to_middle);
-				part_.handles.push_back({place, shift * (share * amount), share});
-				part.center = part.center + place * std::abs(share);
-				shares += std::abs(share);
-				part.low = {std::min(part.low.x, place.x), std::min(part.low.y, place.y)};
-				part.high = {std::max(part.high.x, place.x), std::max(part.high.y, place.y)};
-			};
-			for (const MovedPoint &moved : move.points) {
-				const int other = mirrored_point(moved.point);
-				if (other == moved.point)
-					add_point(other, other, 0, moved.share);
-				else if (side <= 0)
-					add_point(moved.point, other, -1, moved.share);
-				if (other != moved.point && side >= 0)
-					add_point(other, moved.point, 1, moved.share);
-			}
-			part.center = part.center * (1 / shares);
-			const float turn = move.turn * amount * static_cast<float>(-side);
-			part.is_affine = move.scale.x != 0 || move.scale.y != 0 || turn != 0;
-			// In the face's axes {scale x, -turn; turn, scale y}.
-			const Point along = in_face(move.scale.x * amount, turn);
-			const Point away = in_face(-turn, move.scale.y * amount);
-			part.right = along * placed.right.x + away * placed.down.x;
-			part.down = along * placed.right.y + away * placed.down.y;
-			add_part(part);
-		};
-		if (move.sides == MoveSides::Each) {
-			add_side(-1);
-			add_side(1);
-		} else {
-			add_side(0);
-		}
-	}
-	fade_outside(placed, width, height);
+	collect_parts(placed, amounts);
+	constexpr int rows_per_band = 8;
+	pool.run((rows + rows_per_band - 1) / rows_per_band, [&](int band, int /*slot*/) {
+		const Rows own = {band * rows_per_band, std::min((band + 1) * rows_per_band, rows)};
+		for (const Part &part : parts_)
+			add_part(part, own);
+		fade_outside(placed, width, height, own);
+	});
 	const float share = unfolded_share(field_, least_area);
 	const int first_column = (field_.x - grid.x) >> grid.cell_shift;
 	const int first_row = (field_.y - grid.y) >> grid.cell_shift;
@@ -298,7 +310,7 @@ void ReshapeField::finish(Region &region)
 }
 
 void ReshapeField::build(int width, int height, const std::array<float, KL_RESHAPE_COUNT> &amounts,
-			 std::span<const TrackedFace> faces, const BodyRequest &bodies)
+			 std::span<const TrackedFace> faces, Pool &pool, const BodyRequest &bodies)
 {
 	std::array<PlacedField, max_tracked_faces> places;
 	const int count = place_fields(width, height, amounts, faces, bodies, places);
@@ -323,7 +335,7 @@ void ReshapeField::build(int width, int height, const std::array<float, KL_RESHA
 			if (one.region != index)
 				continue;
 			if (one.face != nullptr)
-				add_face(one, amounts, width, height, region.grid);
+				add_face(one, amounts, width, height, pool, region.grid);
 			if (one.figure != nullptr)
 				add_body_moves(*one.figure, bodies.amounts, width, height, region.grid);
 		}

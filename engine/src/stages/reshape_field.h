@@ -15,6 +15,9 @@
 
 namespace kalvio::engine {
 
+class Pool;
+struct ReshapeMove;
+
 // Where each output pixel is read so that faces and bodies take the shape that the settings ask for. What is done to a
 // body stands in body_moves.h and is added to the field of its face. Each face has one smooth
 // displacement field, the sum of what its settings do. A setting's part of it follows the moved points: around each
@@ -35,9 +38,10 @@ public:
 	static constexpr float least_area = 0.32F;
 
 	// Takes in the faces and figures of the next frame of this size. A figure without its face among `faces` is
-	// left alone. Takes memory only for more or larger fields than ever before.
+	// left alone. Takes memory only for more or larger fields than ever before. The same field with any number of
+	// threads.
 	void build(int width, int height, const std::array<float, KL_RESHAPE_COUNT> &amounts,
-		   std::span<const TrackedFace> faces, const BodyRequest &bodies = {});
+		   std::span<const TrackedFace> faces, Pool &pool, const BodyRequest &bodies = {});
 
 	// A rectangle of cells in which pixels are displaced. No two of them overlap. The last cells may reach beyond
 	// the frame, by less than a cell.
@@ -73,10 +77,32 @@ private:
 		float share; // of what moves the part as a whole
 	};
 
+	// One part of a move, as it is to be added to the field.
+	struct Part {
+		size_t first_handle;
+		size_t end_handle;
+		Point low; // of the handles' places
+		Point high;
+		float radius; // pixels
+		bool is_affine;
+		Point center;
+		Point right; // the displacement of a place one pixel to the right of the center
+		Point down;  // and of one below it
+	};
+	// Rows of the field's nodes.
+	struct Rows {
+		int first;
+		int end;
+	};
+
 	void add_face(const PlacedField &placed, const std::array<float, KL_RESHAPE_COUNT> &amounts, int width,
-		      int height, DisplacementGrid &grid);
-	void fade_outside(const PlacedField &placed, int width, int height);
-	void measure_distances(const PlacedField &placed, float band);
+		      int height, Pool &pool, DisplacementGrid &grid);
+	void collect_parts(const PlacedField &placed, const std::array<float, KL_RESHAPE_COUNT> &amounts);
+	void collect_side(const PlacedField &placed, const ReshapeMove &move, float amount, int side);
+	// Each of these changes the given rows alone.
+	void add_part(const Part &part, Rows rows);
+	void measure_distances(const PlacedField &placed, float band, Rows rows);
+	void fade_outside(const PlacedField &placed, int width, int height, Rows rows);
 	static void finish(Region &region);
 
 	std::array<Region, max_tracked_faces> regions_;
@@ -85,16 +111,14 @@ private:
 	// Scratch of one face.
 	DisplacementGrid field_;
 	std::vector<float> distances_; // squared, from the oval; 0 within
-	struct PartScratch {
-		std::vector<Handle> handles;
+	std::vector<Handle> handles_;  // of all parts
+	std::vector<Part> parts_;
+	struct PartSums {
 		std::vector<float> weights;
 		std::vector<float> shares;
 		std::vector<float> across;
 		std::vector<float> down;
-	} part_;
-
-	struct Part;
-	void add_part(const Part &part);
+	} sums_;
 };
 
 } // namespace kalvio::engine
