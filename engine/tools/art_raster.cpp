@@ -62,11 +62,18 @@ void box_line(float *line, int count, size_t step, int radius, std::vector<float
 	}
 }
 
+constexpr int blur_passes = 3;
+
+// Three boxes of this radius have the variance (2 r + 1)^2 - 1 over 4.
+int blur_radius(double sigma)
+{
+	return std::max(1, static_cast<int>(std::lround((std::sqrt(4 * sigma * sigma + 1) - 1) / 2)));
+}
+
 } // namespace
 
-std::vector<float> cover(const std::vector<Polygon> &polygons, int width, int height)
+Coverage cover(const std::vector<Polygon> &polygons, int width, int height)
 {
-	std::vector<float> coverage(size_t(width) * size_t(height));
 	double top = height;
 	double bottom = 0;
 	for (const Polygon &polygon : polygons) {
@@ -76,9 +83,10 @@ std::vector<float> cover(const std::vector<Polygon> &polygons, int width, int he
 		}
 	}
 	const int first = std::max(0, static_cast<int>(top));
-	const int end = std::min(height, static_cast<int>(std::ceil(bottom)));
+	const int end = std::max(first, std::min(height, static_cast<int>(std::ceil(bottom))));
+	Coverage coverage = {first, std::vector<float>(size_t(end - first) * size_t(width))};
 	for (int line = first * lines_per_pixel; line < end * lines_per_pixel; ++line) {
-		float *row = coverage.data() + size_t(line / lines_per_pixel) * size_t(width);
+		float *row = coverage.values.data() + size_t(line / lines_per_pixel - first) * size_t(width);
 		int winding = 0;
 		double start = 0;
 		for (const Crossing &crossing : crossings_at(polygons, (line + 0.5) / lines_per_pixel)) {
@@ -89,18 +97,17 @@ std::vector<float> cover(const std::vector<Polygon> &polygons, int width, int he
 				add_span(row, width, start, crossing.x);
 		}
 	}
-	for (float &value : coverage)
+	for (float &value : coverage.values)
 		value = std::min(value, 1.0F);
 	return coverage;
 }
 
 void blur_plane(std::vector<float> &values, int width, int height, int channels, double sigma)
 {
-	// Three boxes of this radius have the variance (2 r + 1)^2 - 1 over 4.
-	const int radius = std::max(1, static_cast<int>(std::lround((std::sqrt(4 * sigma * sigma + 1) - 1) / 2)));
+	const int radius = blur_radius(sigma);
 	const size_t row = size_t(width) * size_t(channels);
 	std::vector<float> copy;
-	for (int pass = 0; pass < 3; ++pass) {
+	for (int pass = 0; pass < blur_passes; ++pass) {
 		for (int channel = 0; channel < channels; ++channel) {
 			float *plane = values.data() + channel;
 			for (int y = 0; y < height; ++y)
@@ -109,6 +116,11 @@ void blur_plane(std::vector<float> &values, int width, int height, int channels,
 				box_line(plane + x * channels, height, row, radius, copy);
 		}
 	}
+}
+
+int blur_reach(double sigma)
+{
+	return blur_passes * blur_radius(sigma);
 }
 
 } // namespace kalvio::engine

@@ -19,8 +19,9 @@ void make_sticker(const std::filesystem::path &output, const nlohmann::json &def
 {
 	const std::string text = definition.at("manifest").dump(2) + "\n";
 	std::vector<BundleFile> files = {{"manifest.json", Bytes(text.begin(), text.end())}};
-	for (const auto &[name, drawing] : definition.at("sprites").items())
-		files.push_back({name, encode_png(draw_art(drawing))});
+	const nlohmann::json &sprites = definition.at("sprites");
+	for (const auto &sprite : sprites.items())
+		files.push_back({sprite.key(), encode_png(draw_art(art_of(sprites, sprite.key())))});
 	write_bundle(output, std::move(files));
 }
 
