@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "art.h"
+#include "effect_lists.h"
+#include "stages/sticker_bundle.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -234,6 +236,32 @@ TEST(Art, APictureIsLikeAnother)
 	EXPECT_EQ(b["height"], 6);
 	EXPECT_EQ(b["colors"], json::parse(R"({"x": "#ff0000", "y": "#0000ff"})"));
 	EXPECT_TRUE(b["shapes"].is_array());
+}
+
+// A shadow or a blurred drawing that its picture cuts off shows as a straight edge on the frame.
+TEST(Art, NoShippedStickerIsCutOff)
+{
+	int sprites = 0;
+	for (const effects::Sticker &row : effects::stickers) {
+		if (std::string(row.kind) == "3d")
+			continue;
+		Sticker sticker;
+		const std::string path = std::string(KALVIO_DATA_DIR) + "/stickers/" + row.kind + "/" + row.id + ".kld";
+		ASSERT_TRUE(load_sticker(path.c_str(), sticker));
+		for (const Sprite &sprite : sticker.sprites) {
+			++sprites;
+			const Image &image = sprite.level(1);
+			int highest = 0;
+			for (int x = 0; x < image.width; ++x)
+				highest = std::max(
+					{highest, alpha_at(image, x, 0), alpha_at(image, x, image.height - 1)});
+			for (int y = 0; y < image.height; ++y)
+				highest =
+					std::max({highest, alpha_at(image, 0, y), alpha_at(image, image.width - 1, y)});
+			EXPECT_LE(highest, 12) << row.id;
+		}
+	}
+	EXPECT_GT(sprites, 20);
 }
 
 } // namespace
