@@ -51,6 +51,7 @@ void fill_data_folder(const ScratchFolder &folder)
 		if (entry.id != std::string_view(missing_sticker))
 			folder.write(std::string(sticker_folder(entry.kind)) + entry.id + ".kld");
 	}
+	write_picture(folder, std::string("previews/stickers/") + sticker_with_picture + ".jpg", Qt::darkCyan);
 	int hue = 0;
 	for (const BackgroundPreset &preset : background_presets) {
 		const std::string name = std::string("backgrounds/") + preset.id + ".jpg";

@@ -66,6 +66,8 @@ enum Page { SkinPage, ReshapePage, MakeupPage, FilterPage, StickerPage, BodyPage
 // The data folder of all worlds of the process, which look their effects up once: every effect but the missing ones.
 inline constexpr const char *missing_filter = "plain";
 inline constexpr const char *missing_sticker = "fox";
+// The only one whose picture the data folder of the tests has.
+inline constexpr const char *sticker_with_picture = "kiss2";
 inline constexpr const char *missing_picture = "abstract"; // a preset without a picture that can be read
 const std::string &data_folder();
 

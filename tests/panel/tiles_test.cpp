@@ -72,7 +72,7 @@ TEST_F(TilesTest, AFilterTileShowsWhatTheFilterDoes_WhereThatPictureExists)
 	SmoothButton plain;
 	set_tile_caption(plain, QStringLiteral("Rose"));
 	EXPECT_EQ(plain.accessibleName(), QStringLiteral("Rose"));
-	std::filesystem::remove_all(data_folder() + "/previews");
+	std::filesystem::remove_all(data_folder() + "/previews/filters");
 }
 
 TEST_F(TilesTest, StickerPageListsWhatExistsByKind)
@@ -88,6 +88,20 @@ TEST_F(TilesTest, StickerPageListsWhatExistsByKind)
 	EXPECT_EQ(ids(StickerPage, "sid"), expected);
 }
 
+TEST_F(TilesTest, AStickerTileShowsTheSticker_WhereThatPictureExists)
+{
+	world.open_panel();
+	for (const StickerEntry &entry : sticker_catalog) {
+		if (entry.id == std::string_view(missing_sticker))
+			continue;
+		const bool has_picture = entry.id == std::string_view(sticker_with_picture);
+		const QAbstractButton *button = tile(StickerPage, "sid", entry.id);
+		EXPECT_EQ(qobject_cast<const PictureTile *>(button) != nullptr, has_picture) << entry.id;
+		EXPECT_EQ(button->icon().isNull(), !has_picture) << entry.id;
+		EXPECT_FALSE(button->accessibleName().isEmpty()) << entry.id;
+	}
+}
+
 TEST_F(TilesTest, AnimatedStickersCarryATag)
 {
 	world.open_panel();
@@ -95,7 +109,7 @@ TEST_F(TilesTest, AnimatedStickersCarryATag)
 		if (entry.id == std::string_view(missing_sticker))
 			continue;
 		const QAbstractButton *button = tile(StickerPage, "sid", entry.id);
-		const auto tags = button->parentWidget()->findChildren<QLabel *>();
+		const auto tags = button->parentWidget()->findChildren<QLabel *>(QString(), Qt::FindDirectChildrenOnly);
 		EXPECT_EQ(tags.size(), entry.animated) << entry.id;
 	}
 }

@@ -2,6 +2,7 @@
 #include "panel/model/panel_model.h"
 #include "panel/pages/pages.h"
 #include "panel/widgets/form_builder.h"
+#include "panel/widgets/picture_tile.h"
 #include "panel/widgets/tiles.h"
 #include "params/effect_catalog.h"
 
@@ -30,7 +31,10 @@ std::vector<Tile> existing_stickers(StickerKind kind)
 	std::vector<Tile> found;
 	for (const StickerEntry &entry : sticker_catalog) {
 		if (entry.kind == kind && !sticker_resource_path(entry).empty())
-			found.push_back({entry.id, std::string("sticker.") + entry.id, entry.animated != 0});
+			found.push_back({.id = entry.id,
+					 .label_key = std::string("sticker.") + entry.id,
+					 .is_animated = entry.animated != 0,
+					 .picture = preview_path("stickers/" + std::string(entry.id) + ".jpg")});
 	}
 	return found;
 }
@@ -67,7 +71,7 @@ void build_sticker_tab(FormBuilder &form, QVBoxLayout *page)
 				       }});
 	page->addWidget(card.frame);
 	TileGroup tiles(form, card.body, "sid");
-	tiles.add_grid(card.body, {{"", "sticker.none"}});
+	tiles.add_grid(card.body, {{.id = "", .label_key = "sticker.none", .picture = preview_path("original.jpg")}});
 	for (size_t i = 0; i < std::size(groups); ++i) {
 		// A heading over nothing would only puzzle.
 		if (sticker_tiles()[i].empty())
