@@ -50,7 +50,11 @@ protected:
 	}
 
 	// At once: the application that the test's own process has is not the child's to end, nor are its fonts.
-	[[noreturn]] static void leave_with(bool is_well) { std::_Exit(is_well ? all_well : 1); }
+	[[noreturn]] static void leave_with(bool is_well)
+	{
+		remove_data_folder();
+		std::_Exit(is_well ? all_well : 1);
+	}
 };
 
 TEST_P(DataFaults, ThePanelUsesTheFileThatIsThere)

@@ -11,6 +11,7 @@
 
 #include <QApplication>
 #include <QColor>
+#include <QFontDatabase>
 #include <QImage>
 #include <QScrollArea>
 #include <QStackedWidget>
@@ -73,6 +74,13 @@ void fill_data_folder(const ScratchFolder &folder)
 
 bool is_built_data_used = false;
 
+// Never destroyed by the process itself before its end: what it holds is looked up until then.
+const ScratchFolder &own_data_folder()
+{
+	static const ScratchFolder folder;
+	return folder;
+}
+
 } // namespace
 
 const std::string &data_folder()
@@ -80,13 +88,18 @@ const std::string &data_folder()
 	static const std::string built = KALVIO_BUILT_DATA_DIR;
 	if (is_built_data_used)
 		return built;
-	// Never destroyed by the process itself: what it holds is looked up to its end.
-	static const ScratchFolder folder;
 	static const std::string path = [] {
-		fill_data_folder(folder);
-		return folder.path().generic_string();
+		fill_data_folder(own_data_folder());
+		return own_data_folder().path().generic_string();
 	}();
 	return path;
+}
+
+void remove_data_folder()
+{
+	QFontDatabase::removeAllApplicationFonts(); // Windows does not remove a file that is open
+	std::error_code ignored;
+	std::filesystem::remove_all(own_data_folder().path(), ignored);
 }
 
 void use_built_data()

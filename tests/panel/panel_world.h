@@ -70,6 +70,8 @@ inline constexpr const char *missing_sticker = "fox";
 inline constexpr const char *sticker_with_picture = "kiss2";
 inline constexpr const char *missing_picture = "abstract"; // a preset without a picture that can be read
 const std::string &data_folder();
+// For a process that ends without its destructors.
+void remove_data_folder();
 
 // The data that the build made, in place of that folder. Before the first world.
 void use_built_data();
