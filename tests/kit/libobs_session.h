@@ -46,7 +46,7 @@ public:
 	// Null when the options say not to open it.
 	obs_module_t *module() const { return module_; }
 
-	// The folder under which libobs keeps what modules store.
+	// The folder under which libobs keeps what modules store; also the folder for temporary files meanwhile.
 	const std::filesystem::path &config_folder() const { return config_.path(); }
 
 	// A module that comes with OBS, by its name ("image-source").
@@ -55,6 +55,7 @@ public:
 private:
 	std::shared_ptr<void> display_; // our own connection to the X server
 	ScratchFolder config_;
+	ScopedEnvironment temporary_folder_{"TMPDIR", config_.path().string()};
 	obs_module_t *module_ = nullptr;
 };
 
