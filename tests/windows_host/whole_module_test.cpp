@@ -6,19 +6,24 @@
 #include "kit/host_double.h"
 #include "kit/log_capture.h"
 #include "kit/scratch.h"
+#include "kit/windows_faults.h"
 #include "module_library.h"
 #include "user_events.h"
 
 #include <QApplication>
 #include <QComboBox>
+#include <QPushButton>
 #include <QSlider>
 #include <QTimer>
 #include <QTimerEvent>
+#include <chrono>
 #include <gtest/gtest.h>
 #include <map>
 #include <obs-module.h>
 #include <obs.hpp>
 #include <optional>
+#include <thread>
+#include <vector>
 
 namespace kalvio::test {
 namespace {
@@ -165,6 +170,93 @@ protected:
 	std::optional<FakeSource> filter_;
 	AllocationCheck allocations_;
 };
+
+// Calls of Windows that fail, made by the module's file.
+class WholeModuleFaults : public WholeModule {
+protected:
+	WholeModuleFaults()
+	{
+		module();
+		watch_windows_calls_of(L"obs-kalvio.dll");
+		reset_windows_faults();
+	}
+	~WholeModuleFaults() override { reset_windows_faults(); }
+
+	// What the module has reported, more than what is not worth a warning.
+	std::vector<LogLine> complaints() const
+	{
+		std::vector<LogLine> lines = log_.product_lines();
+		std::erase_if(lines, [](const LogLine &line) { return line.level > LOG_WARNING; });
+		return lines;
+	}
+
+	bool shows_the_effect()
+	{
+		const Picture shown = render();
+		return !shown.rgba.empty() && shown.at(32, 18)[1] > camera_->picture.at(32, 18)[1] + 5;
+	}
+};
+
+// First in this program: the module asks at its first start, and again after six hours.
+TEST_F(WholeModuleFaults, ACheckForUpdatesThatCannotBeginIsOneLine)
+{
+	make_windows_fail("WinHttpOpen");
+	start();
+	add_filter();
+	choose("whitening", 1.0);
+	const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+	while (complaints().empty() && std::chrono::steady_clock::now() < give_up)
+		std::this_thread::yield();
+	poll();
+	EXPECT_EQ(complaints(), std::vector<LogLine>({{LOG_WARNING, "[Kalvio] update check failed (0)"}}));
+	EXPECT_EQ(windows_calls("WinHttpOpen"), 1);
+	EXPECT_EQ(open_web_handles(), 0);
+	EXPECT_TRUE(shows_the_effect());
+	quit();
+}
+
+// The host names no data folder that is there, so the module looks beside its own file.
+TEST_F(WholeModuleFaults, AnUnknownFolderOfItsOwnShowsTheSourceUntilItIsKnown)
+{
+	const LogLine missing{LOG_ERROR, "[Kalvio] resource.kld not found"};
+	const LogLine passthrough{LOG_WARNING, "[Kalvio] filter created without engine (passthrough)"};
+	for (const char *function : {"GetModuleHandleExA", "WideCharToMultiByte"}) {
+		start();
+		host_double().set_data_folder(scratch_.file("nothing"));
+		log_.clear();
+		make_windows_fail(function);
+		add_filter();
+		choose("whitening", 1.0);
+		EXPECT_EQ(render(), camera_->picture);
+		EXPECT_EQ(render(), camera_->picture);
+		EXPECT_EQ(obs_data_get_double(filter_->settings, "whitening"), 1.0);
+		// At its creation, at the update, and at both frames.
+		EXPECT_EQ(complaints(), std::vector<LogLine>({missing, passthrough, missing, missing, missing}));
+
+		log_.clear();
+		make_windows_fail(function, 1);
+		EXPECT_EQ(render(), camera_->picture);
+		EXPECT_TRUE(shows_the_effect()) << function;
+		EXPECT_EQ(complaints(), std::vector<LogLine>({missing}));
+		quit();
+	}
+}
+
+TEST_F(WholeModuleFaults, APageThatTheShellDoesNotOpenChangesNothing)
+{
+	start();
+	add_filter();
+	choose("whitening", 1.0);
+	log_.clear();
+	constexpr WindowsResult no_browser = 31;
+	make_windows_fail("ShellExecuteW", every_time, 0, no_browser);
+	for (auto *link : panel().findChildren<QPushButton *>(QStringLiteral("link")))
+		link->click();
+	EXPECT_EQ(windows_calls("ShellExecuteW"), 2); // the web site and the guide
+	EXPECT_EQ(log_.product_lines(), std::vector<LogLine>());
+	EXPECT_TRUE(shows_the_effect());
+	quit();
+}
 
 TEST_F(WholeModule, LoadsWithTheEngineBesideIt)
 {
