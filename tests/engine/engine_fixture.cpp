@@ -108,6 +108,14 @@ EngineTest::EngineTest() : log_path(scratch.path("engine.log"))
 	engine = create();
 }
 
+// Windows does not remove a file that is open.
+EngineTest::~EngineTest()
+{
+	engine.reset();
+	const kl_log_config none = {};
+	kl_set_log_config(&none);
+}
+
 EnginePointer EngineTest::create()
 {
 	const kl_engine_config config = {0, 0, nullptr, KALVIO_DATA_DIR "/resource.kld", "org.test.engine", 0};

@@ -62,6 +62,7 @@ bool contains(const std::string &text, const std::string &part);
 class EngineTest : public ::testing::Test {
 protected:
 	EngineTest();
+	~EngineTest() override;
 
 	// An engine whose clock stands still until `pass` moves it.
 	EnginePointer create();

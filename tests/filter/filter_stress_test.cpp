@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <kalvio_engine.h>
 #include <obs.hpp>
 #include <thread>
 
@@ -66,6 +67,12 @@ protected:
 		call_journal().set_enabled(false); // it would grow for as long as the test runs
 		host_double().set_data_folder(KALVIO_TEST_DATA_FOLDER);
 		set_temporary_folder(scratch_.path().generic_string() + "/");
+	}
+	// Windows does not remove a file that is open.
+	~FilterStress() override
+	{
+		const kl_log_config none = {};
+		kl_set_log_config(&none);
 	}
 
 	// Frames of one filter, at two sizes by turns. Every frame shows something of the camera's size, or nothing

@@ -80,6 +80,11 @@ TEST(ModuleFolder, IsUnknown_WhenItsPathIsTooLong)
 	const std::filesystem::path deep = LR"(\\?\)" + scratch.path().wstring() + L"\\" + std::wstring(120, L'a') +
 					   L"\\" + std::wstring(120, L'b') + L"\\" + std::wstring(120, L'c');
 	EXPECT_EQ(folder_told_by_a_module_in(deep), "");
+
+	// One by one: not every library looks into a folder that lies so deep.
+	EXPECT_TRUE(std::filesystem::remove(deep / "probe.dll"));
+	EXPECT_TRUE(std::filesystem::remove(deep));
+	EXPECT_TRUE(std::filesystem::remove(deep.parent_path()));
 }
 
 TEST(ModuleFolder, IsThatOfTheCallerNotOfTheProgram)
