@@ -48,6 +48,19 @@ TEST_F(WindowsFaults, AFolderWhoseNameCannotBeConvertedIsUnknown)
 	}
 }
 
+// As a path is, an address is converted in two calls.
+TEST_F(WindowsFaults, AnAddressThatCannotBeConvertedIsNotOpened)
+{
+	for (const int passed : {0, 1}) {
+		for (const int times : {1, every_time}) {
+			make_windows_fail("MultiByteToWideChar", times, passed);
+			EXPECT_FALSE(open()) << passed;
+		}
+	}
+	EXPECT_EQ(windows_calls("MultiByteToWideChar"), 6);
+	EXPECT_EQ(windows_calls("ShellExecuteW"), 0);
+}
+
 // Without memory, without a file, refused, without a browser, and the greatest of the numbers that mean a failure.
 TEST_F(WindowsFaults, AnAddressThatTheShellRefusesIsNotOpenedAndNotTriedAgain)
 {
