@@ -2,6 +2,8 @@
 #include "made_face.h"
 
 #include <algorithm>
+#include <cmath>
+#include <numbers>
 
 namespace kalvio::engine::testing {
 
@@ -123,6 +125,45 @@ FaceRecipe make_recipe(FaceCondition condition, uint32_t seed)
 		recipe.camera.blur_pixels = random.uniform(2, 3);
 		break;
 	}
+	return recipe;
+}
+
+FaceRecipe moving_head(int tone, float turn, int width, int height)
+{
+	struct Person {
+		uint32_t seed;
+		size_t skin;
+		size_t hair;
+		size_t iris;
+		bool long_hair;
+	};
+	constexpr Person people[head_tone_count] = {
+		{21, 0, 0, 2, true}, {22, 2, 2, 1, true}, {23, 4, 3, 0, false}, {24, 5, 3, 0, true}};
+	const Person &person = people[size_t(tone)];
+	FaceRecipe recipe;
+	recipe.seed = person.seed;
+	recipe.width = width;
+	recipe.height = height;
+	const auto wave = [turn](int times) {
+		return std::sin(2 * std::numbers::pi_v<float> * turn * static_cast<float>(times));
+	};
+	const float tall = static_cast<float>(height);
+	recipe.eye_distance = 0.15F * tall;
+	recipe.center = {static_cast<float>(width) / 2 + 0.04F * tall * wave(1), 0.44F * tall};
+	recipe.yaw = 30 * wave(1);
+	recipe.pitch = 9 * wave(2);
+	recipe.roll = 6 * wave(3);
+	const float syllable = wave(6);
+	recipe.mouth_open = 0.9F * syllable * syllable;
+	recipe.gaze = {-0.15F * wave(1), 0};
+	recipe.skin = skins[person.skin];
+	recipe.lips = recipe.skin * Color{0.8F, 0.5F, 0.6F};
+	recipe.hair = hairs[person.hair];
+	recipe.iris = irises[person.iris];
+	recipe.long_hair = person.long_hair;
+	recipe.portrait = true;
+	recipe.strands = 60;
+	recipe.camera.noise_levels = 1.5F;
 	return recipe;
 }
 

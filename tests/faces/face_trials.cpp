@@ -180,6 +180,30 @@ ConditionResult FaceTrials::try_condition(FaceCondition condition, int faces, co
 	return result;
 }
 
+MovingTrial FaceTrials::try_moving_head(int tone)
+{
+	constexpr int frames = 120;
+	FaceTracker tracker = make_tracker();
+	MovingTrial trial;
+	Image image;
+	bool found = false;
+	for (int frame = 0; frame < frames; ++frame) {
+		const FaceRecipe recipe = moving_head(tone, static_cast<float>(frame) / frames, 480, 270);
+		const FacePoints truth = painter_.paint(recipe, uint32_t(frame), image);
+		tracker.update(frame_of(image), frame * frame_s, pool_);
+		const TrackedFace *face = face_at(tracker.faces(), truth);
+		found = found || face != nullptr || frame == video_frames;
+		if (face != nullptr) {
+			const FaceErrors errors = face_errors(truth, face->points);
+			trial.worst.iris = std::max(trial.worst.iris, errors.iris);
+			trial.worst.lips = std::max(trial.worst.lips, errors.lips);
+		} else if (found) {
+			++trial.lost;
+		}
+	}
+	return trial;
+}
+
 double FaceTrials::still_jitter(float noise_levels)
 {
 	// As a camera at 60 cm in 1080p: 120 pixels between the eyes.

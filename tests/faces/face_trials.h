@@ -51,6 +51,12 @@ struct ConditionResult {
 	double found_percent() const { return 100.0 * found / std::max(faces, 1); }
 };
 
+// A head that moves, from the first frame in which it was found on.
+struct MovingTrial {
+	int lost = 0; // frames in which it was not found
+	FaceErrors worst;
+};
+
 class FaceTrials {
 public:
 	static constexpr int video_frames = 30;
@@ -61,6 +67,8 @@ public:
 	FaceTrial try_face(const FaceRecipe &recipe, const TrialWatcher &watcher = {});
 	ConditionResult try_condition(FaceCondition condition, int faces, const TrialWatcher &watcher = {});
 
+	// Follows a head through one motion of four seconds, 30 frames each.
+	MovingTrial try_moving_head(int tone);
 	// How far points of a still face move in a noisy video, root mean square in percent of its size.
 	double still_jitter(float noise_levels);
 	// By how many frames the points follow a head that moves by a quarter of its size once a second.

@@ -67,6 +67,16 @@ TEST_F(MadeFaces, AreFoundAndPlacedRightOrNotAtAllWhenTheyAreTurnedOver)
 	}
 }
 
+TEST_F(MadeFaces, AreFollowedWhileTheyTurnAndTalk)
+{
+	for (const int tone : {0, head_tone_count - 1}) { // the lightest and the darkest
+		const MovingTrial trial = trials->try_moving_head(tone);
+		EXPECT_EQ(trial.lost, 0) << tone;
+		EXPECT_LT(trial.worst.iris, 8) << tone;
+		EXPECT_LT(trial.worst.lips, 4) << tone;
+	}
+}
+
 TEST_F(MadeFaces, AreNotSeenInOtherThings)
 {
 	EXPECT_EQ(trials->faces_in_faceless(2 * faceless_kinds), std::vector<int>());

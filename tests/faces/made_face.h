@@ -84,6 +84,11 @@ struct FaceRecipe {
 
 FaceRecipe make_recipe(FaceCondition condition, uint32_t seed);
 
+inline constexpr int head_tone_count = 4;
+// One of four people, from light to dark skin, who turns, nods and talks; `turn` is the part of the motion, 0..1, at
+// whose ends the head looks ahead with its mouth closed. A picture of these measures has the head in its middle.
+FaceRecipe moving_head(int tone, float turn, int width, int height);
+
 // Paints made faces. Keeps what a recipe's pictures share, so that the frames of a video are quick.
 class FacePainter {
 public:
