@@ -9,6 +9,11 @@
 // are drawn over the output: their points, and how far each part can be relied on. One frame finds none: give
 // frames=30. With --show-matte the output is what the engine takes for people, white before black, whatever the
 // settings.
+//
+// With clip=WIDTHxHEIGHT@FPS it puts a whole clip through one engine: INPUT and OUTPUT are frames of this size, 4 bytes
+// per pixel, one after the other without anything between them. They may be /dev/stdin and /dev/stdout. The engine's
+// time is the clip's. There the value of a number may be FROM..TO: it moves from FROM to TO and back, once in four
+// seconds.
 #include "arguments.h"
 #include "engine.h"
 #include "face_drawing.h"
@@ -20,11 +25,16 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <memory>
+#include <numbers>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -216,16 +226,115 @@ Image cropped(const Image &image, const Crop &crop)
 	return part;
 }
 
-int run(const std::vector<std::string> &arguments)
+// What all frames of a clip have in common.
+struct Clip {
+	int width = 0;
+	int height = 0;
+	int fps = 0;
+};
+
+Clip clip_of(const std::string &value)
 {
+	Clip clip;
+	char rest = 0;
+	if (std::sscanf(value.c_str(), "%dx%d@%d%c", &clip.width, &clip.height, &clip.fps, &rest) != 3)
+		throw std::runtime_error("clip is three numbers: WIDTHxHEIGHT@FPS");
+	if (std::min({clip.width, clip.height, clip.fps}) < 1 || std::max(clip.width, clip.height) > KL_MAX_FRAME_SIZE)
+		throw std::runtime_error("no clip has the size and frame rate " + value);
+	return clip;
+}
+
+// The frames of a clip, from file to file.
+class ClipFiles {
+public:
+	ClipFiles(const std::string &input, const std::string &output)
+		: input_(kalvio::engine::path_from_utf8(input), std::ios::binary),
+		  output_(kalvio::engine::path_from_utf8(output), std::ios::binary)
+	{
+		if (!input_ || input_.peek() == std::ifstream::traits_type::eof())
+			throw std::runtime_error("the clip cannot be read or has no frame");
+	}
+
+	// False at the end of the clip.
+	bool read(Image &frame)
+	{
+		const auto size = std::streamsize(frame.pixel_bytes());
+		input_.read(reinterpret_cast<char *>(frame.pixels.data()), size);
+		if (input_.gcount() == 0 && !input_.bad())
+			return false;
+		if (input_.gcount() != size)
+			throw std::runtime_error("the clip ends within frame " + std::to_string(frames_));
+		++frames_;
+		return true;
+	}
+	void write(const Image &frame)
+	{
+		output_.write(reinterpret_cast<const char *>(frame.pixels.data()),
+			      std::streamsize(frame.pixel_bytes()));
+		if (!output_.flush())
+			throw std::runtime_error("the output cannot be written");
+	}
+
+private:
+	std::ifstream input_;
+	std::ofstream output_;
+	int frames_ = 0;
+};
+
+// A number that moves.
+struct Swing {
+	std::string name;
+	float from = 0;
+	float to = 0;
+
+	float at(int64_t time_us) const
+	{
+		constexpr double period_us = 4e6;
+		const double turn = 2 * std::numbers::pi * static_cast<double>(time_us) / period_us;
+		return std::lerp(from, to, static_cast<float>((1 - std::cos(turn)) / 2));
+	}
+};
+
+std::optional<float> number_of(const std::string &text)
+{
+	float number = 0;
+	char rest = 0;
+	return std::sscanf(text.c_str(), "%f%c", &number, &rest) == 1 ? std::optional(number) : std::nullopt;
+}
+
+std::optional<Swing> swing_of(const Setting &setting)
+{
+	const size_t dots = setting.value.find("..");
+	if (dots == std::string::npos)
+		return std::nullopt;
+	const std::optional<float> from = number_of(setting.value.substr(0, dots));
+	const std::optional<float> to = number_of(setting.value.substr(dots + 2));
+	return from && to ? std::optional(Swing{setting.name, *from, *to}) : std::nullopt;
+}
+
+struct Options {
+	explicit Options(const std::vector<std::string> &arguments)
+		: resources(arguments.at(1)), input(arguments.at(2)), output(arguments.at(3))
+	{
+		for (size_t index = 4; index < arguments.size(); ++index)
+			add(Setting(arguments[index]));
+	}
+
+	std::string resources;
+	std::string input;
+	std::string output;
 	std::vector<Setting> settings;
+	std::vector<Swing> swings;
 	std::string log_path;
 	std::optional<Crop> crop;
+	std::optional<Clip> clip;
 	int frames = 1;
 	bool show_faces = false;
 	bool show_matte = false;
-	for (size_t index = 4; index < arguments.size(); ++index) {
-		Setting setting(arguments[index]);
+
+private:
+	void add(Setting setting)
+	{
 		if (setting.name == "--show-faces")
 			show_faces = true;
 		else if (setting.name == "--show-matte")
@@ -234,54 +343,129 @@ int run(const std::vector<std::string> &arguments)
 			frames = std::atoi(setting.value.c_str());
 		else if (setting.name == "crop")
 			crop = crop_of(setting.value);
+		else if (setting.name == "clip")
+			clip = clip_of(setting.value);
 		else if (setting.name == "log")
 			log_path = std::move(setting.value);
+		else if (const std::optional<Swing> swing = swing_of(setting))
+			swings.push_back(*swing);
 		else
 			settings.push_back(std::move(setting));
 	}
-	const kl_log_config log =
-		log_path.empty() ? kl_log_config{1, 0, 1, 0, nullptr} : kl_log_config{0, 1, 2, 0, log_path.c_str()};
-	kl_set_log_config(&log);
-	const kl_engine_config config = {0, 0, nullptr, arguments.at(1).c_str(), "kalvio-apply", 0};
-	const std::unique_ptr<kl_engine, void (*)(kl_engine *)> engine(kl_engine_create(&config), kl_engine_destroy);
-	Image input;
-	if (!engine || !load_image(arguments.at(2).c_str(), input))
-		throw std::runtime_error("the resources or the picture cannot be read");
+};
 
-	kl_engine_set_event_callback(engine.get(), note_failed_load, nullptr);
-	engine->clock_us = [] {
-		return engine_time_us.load();
-	};
-	for (const Setting &setting : settings) {
-		if (apply(engine.get(), setting.name, setting.value.c_str()) != KL_OK)
-			throw std::runtime_error("cannot set " + setting.name + "=" + setting.value);
+// An engine with its settings, and what looks at the frames beside it.
+class Session {
+public:
+	explicit Session(const Options &options) : options_(options), engine_(make_engine(options), kl_engine_destroy)
+	{
+		if (!engine_)
+			throw std::runtime_error("the resources cannot be read");
+		kl_engine_set_event_callback(engine_.get(), note_failed_load, nullptr);
+		engine_->clock_us = [] {
+			return engine_time_us.load();
+		};
+		for (const Setting &setting : options.settings)
+			set(setting.name, setting.value);
+		constexpr int32_t longest_load_ms = 60'000;
+		if (kl_wait_for_loads(engine_.get(), longest_load_ms) != KL_OK || load_failed)
+			throw std::runtime_error("the background cannot be loaded");
+		if (options.show_faces)
+			tracker_ = make_tracker(*engine_);
+		if (options.show_matte)
+			matte_ = make_matte(*engine_);
 	}
-	constexpr int32_t longest_load_ms = 60'000;
-	if (kl_wait_for_loads(engine.get(), longest_load_ms) != KL_OK || load_failed)
-		throw std::runtime_error("the background cannot be loaded");
+
+	// The next frame; returns the milliseconds that the engine took.
+	double process(const Image &input, int64_t time_us, Image &output)
+	{
+		engine_time_us = time_us;
+		for (const Swing &swing : options_.swings)
+			set(swing.name, std::to_string(swing.at(time_us)));
+		const double taken = ::process(engine_.get(), input, output);
+		const kalvio::engine::Frame seen = {input.pixels.data(), nullptr, input.width, input.height,
+						    input.width * 4};
+		if (tracker_)
+			tracker_->update(seen, static_cast<double>(time_us) / 1e6, *engine_->pool);
+		if (matte_)
+			matte_->update(seen, time_us, *engine_->pool);
+		return taken;
+	}
+
+	// The last frame's output as it is kept.
+	Image finished(const Image &input, Image output) const
+	{
+		if (matte_)
+			draw_matte(*matte_, input, kalvio::engine::MatteUse::Picture, output);
+		if (tracker_)
+			kalvio::engine::draw_faces(tracker_->faces(), output);
+		return options_.crop ? cropped(output, *options_.crop) : output;
+	}
+
+	const kalvio::engine::FaceTracker *tracker() const { return tracker_.get(); }
+
+private:
+	static kl_engine *make_engine(const Options &options)
+	{
+		const std::string &path = options.log_path;
+		const kl_log_config log =
+			path.empty() ? kl_log_config{1, 0, 1, 0, nullptr} : kl_log_config{0, 1, 2, 0, path.c_str()};
+		kl_set_log_config(&log);
+		const kl_engine_config config = {0, 0, nullptr, options.resources.c_str(), "kalvio-apply", 0};
+		return kl_engine_create(&config);
+	}
+
+	void set(const std::string &name, const std::string &value)
+	{
+		if (apply(engine_.get(), name, value.c_str()) != KL_OK)
+			throw std::runtime_error("cannot set " + name + "=" + value);
+	}
+
+	const Options &options_;
+	std::unique_ptr<kl_engine, void (*)(kl_engine *)> engine_;
+	std::unique_ptr<kalvio::engine::FaceTracker> tracker_;
+	std::unique_ptr<kalvio::engine::PersonMatte> matte_;
+};
+
+void run_clip(const Options &options, Session &session)
+{
+	const Clip &clip = *options.clip;
+	ClipFiles clip_files(options.input, options.output);
+	Image input;
+	input.resize(clip.width, clip.height);
 	Image output = input;
-	const std::unique_ptr<kalvio::engine::FaceTracker> tracker = show_faces ? make_tracker(*engine) : nullptr;
-	const std::unique_ptr<kalvio::engine::PersonMatte> matte = show_matte ? make_matte(*engine) : nullptr;
-	const kalvio::engine::Frame seen = {input.pixels.data(), nullptr, input.width, input.height, input.width * 4};
+	for (int64_t frame = 0; clip_files.read(input); ++frame) {
+		session.process(input, frame * 1'000'000 / clip.fps, output);
+		clip_files.write(session.finished(input, output));
+	}
+}
+
+void run_picture(const Options &options, Session &session)
+{
+	Image input;
+	if (!load_image(options.input.c_str(), input))
+		throw std::runtime_error("the picture cannot be read");
+	if (!options.swings.empty())
+		throw std::runtime_error("only in a clip can " + options.swings[0].name + " move");
+	Image output = input;
 	double fastest = 1e9;
-	for (int frame = 0; frame < frames; ++frame) {
-		engine_time_us = frame * int64_t{1'000'000} / 30;
-		fastest = std::min(fastest, process(engine.get(), input, output));
-		if (tracker)
-			tracker->update(seen, frame / 30.0, *engine->pool);
-		if (matte)
-			matte->update(seen, engine_time_us, *engine->pool);
-	}
+	for (int frame = 0; frame < options.frames; ++frame)
+		fastest = std::min(fastest, session.process(input, frame * int64_t{1'000'000} / 30, output));
 	std::printf("%dx%d %.2f ms\n", input.width, input.height, fastest);
-	if (matte)
-		draw_matte(*matte, input, kalvio::engine::MatteUse::Picture, output);
-	if (tracker) {
-		std::printf("%zu faces\n", tracker->faces().size());
-		kalvio::engine::draw_faces(tracker->faces(), output);
-	}
-	if (crop)
-		output = cropped(output, *crop);
-	kalvio::engine::write_image(kalvio::engine::path_from_utf8(arguments.at(3)), output, 94);
+	if (session.tracker() != nullptr)
+		std::printf("%zu faces\n", session.tracker()->faces().size());
+	kalvio::engine::write_image(kalvio::engine::path_from_utf8(options.output),
+				    session.finished(input, std::move(output)), 94);
+}
+
+int run(const std::vector<std::string> &arguments)
+{
+	const Options options(arguments);
+	Session session(options);
+	if (options.clip)
+		run_clip(options, session);
+	else
+		run_picture(options, session);
 	return 0;
 }
 
