@@ -39,6 +39,53 @@ print_help() {
 	awk 'NR <= 2 { next } /^#/ { sub(/^# ?/, ""); print; next } { exit }' "$1"
 }
 
+# parse_arguments [FORM TARGET]... -- [ARGUMENT]...: a form of arguments, and the variable that they set:
+#   --check check=1     this argument sets this value
+#   --host= host        an option with a value, as --host VALUE or --host=VALUE; what stands after "=" here is said to
+#                       be missing ("a value")
+#   '*' files+          any other without a dash; with "+" it is appended to an array, else the last one counts
+#   '-*' others+        any other with a dash
+# --help and -h print the head of the script.
+parse_arguments() {
+	local form value
+	local -i entry
+	local -a table=()
+	while [[ $1 != -- ]]; do
+		table+=("$1" "$2")
+		shift 2
+	done
+	while shift && (($#)); do
+		[[ $1 != --help && $1 != -h ]] || { print_help "${BASH_SOURCE[1]}" && exit 0; }
+		for ((entry = 0; entry < ${#table[@]}; entry += 2)); do
+			form=${table[entry]}
+			case $form in
+			'*') [[ $1 == -* ]] || break ;;
+			'-*') [[ $1 != -* ]] || break ;;
+			*=*) [[ $1 != "${form%%=*}" && $1 != "${form%%=*}="* ]] || break ;;
+			*) [[ $1 != "$form" ]] || break ;;
+			esac
+		done
+		((entry < ${#table[@]})) || usage_error "unknown argument: $1"
+		value=$1
+		if [[ $form == *=* && $1 == *=* ]]; then
+			value=${1#*=}
+		elif [[ $form == *=* ]]; then
+			form=${form#*=}
+			(($# >= 2)) || usage_error "$1 needs ${form:-a value}"
+			value=$2
+			shift
+		fi
+		case ${table[entry + 1]} in
+		*=*) printf -v "${table[entry + 1]%%=*}" %s "${table[entry + 1]#*=}" ;;
+		*+)
+			local -n list=${table[entry + 1]%+}
+			list+=("$value")
+			;;
+		*) printf -v "${table[entry + 1]}" %s "$value" ;;
+		esac
+	done
+}
+
 # timed LABEL COMMAND...: runs the command and says how long it took; say_timings says it again for all of them, the longest
 # first.
 timings=()
