@@ -21,6 +21,12 @@ lint_files() { git ls-files --cached --others --exclude-standard -- "$@"; }
 
 lint_sources() { lint_files '*.c' '*.h' '*.cpp' '*.hpp'; }
 
+# Python scripts by their name or first line.
+lint_python() {
+	{ lint_files '*.py' && lint_files | xargs -d '\n' grep -lE --binary-files=without-match -m1 '^#!.*python3$' 2>/dev/null; } |
+		sort -u
+}
+
 lint_warn_about_version() {
 	[[ $("$(lint_format_program)" --version) == *"version $LINT_FORMAT_VERSION."* ]] ||
 		warn "this is not clang-format $LINT_FORMAT_VERSION: it may see some lines differently"
@@ -29,6 +35,7 @@ lint_warn_about_version() {
 format_sources() {
 	lint_warn_about_version
 	lint_sources | xargs -d '\n' "$(lint_format_program)" -i
+	lint_python | xargs -r -d '\n' black --quiet
 	git --no-pager diff --stat
 }
 
@@ -47,12 +54,13 @@ check_scripts() {
 	((${#scripts[@]} == 0)) || shellcheck --external-sources --source-path="$KALVIO_ROOT" "${scripts[@]}"
 }
 
-# .flake8 has the rules.
+# pyproject.toml has the shape, .flake8, since flake8 does not read that, the rules.
 check_python() {
-	local -a scripts
-	mapfile -t scripts < <(lint_files '*.py'; lint_files | xargs -d '\n' grep -lE --binary-files=without-match \
-		-m1 '^#!.*python3$' 2>/dev/null)
-	((${#scripts[@]} == 0)) || printf '%s\n' "${scripts[@]}" | sort -u | xargs -d '\n' flake8
+	local failed=0
+	lint_python | xargs -r -d '\n' black --quiet --check --diff || failed=1
+	lint_python | xargs -r -d '\n' flake8 || failed=1
+	((!failed)) || warn "scripts/format brings the Python scripts into shape; what else is above it leaves to you"
+	return "$failed"
 }
 
 # tidy_database FOLDER: how the preset in FOLDER compiles what it builds of src and engine. Tests compile some of it again.
