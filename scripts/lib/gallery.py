@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-2.0-or-later
-"""Draws the contact sheets of scripts/gallery: gallery.py PLUGIN_FOLDER OUTPUT_FOLDER PICTURE [CUT_OUT]
+"""Draws the sheets and clips of scripts/gallery: gallery.py BUILD_FOLDER OUTPUT_FOLDER PICTURE [CUT_OUT]
+or gallery.py BUILD_FOLDER OUTPUT_FOLDER --clip CLIP
 
-PLUGIN_FOLDER is the plug-in as the build lays it out; the pictures go through its engine library by the C boundary that
-OBS's module uses. CUT_OUT is a person with alpha that is put in front of made key screens; without one the keys are
-tried on PICTURE itself. Needs python3-pil and python3-numpy.
+Pictures go through the engine library of the build by the C boundary that OBS's module uses, clips through
+kalvio-apply. CUT_OUT is a person with alpha that is put in front of made key screens; with it, made heads are drawn as
+well. Without one the keys are tried on PICTURE itself. Needs python3-pil and python3-numpy, and ffmpeg for CLIP.
 """
 import ctypes
 import io
@@ -16,7 +17,10 @@ import time
 import zipfile
 
 import numpy as np
-from PIL import Image, ImageDraw, ImageFont
+from PIL import Image
+
+from gallery_clips import made_frames, made_clip, recorded_clip, still_of
+from gallery_sheets import crop, face, write_sheet
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 EFFECTS = json.loads((ROOT / "data/effects.json").read_text(encoding="utf-8"))
@@ -28,7 +32,6 @@ WHITENING_TONES = ("cold white", "pink white", "warm white", "wheat", "tan")
 KEYS = (("green", (40, 176, 70)), ("blue", (34, 72, 196)), ("red", (196, 32, 40)))
 SCREEN_STICKERS = [sticker["id"] for sticker in EFFECTS["stickers"] if sticker["kind"] == "screen"]
 MAKEUP = ("lipstick", "blush", "contour", "eye_shadow", "eye_liner", "eyebrow", "eyelash", "pupil")
-FONT = "/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf"
 
 
 def choices(prefix):
@@ -96,50 +99,6 @@ class Engine:
                 sys.exit("the engine refused the picture")
         self.library.kl_engine_destroy(engine)
         return result
-
-
-# --- Sheets -----------------------------------------------------------------------------------------------------------
-
-
-def over_checkers(pixels):
-    """Alpha made visible."""
-    y, x = np.mgrid[0 : pixels.shape[0], 0 : pixels.shape[1]]
-    checkers = np.where(((x // 16 + y // 16) % 2)[..., None] == 0, 205, 245)
-    alpha = pixels[..., 3:] / 255
-    return np.rint(pixels[..., :3] * alpha + checkers * (1 - alpha)).astype(np.uint8)
-
-
-def write_sheet(path, cells, columns, width):
-    """`cells` are pairs of a label and pixels; all become `width` pixels wide."""
-    height = round(width * cells[0][1].shape[0] / cells[0][1].shape[1])
-    margin, bar = 8, 26
-    rows = -(-len(cells) // columns)
-    sheet = Image.new(
-        "RGB", (margin + columns * (width + margin), margin + rows * (height + bar + margin)), (34, 34, 36)
-    )
-    draw, font = ImageDraw.Draw(sheet), ImageFont.truetype(FONT, 16)
-    for index, (label, pixels) in enumerate(cells):
-        picture = Image.fromarray(over_checkers(pixels))
-        if picture.size != (width, height):
-            picture = picture.resize((width, height), Image.LANCZOS if picture.width > width else Image.NEAREST)
-        left, top = margin + index % columns * (width + margin), margin + index // columns * (height + bar + margin)
-        sheet.paste(picture, (left, top))
-        draw.text((left + 2, top + height + 3), label, fill=(235, 235, 235), font=font)
-    sheet.save(path)
-    print(path)
-
-
-def crop(pixels, center_x, center_y, width, height):
-    """Around a point given in parts of the picture; moved inside where it would leave it."""
-    rows, columns = pixels.shape[:2]
-    width, height = min(width, columns), min(height, rows)
-    left = int(np.clip(center_x * columns - width / 2, 0, columns - width))
-    top = int(np.clip(center_y * rows - height / 2, 0, rows - height))
-    return pixels[top : top + height, left : left + width]
-
-
-def face(pixels):
-    return crop(pixels, 0.5, 0.46, pixels.shape[0] // 2, pixels.shape[0] * 3 // 4)
 
 
 def cheek(pixels):
@@ -321,7 +280,10 @@ def draw_stickers(engine, picture, out):
     for path in sorted((engine.data / "stickers/3d").glob("*.kld")):
         cells.append((path.stem, engine.apply(picture, **{"3d_sticker": path})))
     write_sheet(out / "stickers.png", cells, 3, 640)
-    # Their drawings alone.
+
+
+def draw_sticker_art(engine, out):
+    """Their drawings alone."""
     cells = []
     for path in sorted((engine.data / "stickers").glob("*/*.kld")):
         with zipfile.ZipFile(path) as bundle:
@@ -334,13 +296,86 @@ def draw_stickers(engine, picture, out):
     write_sheet(out / "sticker-art.png", cells, 6, 320)
 
 
+# --- Clips ------------------------------------------------------------------------------------------------------------
+
+
+def sticker_path(data, sticker):
+    return data / "stickers" / sticker["kind"] / (sticker["id"] + ".kld")
+
+
+def clip_groups(data):
+    """What one animation each shows, by its name: columns, and cells of a label and settings of kalvio-apply."""
+    retouch = [(f"smoothing, {name}", {"smoothing": "0..1", "smoothing_style": n}) for name, n in SMOOTHING_STYLES]
+    retouch += [
+        (f"whitening, {name}", {"whitening": "0..1", "whitening_style": number, "skin_only": 1})
+        for number, name in enumerate(WHITENING_TONES)
+    ]
+    retouch += [("rosiness", {"rosiness": "0..1"}), ("sharpening", {"sharpening": "0..1"})]
+    shapes = [(name, {name.replace(" ", "_"): "-1..1"}) for name, _ in choices("KL_RESHAPE")]
+    bodies = [(name, {name.replace(" ", "_"): "0..1"}) for name, _ in choices("KL_BODY_RESHAPE")]
+    makeup = [(item.replace("_", " "), {item: 1}) for item in MAKEUP] + [("all", dict.fromkeys(MAKEUP, 1))]
+    filters = [(name, {"filter": data / f"filters/{name}/{name}.kld", "intensity": "0..1"}) for name in FILTERS]
+    stickers = [
+        (one["id"], {"sticker_3d" if one["kind"] == "3d" else "sticker": sticker_path(data, one)})
+        for one in EFFECTS["stickers"]
+    ]
+    backgrounds = [("blur", {"blur": "0..1"})] + [
+        (name, {"background": next((data / "backgrounds").glob(name + ".*"))}) for name in BACKGROUNDS
+    ]
+    return {
+        "retouch": (6, retouch),
+        "shape": (7, shapes),
+        "body": (5, bodies),
+        "makeup": (5, makeup),
+        "filters": (5, filters),
+        "stickers": (4, stickers),
+        "backgrounds": (5, backgrounds),
+    }
+
+
+def draw_clips(clip, data, out, close, whole):
+    """The groups `close` by the clip's close view, `whole` by its whole frame."""
+    groups = clip_groups(data)
+    for names, near in ((close, True), (whole, False)):
+        for name in names:
+            columns, cells = groups[name]
+            clip.draw(out / f"{name}.webp", [("none", {})] + cells, columns, near)
+
+
+def has_nets(data):
+    """The made heads are made of what comes with them."""
+    with zipfile.ZipFile(data / "resource.kld") as bundle:
+        return any(name.startswith("nets/") for name in bundle.namelist())
+
+
+def draw_heads(engine, build, out):
+    """Everything that a face can be given on four made heads, and on one of them that moves."""
+    for tone in range(4):
+        folder = out / f"tone-{tone + 1}"
+        folder.mkdir(exist_ok=True)
+        picture = made_frames(build, tone, 1280, 720, 1)[0]
+        for draw in (draw_filters, draw_retouch, draw_look, draw_shapes, draw_makeup, draw_faces, draw_stickers):
+            draw(engine, picture, folder)
+    look = {"smoothing": 0.6, "whitening": 0.2, "skin_only": 1, "face_thin": 0.6, "eye_size": 0.3}
+    look |= {"lipstick": 0.8, "blush": 0.4, "eye_shadow": 0.6, "eyelash": 0.8}
+    look["sticker_3d"] = engine.data / "stickers/3d/red_glasses.kld"
+    for tone in range(4):
+        clip = made_clip(build, tone)
+        clip.draw(out / f"look-tone-{tone + 1}.webp", [("none", {}), ("a look, and glasses", look)], 2, True)
+        if tone == 1:
+            close = ("retouch", "shape", "makeup")
+            draw_clips(clip, engine.data, out, close, ("filters", "stickers", "backgrounds"))
+
+
 def main():
     if len(sys.argv) not in (4, 5):
         sys.exit(__doc__)
-    engine, out = Engine(pathlib.Path(sys.argv[1]).resolve()), pathlib.Path(sys.argv[2])
-    picture = np.asarray(Image.open(sys.argv[3]).convert("RGBA"))
-    cut_out = np.asarray(Image.open(sys.argv[4]).convert("RGBA")) if len(sys.argv) == 5 else None
+    build, out = pathlib.Path(sys.argv[1]).resolve(), pathlib.Path(sys.argv[2])
+    engine = Engine(build / "plugins/obs-kalvio")
     out.mkdir(parents=True, exist_ok=True)
+    given = sys.argv[4] if sys.argv[3] == "--clip" else None
+    picture = still_of(given) if given else np.asarray(Image.open(sys.argv[3]).convert("RGBA"))
+    cut_out = np.asarray(Image.open(sys.argv[4]).convert("RGBA")) if len(sys.argv) == 5 and not given else None
     draw_filters(engine, picture, out)
     draw_retouch(engine, picture, out)
     draw_look(engine, picture, out)
@@ -350,6 +385,12 @@ def main():
     draw_makeup(engine, picture, out)
     draw_faces(engine, picture, out)
     draw_stickers(engine, picture, out)
+    draw_sticker_art(engine, out)
+    if given:
+        clip = recorded_clip(build, given)
+        draw_clips(clip, engine.data, out, (), clip_groups(engine.data))
+    elif cut_out is not None and has_nets(engine.data):
+        draw_heads(engine, build, out)
 
 
 if __name__ == "__main__":

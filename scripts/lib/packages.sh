@@ -20,6 +20,7 @@ declare -rA KALVIO_PACKAGES=(
 	[profile]="jq"
 	[sandbox]="mmdebstrap debian-archive-keyring util-linux mount"
 	[gallery]="python3-pil python3-numpy"
+	[clips]="ffmpeg"
 	[userns]="uidmap"
 )
 
@@ -43,7 +44,7 @@ declare -rA KALVIO_SIGNS=(
 	[libopencv-dev]="module opencv4" [libavfilter-dev]="module libavfilter" [libvips-dev]="module vips"
 	[mmdebstrap]="program mmdebstrap" [util-linux]="program unshare" [mount]="program mount" [uidmap]="program newuidmap"
 	[debian-archive-keyring]="file /usr/share/keyrings/debian-archive-keyring.gpg"
-	[python3-pil]="python PIL" [python3-numpy]="python numpy"
+	[python3-pil]="python PIL" [python3-numpy]="python numpy" [ffmpeg]="program ffmpeg"
 )
 
 # Other systems may have Debian's programs, to make sandboxes with, but no list of installed packages.
