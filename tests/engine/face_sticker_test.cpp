@@ -182,6 +182,24 @@ TEST_F(FaceStickerTest, AnItemFadesWithItsPartOfTheFace)
 	EXPECT_EQ(only(item_sticker(StickerAnchor::Nose), face(0, 1.5F)).opacity, 0);
 }
 
+TEST_F(FaceStickerTest, WhatSitsOnTheHeadStaysWhenAPartOfTheFaceIsCovered)
+{
+	TrackedFace on = face();
+	on.confidence.fill(0);
+	Sticker3d glasses;
+	ASSERT_TRUE(load_3d_sticker(shipped("3d/red_glasses").c_str(), glasses));
+	const auto glasses_opacity = [&] {
+		return stickers.place(nullptr, &glasses, {&on, 1}, engine->nets->head, width, height)[0].opacity;
+	};
+	EXPECT_EQ(glasses_opacity(), 256);
+	for (const StickerAnchor anchor : {StickerAnchor::Forehead, StickerAnchor::CheekLeft, StickerAnchor::CheekRight,
+					   StickerAnchor::TempleLeft, StickerAnchor::TempleRight})
+		EXPECT_EQ(only(item_sticker(anchor), on).opacity, 256);
+	on.presence = 0.5F;
+	EXPECT_EQ(glasses_opacity(), 128);
+	EXPECT_EQ(only(item_sticker(StickerAnchor::Forehead), on).opacity, 128);
+}
+
 TEST_F(FaceStickerTest, EveryFaceHasItsOwn)
 {
 	std::array<TrackedFace, max_tracked_faces> faces;

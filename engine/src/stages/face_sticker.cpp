@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace kalvio::engine {
 
@@ -42,11 +43,12 @@ Point mean_of(const FacePoints &points, std::span<const int> numbers)
 	return {sum.x / count, sum.y / count};
 }
 
-// Where a part is held, and the part of the face that tells how well that is known. The corners of the eyes lie still
-// when the eyes move.
+// Where an item is held. The corners of the eyes lie still when the eyes move.
 struct AnchorPlace {
 	std::array<int, 4> points; // their mean
-	FaceGroup group;
+	// The part of the face that the item lies on: covered, it covers the item. What sits on the head as a whole has
+	// none.
+	std::optional<FaceGroup> part = {};
 };
 
 AnchorPlace place_of(StickerAnchor anchor)
@@ -58,28 +60,29 @@ AnchorPlace place_of(StickerAnchor anchor)
 	case StickerAnchor::Eyes:
 		return {{33, 133, 362, 263}, FaceGroup::Eyes};
 	case StickerAnchor::Forehead:
-		return {one(regions::forehead), FaceGroup::Brows};
+		return {one(regions::forehead)};
 	case StickerAnchor::Nose:
 		return {one(regions::nose_tip), FaceGroup::Nose};
 	case StickerAnchor::UpperLip:
 		return {one(164), FaceGroup::Lips};
 	case StickerAnchor::CheekLeft:
-		return {one(50), FaceGroup::Nose};
+		return {one(50)};
 	case StickerAnchor::CheekRight:
-		return {one(280), FaceGroup::Nose};
+		return {one(280)};
 	case StickerAnchor::TempleLeft:
-		return {one(127), FaceGroup::Outline};
+		return {one(127)};
 	case StickerAnchor::TempleRight:
-		return {one(356), FaceGroup::Outline};
+		return {one(356)};
 	}
 	return {one(regions::nose_tip), FaceGroup::Nose};
 }
 
 // 0..256
-int opacity_of(const TrackedFace &face, FaceGroup group)
+int opacity_of(const TrackedFace &face, std::optional<FaceGroup> part)
 {
-	const float turned_away = smoothstep(hidden_towards_camera, shown_towards_camera, face.pose.towards_camera());
-	return static_cast<int>(std::lround(face.confidence[size_t(group)] * turned_away * 256.0F));
+	const float turned = smoothstep(hidden_towards_camera, shown_towards_camera, face.pose.towards_camera());
+	const float seen = part ? face.confidence[size_t(*part)] : face.presence;
+	return static_cast<int>(std::lround(seen * turned * 256.0F));
 }
 
 PixelBox box_of(std::span<const PlacedSprite> sprites)
@@ -136,7 +139,7 @@ void FaceStickers::place_items(const Sticker &sticker, const TrackedFace &face, 
 		PlacedSprite &placed = placed_[count_++];
 		placed = place_sprite(sprite, {{held.x + way.x, held.y + way.y}, along.flat(), below.flat()}, width,
 				      height);
-		placed.opacity = opacity_of(face, anchor.group);
+		placed.opacity = opacity_of(face, anchor.part);
 	}
 }
 
@@ -157,7 +160,7 @@ void FaceStickers::place_quads(const Sticker3d &sticker, const TrackedFace &face
 		const Point3 below = (corner(3) - corner(0)) * (1 / static_cast<float>(sprite.height()));
 		PlacedSprite &placed = placed_[count_++];
 		placed = place_sprite(sprite, {middle.flat(), along.flat(), below.flat()}, width, height);
-		placed.opacity = opacity_of(face, FaceGroup::Nose);
+		placed.opacity = opacity_of(face, std::nullopt);
 		placed.head = &depth;
 		placed.hidden_behind = hidden_behind_cm * face.pose.scale;
 		placed.depth = -middle.z;
