@@ -48,12 +48,11 @@ Subject make_subject(const std::string &bundle)
 
 class Reshaping {
 public:
-	explicit Reshaping(const Subject &subject)
-		: subject_(subject),
-		  output_(subject.picture.pixels), frame_{subject.picture.pixels.data(), output_.data(),
-							  subject.picture.width, subject.picture.height,
-							  subject.picture.width * bytes_per_pixel}
+	explicit Reshaping(const Subject &subject) : subject_(subject), output_(subject.picture.pixels)
 	{
+		const Image &picture = subject.picture;
+		frame_ = {picture.pixels.data(), output_.data(), picture.width, picture.height,
+			  picture.width * bytes_per_pixel};
 		row_.resize(frame_.row_bytes() + 128);
 	}
 
@@ -114,7 +113,7 @@ private:
 
 	const Subject &subject_;
 	std::vector<uint8_t> output_;
-	Frame frame_;
+	Frame frame_ = {};
 	std::vector<uint8_t> row_;
 	Pool pool_{1};
 	ReshapeField field_;

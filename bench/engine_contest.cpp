@@ -249,8 +249,10 @@ double Contest::race_blur(int threads, double bar)
 		const double psnr = psnr_of_green(prepared.result().pixels, blurred_);
 		return {psnr >= own_psnr - same_psnr, ": PSNR " + number(psnr) + " dB"};
 	};
-	const Outcome outcome = race(
-		Work::Blur, threads, [&] { blur.run(); }, judge);
+	const auto ours = [&] {
+		blur.run();
+	};
+	const Outcome outcome = race(Work::Blur, threads, ours, judge);
 	row("strongest background blur", threads, outcome, bar);
 	return outcome.theirs;
 }
@@ -313,8 +315,10 @@ void Contest::compare(int threads)
 					": flat sigma " + number(flatness.sigma) + ", edge step " +
 						number(flatness.edge_step)};
 			};
-		const Outcome outcome = race(
-			event.work, threads, [&] { subject.process(); }, judge);
+		const auto ours = [&] {
+			subject.process();
+		};
+		const Outcome outcome = race(event.work, threads, ours, judge);
 		row(event.name, threads, outcome, event.bar);
 		sum += event.is_in_look ? outcome.theirs : 0;
 		if (event.work == Work::Smoothing && threads == 1)

@@ -107,10 +107,14 @@ bool bench_cost(const NetLibrary &nets)
 	}
 	constexpr int samples = 7;
 	constexpr int frames = 30;
-	const auto look = kalvio::test::compare(
-		samples, frames, [&] { show(looking, without); }, copy_frame);
-	const auto follow = kalvio::test::compare(
-		samples, frames, [&] { show(following, with_face); }, copy_frame);
+	const auto look_for_one = [&] {
+		show(looking, without);
+	};
+	const auto follow_one = [&] {
+		show(following, with_face);
+	};
+	const auto look = kalvio::test::compare(samples, frames, look_for_one, copy_frame);
+	const auto follow = kalvio::test::compare(samples, frames, follow_one, copy_frame);
 	FaceTracker beginning(face_nets(nets), nets.head);
 	const auto begin = kalvio::test::compare(
 		samples, 3,

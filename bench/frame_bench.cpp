@@ -288,8 +288,13 @@ Comparison compare_frames(const FrameSize &size)
 		if (!frame.is_processing())
 			return {0.0, 0.0};
 		const int runs = size.height < 1000 ? 4 : 1;
-		results.push_back(compare(
-			31, runs, [&] { frame.run(); }, [&] { copies.run(); }));
+		const auto run_frame = [&] {
+			frame.run();
+		};
+		const auto run_copies = [&] {
+			copies.run();
+		};
+		results.push_back(compare(31, runs, run_frame, run_copies));
 	}
 	const auto middle = results.begin() + rounds / 2;
 	std::nth_element(results.begin(), middle, results.end(),
@@ -331,12 +336,19 @@ bool report_allocations()
 bool report_parameters()
 {
 	BeautyParameters parameters;
-	const Comparison beauty = compare(
-		201, 100, [&] { parameters.apply(); }, [&] { parameters.read_only(); });
+	const auto read_only = [&] {
+		parameters.read_only();
+	};
+	const auto apply = [&] {
+		parameters.apply();
+	};
+	const Comparison beauty = compare(201, 100, apply, read_only);
 	std::printf("  apply_beauty_params %.2f us, reading the same keys %.2f us\n", beauty.left_seconds * 1e6,
 		    beauty.right_seconds * 1e6);
-	const Comparison resources = compare(
-		201, 100, [&] { parameters.apply_unchanged_resources(); }, [&] { parameters.read_only(); });
+	const auto apply_unchanged = [&] {
+		parameters.apply_unchanged_resources();
+	};
+	const Comparison resources = compare(201, 100, apply_unchanged, read_only);
 	std::printf("  apply_effect_resources with nothing changed %.2f us\n", resources.left_seconds * 1e6);
 	return report("full parameter set / reading the same keys", beauty.ratio(), 1.3);
 }

@@ -65,8 +65,10 @@ bool bench_cost(const NetLibrary &nets, MatteTrials &trials)
 		follow();
 	constexpr int samples = 7;
 	constexpr int frames = 10;
-	const auto net = kalvio::test::compare(
-		samples, frames, [&] { runner.run(); }, copy_frame);
+	const auto run_net = [&] {
+		runner.run();
+	};
+	const auto net = kalvio::test::compare(samples, frames, run_net, copy_frame);
 	const auto whole = kalvio::test::compare(samples, frames, follow, copy_frame);
 	const auto rows = kalvio::test::compare(samples, frames, write_rows, copy_frame);
 	std::printf("\ncost of a frame of 1920 x 1080, one thread; a copy of it takes %.2f ms\n",

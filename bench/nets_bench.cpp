@@ -120,8 +120,13 @@ bool measure(const Entrant &entrant)
 		return held;
 	}
 	expect_same(entrant, runner, *peer);
-	const auto beside_peer = kalvio::test::compare(
-		samples, 1, [&] { runner.run(); }, [&] { peer->run(); });
+	const auto run_own = [&] {
+		runner.run();
+	};
+	const auto run_peer = [&] {
+		peer->run();
+	};
+	const auto beside_peer = kalvio::test::compare(samples, 1, run_own, run_peer);
 	std::printf("  %-56s %8.3f\n", "XNNPACK, ms", beside_peer.right_seconds * 1e3);
 	held &= kalvio::test::report("beside XNNPACK", beside_peer.ratio(), peer_bar);
 	return held;

@@ -23,7 +23,7 @@ struct FrameMemory {
 	struct WorkerScratch {
 		Aligned<uint8_t> bytes;
 		// A ring of the rows from y - step to y + step of the sharpening.
-		std::array<uint8_t *, 2 *kernels::max_sharpen_step + 1> retouched = {};
+		std::array<uint8_t *, kernels::max_sharpen_step * 2 + 1> retouched = {};
 		uint8_t *row = nullptr; // the row that the stages work on: scratch memory, or the output's own row
 		std::array<const uint8_t *, 3> captured = {};  // a ring of the rows y - 1, y and y + 1 as they came
 		std::array<uint8_t *, 3> captured_copies = {}; // for frames whose rows are no whole vectors

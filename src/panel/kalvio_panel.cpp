@@ -83,18 +83,24 @@ void KalvioPanel::buildUi()
 				guarded);
 	layout->addWidget(header_);
 	header_->fit_height();
-	update_strip_ = new UpdateStrip(
-		form_, [this] { refreshControls(); }, guarded);
+	const auto refresh = [this] {
+		refreshControls();
+	};
+	update_strip_ = new UpdateStrip(form_, refresh, guarded);
 	layout->addWidget(update_strip_);
 
 	views_ = new QStackedWidget(guarded);
 	layout->addWidget(views_, 1);
 	build_main_view();
-	settings_page_ = new SettingsPage(
-		form_, [this] { show_settings(false); }, views_);
+	const auto leave_settings = [this] {
+		show_settings(false);
+	};
+	settings_page_ = new SettingsPage(form_, leave_settings, views_);
 	views_->addWidget(settings_page_);
-	looks_page_ = new LooksPage(
-		form_, [this] { show_looks(false); }, views_);
+	const auto leave_looks = [this] {
+		show_looks(false);
+	};
+	looks_page_ = new LooksPage(form_, leave_looks, views_);
 	views_->addWidget(looks_page_);
 	tab_bar_->fit_captions();
 
@@ -118,11 +124,15 @@ void KalvioPanel::build_main_view()
 	main_layout_->setContentsMargins(0, 0, 0, 0);
 	main_layout_->setSpacing(0);
 
-	search_ = new SearchBar(
-		form_, [this](const SearchEntry &entry) { show_found(entry); }, view);
+	const auto show_entry = [this](const SearchEntry &entry) {
+		show_found(entry);
+	};
+	search_ = new SearchBar(form_, show_entry, view);
 	main_layout_->addWidget(search_);
-	tab_bar_ = new TabBar(
-		form_, [this](int index) { choose_tab(index); }, view);
+	const auto choose = [this](int index) {
+		choose_tab(index);
+	};
+	tab_bar_ = new TabBar(form_, choose, view);
 	main_layout_->addWidget(tab_bar_);
 	form_.add_change_marker([this] {
 		for (int i = 0; i < tab_bar_->count(); ++i)

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <atomic>
-#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
@@ -18,6 +17,11 @@
 // What the code under test did, in one order across engine, host, seams and log.
 namespace kalvio::test {
 
+template <class Type>
+inline constexpr bool is_whole = std::is_enum_v<Type> || (std::is_integral_v<Type> && !std::is_same_v<Type, bool>);
+template <class Type>
+concept WholeNumber = is_whole<Type>;
+
 // One argument of a recorded call, kept and compared by value. Floats compare by their bits: a NaN equals itself, and
 // 0.0 differs from -0.0. The constructors are implicit so that tables of expected calls read as the calls do.
 class Argument {
@@ -28,10 +32,10 @@ public:
 	Argument(double value);
 	Argument(const char *text); // null is the null argument
 	Argument(std::string text) : value_(std::move(text)) {}
-	template <std::integral Integer>
-	requires(!std::same_as<Integer, bool>) Argument(Integer value) : value_(static_cast<int64_t>(value)) {}
-	template <class Enum>
-	requires std::is_enum_v<Enum> Argument(Enum value) : value_(static_cast<int64_t>(value)) {}
+	template <WholeNumber Number>
+	Argument(Number value) : value_(static_cast<int64_t>(value))
+	{
+	}
 
 	// An address that is compared but never followed.
 	static Argument address(const void *pointer);

@@ -157,16 +157,19 @@ void blend_rows(const ChannelRows &above, const ChannelRows &below, int16_t weig
 	const auto factor = hn::Set(d, weight);
 	const auto rounding = hn::LoadDup128(d, pair_dither_rows[y & 3]);
 	const auto upper_byte = hn::Set(du, 0xFF00);
+	const auto between = [&](const int16_t *first, const int16_t *second) HWY_ATTR {
+		const auto start = hn::LoadU(d, first);
+		const auto step = hn::Sub(hn::LoadU(d, second), start);
+		const auto sum = hn::Add(start, hn::MulFixedPoint15(step, factor));
+		return hn::BitCast(du, hn::Add(sum, rounding));
+	};
+	// Out of the structures: the compiler must assume that a written byte belongs to one of them.
+	const ChannelRows first = above;
+	const ChannelRows second = below;
 	for (int value = 0; value < width * 2; value += lanes) {
 		hwy::Prefetch(row + value * 2 + prefetched_bytes);
-		const auto between = [&](const int16_t *first, const int16_t *second) HWY_ATTR {
-			const auto start = hn::LoadU(d, first + value);
-			const auto step = hn::Sub(hn::LoadU(d, second + value), start);
-			const auto sum = hn::Add(start, hn::MulFixedPoint15(step, factor));
-			return hn::BitCast(du, hn::Add(sum, rounding));
-		};
-		const auto even = hn::ShiftRight<6>(between(above.red_blue, below.red_blue));
-		const auto odd = hn::ShiftLeft<2>(between(above.green_alpha, below.green_alpha));
+		const auto even = hn::ShiftRight<6>(between(first.red_blue + value, second.red_blue + value));
+		const auto odd = hn::ShiftLeft<2>(between(first.green_alpha + value, second.green_alpha + value));
 		const auto pixels = hn::Or(even, hn::And(odd, upper_byte));
 		hn::StoreU(hn::BitCast(d8, pixels), d8, row + value * 2);
 	}

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <numbers>
 
 HWY_BEFORE_NAMESPACE();
 namespace kalvio::engine::kernels::HWY_NAMESPACE {
@@ -27,8 +28,8 @@ template <class D>
 HWY_INLINE hn::Vec<D> exponential(D d, hn::Vec<D> x)
 {
 	const hn::RebindToSigned<D> di;
-	const auto n = hn::Round(hn::Mul(x, hn::Set(d, 1.44269504F)));
-	auto r = hn::Sub(x, hn::Mul(n, hn::Set(d, 0.693359375F)));
+	const auto n = hn::Round(hn::Mul(x, hn::Set(d, std::numbers::log2e_v<float>)));
+	auto r = hn::Sub(x, hn::Mul(n, hn::Set(d, 355.0F / 512)));
 	r = hn::Sub(r, hn::Mul(n, hn::Set(d, -2.12194440e-4F)));
 	constexpr float coefficients[] = {1.0F / 720, 1.0F / 120, 1.0F / 24, 1.0F / 6, 0.5F, 1.0F, 1.0F};
 	auto sum = hn::Set(d, 1.0F / 5040);
