@@ -7,6 +7,8 @@
 namespace kalvio::engine {
 
 inline constexpr int bytes_per_pixel = 4;
+// Of the kernels, on any processor.
+inline constexpr int widest_vector_bytes = 64;
 
 // One frame as the boundary hands it over, checked: RGBA rows from top to bottom, two buffers that do not overlap.
 struct Frame {
@@ -19,9 +21,8 @@ struct Frame {
 	const uint8_t *input_row(int y) const { return input + size_t(y) * size_t(stride_bytes); }
 	uint8_t *output_row(int y) const { return output + size_t(y) * size_t(stride_bytes); }
 	size_t row_bytes() const { return size_t(width) * bytes_per_pixel; }
-	// Kernels that work in whole vectors of up to 64 bytes stay within such a row; others go through scratch
-	// memory.
-	bool has_rows_of_whole_vectors() const { return row_bytes() % 64 == 0; }
+	// Kernels that work in whole vectors stay within such a row; others go through scratch memory.
+	bool has_rows_of_whole_vectors() const { return row_bytes() % widest_vector_bytes == 0; }
 };
 
 // Some pixels of a row.

@@ -45,7 +45,8 @@ struct FramePlan {
 		       sprite_count == 0;
 	}
 	bool leaves_rows_alone() const { return does_nothing_but_sharpen() && sharpening == 0; }
-	// Whether no stage writes beyond a row whose bytes are whole vectors: those that work on parts of a row do.
+	// Whether no stage writes beyond a row of whole vectors. Makeup and reshape work on parts that end anywhere,
+	// and write whole vectors; the parts of the skin are whole vectors.
 	bool stays_within_rows() const { return !makeup && !reshape; }
 	bool is_neutral() const { return leaves_rows_alone() && !reshape; }
 };

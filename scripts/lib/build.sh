@@ -14,8 +14,8 @@ build_preset() {
 	build_targets "$@"
 }
 
-# build_product TARGET...: builds targets of the product, or of the tools of scripts/run and scripts/screenshots, with the
-# preset linux. A folder that has not been configured yet is configured without tests and benchmarks, which need more
+# build_product TARGET...: builds targets of the product, or of what the scripts use of the tests, with the preset
+# linux. A folder that has not been configured yet is configured without tests and benchmarks, which need more
 # packages.
 build_product() {
 	local folder

@@ -6,7 +6,9 @@
 // The hot loops, compiled for every instruction set and picked at run time. All of them give the same bytes on each:
 // floating-point work is element by element in one order, without fused multiply-add.
 //
-// Rows are RGBA, 8 bits per channel, in scratch memory: readable and writable `row_padding_bytes` beyond both ends.
+// Rows are RGBA, 8 bits per channel, aligned to nothing. They lie in scratch memory, readable and writable
+// `row_padding_bytes` beyond both ends, or in a frame whose rows are whole vectors: of such a row, or of a part of it that
+// begins at a multiple of `widest_vector_bytes`, nothing beyond the next multiple is read or written.
 // Cells are what squares of 2, 4 or 8 pixels a side become on a reduced grid.
 namespace kalvio::engine::kernels {
 

@@ -9,7 +9,7 @@
 // Light is linear, 0..1. The color difference of a pixel is its light in the key's channel less `others` times the
 // larger of the two other channels; it is 0 and below for neutral colors, and largest for the screen.
 //
-// Rows are RGBA, 8 bits per channel, in scratch memory as in kernels.h. Pixels are worked on in groups of eight; what
+// Rows are RGBA, 8 bits per channel, and lie where kernels.h says. Pixels are worked on in groups of eight; what
 // lies beyond the last pixel of a row does not matter.
 namespace kalvio::engine::kernels {
 

@@ -59,8 +59,8 @@ struct MatteCurve {
 };
 
 // The matte of `width` pixels, 4 equal bytes per pixel, 0 background to 255 foreground, and the same pixels of `row`
-// moved by what their foreground differs from what was captured. `planes` hold a value per pixel. Rows can be read and
-// written up to 8 pixels beyond. Without `correct`, the planes from FrontRed on are not read and `row` is kept.
+// moved by what their foreground differs from what was captured. `planes` hold a value per pixel. Pixels are
+// worked on in groups of up to 16. Without `correct`, the planes from FrontRed on are not read and `row` is kept.
 void matte_pixels(const float *const planes[matte_planes], const uint8_t *captured, int width, const MatteCurve &curve,
 		  bool correct, uint8_t *row, uint8_t *matte);
 

@@ -46,8 +46,8 @@ Point mean_of(const FacePoints &points, std::span<const int> numbers)
 // Where an item is held. The corners of the eyes lie still when the eyes move.
 struct AnchorPlace {
 	std::array<int, 4> points; // their mean
-	// The part of the face that the item lies on: covered, it covers the item. What sits on the head as a whole has
-	// none.
+	// The part of the face that the item lies on: while it is covered, the item fades. What sits on the head as a
+	// whole has none.
 	std::optional<FaceGroup> part = {};
 };
 

@@ -38,8 +38,8 @@ public:
 	static constexpr float least_area = 0.32F;
 
 	// Takes in the faces and figures of the next frame of this size. A figure without its face among `faces` is
-	// left alone. Takes memory only for more or larger fields than ever before. The same field with any number of
-	// threads.
+	// left alone. Takes memory only for more or larger fields, or more moves, than ever before. The same field with
+	// any number of threads.
 	void build(int width, int height, const std::array<float, KL_RESHAPE_COUNT> &amounts,
 		   std::span<const TrackedFace> faces, Pool &pool, const BodyRequest &bodies = {});
 

@@ -39,8 +39,9 @@ public:
 	// Everything else keeps its pixels. A multiple of `part_pixels` but at the row's end, and begins at one; empty,
 	// {0, 0}, where nothing is skin.
 	RowPart skin_part(int y) const;
-	// More than a vector of any kernel.
+	// A part is worked on in whole vectors, perhaps in the output's own row: they must end within the row.
 	static constexpr int part_pixels = 32;
+	static_assert(part_pixels * bytes_per_pixel % widest_vector_bytes == 0);
 
 	// The field brought to the height of pixel row `y`, for a part of it that begins at a multiple of
 	// `part_pixels`; valid until the slot's next call. Points at the part's first cell, readable one cell before
