@@ -35,6 +35,12 @@ void load_background(const FramePlan &plan, FrameMemory &memory, const Frame &fr
 		kernels::mix_row(slot.background, frame.width, ring_row(slot.captured, y), 256 - memory.blur.mix());
 }
 
+void draw_stickers(const FramePlan &plan, int y, int first, int end, uint8_t *row)
+{
+	draw_sprites(plan.face_sprites.data(), static_cast<int>(plan.face_sprites.size()), y, first, end, row);
+	draw_sprites(plan.sprites.data(), plan.sprite_count, y, first, end, row);
+}
+
 void finish_part(const FramePlan &plan, const FrameMemory::WorkerScratch &slot, const Frame &frame, int y,
 		 const RowPart &part)
 {
@@ -43,10 +49,8 @@ void finish_part(const FramePlan &plan, const FrameMemory::WorkerScratch &slot, 
 	if (plan.has_matte())
 		lay_over_background(plan, slot, y, part);
 	if (plan.lookup != nullptr)
-		kernels::lookup_row(row + first, part.width, plan.lookup);
-	const int end = part.x + part.width;
-	draw_sprites(plan.face_sprites.data(), static_cast<int>(plan.face_sprites.size()), y, part.x, end, row);
-	draw_sprites(plan.sprites.data(), plan.sprite_count, y, part.x, end, row);
+		kernels::lookup_row(row + first, part.width, plan.lookup, row + first);
+	draw_stickers(plan, y, part.x, part.x + part.width, row);
 	if (row != frame.output_row(y))
 		std::memcpy(frame.output_row(y) + first, row + first, part.byte_count());
 }

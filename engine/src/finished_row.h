@@ -22,9 +22,12 @@ Row ring_row(const std::array<Row, Count> &ring, int y)
 // Loads the blurred background of a row, where one is planned. The captured row is in its ring.
 void load_background(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int y, int slot_number);
 
-// Finishes a part of a worker's row, whose background is loaded, and writes it to the output, unless the worker's row is
-// the output's own; then the part is the whole row. The kernels write whole vectors: up to kernels::row_padding_bytes
-// behind another part are overwritten in the worker's row.
+// Draws what of all stickers lies on row `y` from column `first` to before `end`.
+void draw_stickers(const FramePlan &plan, int y, int first, int end, uint8_t *row);
+
+// Finishes a part of a worker's row, whose background is loaded, and writes it to the output, unless the worker's row
+// is the output's own; then the part is the whole row. The kernels write whole vectors: up to
+// kernels::row_padding_bytes behind another part are overwritten in the worker's row.
 void finish_part(const FramePlan &plan, const FrameMemory::WorkerScratch &slot, const Frame &frame, int y,
 		 const RowPart &part);
 

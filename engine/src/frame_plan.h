@@ -45,6 +45,11 @@ struct FramePlan {
 		       sprite_count == 0;
 	}
 	bool leaves_rows_alone() const { return does_nothing_but_sharpen() && sharpening == 0; }
+	// The color filter and stickers, that is.
+	bool only_finishes() const
+	{
+		return !retouch && tone == nullptr && sharpening == 0 && !makeup && !has_matte() && !reshape;
+	}
 	// Whether no stage writes beyond a row of whole vectors. Makeup and reshape work on parts that end anywhere,
 	// and write whole vectors; the parts of the skin are whole vectors.
 	bool stays_within_rows() const { return !makeup && !reshape; }

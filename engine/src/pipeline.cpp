@@ -122,6 +122,10 @@ RowPart retouched_part(const FramePlan &plan, const FrameMemory &memory, const F
 // Smoothing, whitening and rosiness. With a skin mask it takes alpha's place in the retouched part.
 void retouch(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int y, int slot, uint8_t *row)
 {
+	if (plan.tone != nullptr && !plan.retouch && frame.has_rows_of_whole_vectors()) {
+		kernels::lookup_row(frame.input_row(y), frame.width, plan.tone, row);
+		return;
+	}
 	std::memcpy(row, frame.input_row(y), frame.row_bytes());
 	const RowPart part = retouched_part(plan, memory, frame, y);
 	if (part.width == 0)
@@ -135,10 +139,10 @@ void retouch(const FramePlan &plan, FrameMemory &memory, const Frame &frame, int
 	if (plan.masked) {
 		uint8_t *toned = memory.slots[size_t(slot)].toned;
 		std::memcpy(toned, pixels, part.byte_count());
-		kernels::lookup_row(toned, part.width, plan.tone);
+		kernels::lookup_row(toned, part.width, plan.tone, toned);
 		kernels::mix_row_by_alpha(pixels, part.width, toned);
 	} else {
-		kernels::lookup_row(pixels, part.width, plan.tone);
+		kernels::lookup_row(pixels, part.width, plan.tone, pixels);
 	}
 }
 
@@ -281,10 +285,14 @@ void pass_band(const FramePlan &plan, FrameMemory &memory, const Frame &frame, i
 	if (plan.sharpening > 0)
 		sharpen_band(plan, frame, first, end);
 	for (int y = first; y < end; ++y) {
-		if (plan.sharpening == 0)
-			std::memcpy(frame.output_row(y), frame.input_row(y), frame.row_bytes());
+		uint8_t *row = frame.output_row(y);
+		if (plan.lookup != nullptr)
+			kernels::lookup_row(frame.input_row(y), frame.width, plan.lookup, row);
+		else if (plan.sharpening == 0)
+			std::memcpy(row, frame.input_row(y), frame.row_bytes());
 		else if (plan.reshape)
-			keep_row(plan, memory, frame, y, frame.output_row(y), nullptr);
+			keep_row(plan, memory, frame, y, row, nullptr);
+		draw_stickers(plan, y, 0, frame.width, row);
 	}
 }
 
@@ -294,7 +302,8 @@ void process_band(const FramePlan &plan, kl_engine &engine, const Frame &frame, 
 	FrameMemory::WorkerScratch &slot = memory.slots[size_t(slot_number)];
 	const int first = band * rows_per_band;
 	const int end = std::min(frame.height, first + rows_per_band);
-	if (plan.leaves_rows_alone() || (plan.does_nothing_but_sharpen() && frame.width >= kernels::unpadded_pixels)) {
+	if (plan.leaves_rows_alone() || (plan.only_finishes() && frame.has_rows_of_whole_vectors()) ||
+	    (plan.does_nothing_but_sharpen() && frame.width >= kernels::unpadded_pixels)) {
 		pass_band(plan, memory, frame, first, end);
 		return;
 	}

@@ -7,9 +7,9 @@
 // floating-point work is element by element in one order, without fused multiply-add.
 //
 // Rows are RGBA, 8 bits per channel, aligned to nothing. They lie in scratch memory, readable and writable
-// `row_padding_bytes` beyond both ends, or in a frame whose rows are whole vectors: of such a row, or of a part of it that
-// begins at a multiple of `widest_vector_bytes`, nothing beyond the next multiple is read or written.
-// Cells are what squares of 2, 4 or 8 pixels a side become on a reduced grid.
+// `row_padding_bytes` beyond both ends, or in a frame whose rows are whole vectors: of such a row, or of a part of it
+// that begins at a multiple of `widest_vector_bytes`, nothing beyond the next multiple is read or written. Cells are
+// what squares of 2, 4 or 8 pixels a side become on a reduced grid.
 namespace kalvio::engine::kernels {
 
 inline constexpr int row_padding_bytes = 128;
@@ -82,8 +82,8 @@ struct LutCell {
 	static constexpr Order orders[6] = {{7, 0, 2}, {5, 0, 1}, {4, 2, 1}, {0, 2, 0}, {2, 1, 0}, {3, 1, 2}};
 };
 
-// Replaces the colors of a row; alpha is kept.
-void lookup_row(uint8_t *row, int width, const int16_t *cells);
+// Replaces the colors of a row; alpha is kept. `out` may be the row itself.
+void lookup_row(const uint8_t *row, int width, const int16_t *cells, uint8_t *out);
 
 // --- Key and background -------------------------------------------------------------------------------------------
 

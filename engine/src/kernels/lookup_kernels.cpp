@@ -178,20 +178,20 @@ HWY_INLINE hn::Vec<hn::FixedTag<uint8_t, 16>> four_colors(D d, const int16_t *HW
 				   hn::DemoteTo(bytes, finished_colors(cells, block, pixel + 2)), colors);
 }
 
-void lookup_row(uint8_t *HWY_RESTRICT row, int width, const int16_t *HWY_RESTRICT cells)
+void lookup_row(const uint8_t *row, int width, const int16_t *HWY_RESTRICT cells, uint8_t *out)
 {
 	const hn::FixedTag<uint8_t, 16> d8;
 	const hn::FixedTag<uint32_t, 4> d32;
 	const auto alpha = hn::Set(d32, 0xFF000000U);
 	Block block;
 	for (int first = 0; first < width; first += block_pixels) {
-		uint8_t *pixels = row + first * 4;
+		const uint8_t *pixels = row + first * 4;
 		prepare(pixels, block);
 		for (int pixel = 0; pixel < block_pixels; pixel += 4) {
 			const auto colors = hn::BitCast(d32, four_colors(Pairs(), cells, block, pixel));
 			const auto old = hn::BitCast(d32, hn::LoadU(d8, pixels + pixel * 4));
 			const auto result = hn::Or(hn::And(old, alpha), hn::AndNot(alpha, colors));
-			hn::StoreU(hn::BitCast(d8, result), d8, pixels + pixel * 4);
+			hn::StoreU(hn::BitCast(d8, result), d8, out + (first + pixel) * 4);
 		}
 	}
 }
@@ -204,9 +204,9 @@ namespace kalvio::engine::kernels {
 
 HWY_EXPORT(lookup_row);
 
-void lookup_row(uint8_t *row, int width, const int16_t *cells)
+void lookup_row(const uint8_t *row, int width, const int16_t *cells, uint8_t *out)
 {
-	HWY_DYNAMIC_DISPATCH(lookup_row)(row, width, cells);
+	HWY_DYNAMIC_DISPATCH(lookup_row)(row, width, cells, out);
 }
 
 } // namespace kalvio::engine::kernels
