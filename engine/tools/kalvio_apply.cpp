@@ -13,7 +13,7 @@
 // With clip=WIDTHxHEIGHT@FPS it puts a whole clip through one engine: INPUT and OUTPUT are frames of this size, 4 bytes
 // per pixel, one after the other without anything between them. They may be /dev/stdin and /dev/stdout. The engine's
 // time is the clip's. There the value of a number may be FROM..TO: it moves from FROM to TO and back, once in four
-// seconds.
+// seconds. A clip goes through once.
 #include "arguments.h"
 #include "engine.h"
 #include "face_drawing.h"
@@ -28,12 +28,14 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <numbers>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace {
@@ -128,6 +130,14 @@ struct Setting {
 	std::string value;
 };
 
+// Whether a setting is one that can have any value between two others.
+bool is_number(const std::string &name)
+{
+	return std::ranges::find(numbers, name, &NumberSetting::name) != std::end(numbers) ||
+	       std::ranges::find(face_reshapes, name) != std::end(face_reshapes) ||
+	       std::ranges::find(body_reshapes, name) != std::end(body_reshapes);
+}
+
 int32_t apply(kl_engine *engine, const std::string &name, const char *value)
 {
 	for (const NumberSetting &setting : numbers) {
@@ -206,8 +216,8 @@ Crop crop_of(const std::string &value)
 {
 	Crop crop;
 	char rest = 0;
-	if (std::sscanf(value.c_str(), "%d,%d,%d,%d,%d%c", &crop.x, &crop.y, &crop.width, &crop.height, &crop.halvings,
-			&rest) != 5)
+	if (std::sscanf(value.c_str(), "%9d,%9d,%9d,%9d,%9d%c", &crop.x, &crop.y, &crop.width, &crop.height,
+			&crop.halvings, &rest) != 5)
 		throw std::runtime_error("crop is five numbers: x, y, width, height, halvings");
 	return crop;
 }
@@ -226,7 +236,7 @@ Image cropped(const Image &image, const Crop &crop)
 	return part;
 }
 
-// What all frames of a clip have in common.
+// What all frames of a clip have in common. A number of more than nine digits might not fit.
 struct Clip {
 	int width = 0;
 	int height = 0;
@@ -237,7 +247,7 @@ Clip clip_of(const std::string &value)
 {
 	Clip clip;
 	char rest = 0;
-	if (std::sscanf(value.c_str(), "%dx%d@%d%c", &clip.width, &clip.height, &clip.fps, &rest) != 3)
+	if (std::sscanf(value.c_str(), "%9dx%9d@%9d%c", &clip.width, &clip.height, &clip.fps, &rest) != 3)
 		throw std::runtime_error("clip is three numbers: WIDTHxHEIGHT@FPS");
 	if (std::min({clip.width, clip.height, clip.fps}) < 1 || std::max(clip.width, clip.height) > KL_MAX_FRAME_SIZE)
 		throw std::runtime_error("no clip has the size and frame rate " + value);
@@ -248,11 +258,16 @@ Clip clip_of(const std::string &value)
 class ClipFiles {
 public:
 	ClipFiles(const std::string &input, const std::string &output)
-		: input_(kalvio::engine::path_from_utf8(input), std::ios::binary),
-		  output_(kalvio::engine::path_from_utf8(output), std::ios::binary)
+		: input_(kalvio::engine::path_from_utf8(input), std::ios::binary)
 	{
 		if (!input_ || input_.peek() == std::ifstream::traits_type::eof())
 			throw std::runtime_error("the clip cannot be read or has no frame");
+		const std::filesystem::path output_path = kalvio::engine::path_from_utf8(output);
+		std::error_code none_there;
+		if (std::filesystem::is_regular_file(output_path, none_there) &&
+		    std::filesystem::equivalent(kalvio::engine::path_from_utf8(input), output_path, none_there))
+			throw std::runtime_error("the output is the clip itself");
+		output_.open(output_path, std::ios::binary);
 	}
 
 	// False at the end of the clip.
@@ -309,7 +324,11 @@ std::optional<Swing> swing_of(const Setting &setting)
 		return std::nullopt;
 	const std::optional<float> from = number_of(setting.value.substr(0, dots));
 	const std::optional<float> to = number_of(setting.value.substr(dots + 2));
-	return from && to ? std::optional(Swing{setting.name, *from, *to}) : std::nullopt;
+	if (!from || !to)
+		return std::nullopt;
+	if (!is_number(setting.name))
+		throw std::runtime_error("only a number can move, which " + setting.name + " is not");
+	return Swing{setting.name, *from, *to};
 }
 
 struct Options {
@@ -318,6 +337,8 @@ struct Options {
 	{
 		for (size_t index = 4; index < arguments.size(); ++index)
 			add(Setting(arguments[index]));
+		if (clip && frames)
+			throw std::runtime_error("a clip goes through once, without frames");
 	}
 
 	std::string resources;
@@ -328,7 +349,7 @@ struct Options {
 	std::string log_path;
 	std::optional<Crop> crop;
 	std::optional<Clip> clip;
-	int frames = 1;
+	std::optional<int> frames;
 	bool show_faces = false;
 	bool show_matte = false;
 
@@ -449,7 +470,7 @@ void run_picture(const Options &options, Session &session)
 		throw std::runtime_error("only in a clip can " + options.swings[0].name + " move");
 	Image output = input;
 	double fastest = 1e9;
-	for (int frame = 0; frame < options.frames; ++frame)
+	for (int frame = 0; frame < options.frames.value_or(1); ++frame)
 		fastest = std::min(fastest, session.process(input, frame * int64_t{1'000'000} / 30, output));
 	std::printf("%dx%d %.2f ms\n", input.width, input.height, fastest);
 	if (session.tracker() != nullptr)
