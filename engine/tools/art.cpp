@@ -419,6 +419,8 @@ void apply_noise(Canvas &layer, const json &noise, const Transform &transform)
 	const json &given = noise.at("size");
 	const std::array<double, 2> size =
 		given.is_number() ? std::array<double, 2>{given, given} : given.get<std::array<double, 2>>();
+	if (size[0] <= 0 || size[1] <= 0)
+		throw std::runtime_error("noise without a size");
 	const auto range = noise.at("range").get<std::array<double, 2>>();
 	const uint64_t seed = noise.value("seed", 1U);
 	for (size_t index = 0; index < layer.values.size(); index += 4) {
@@ -538,6 +540,8 @@ json art_of(const json &pictures, const std::string &name)
 	if (!own.contains("like"))
 		return own;
 	json whole = pictures.at(own.at("like").get<std::string>());
+	if (whole.contains("like"))
+		throw std::runtime_error(name + " is like a picture that is like another itself");
 	whole.merge_patch(own);
 	return whole;
 }

@@ -38,6 +38,7 @@ namespace kalvio::engine {
 Image draw_art(const nlohmann::json &definition);
 
 // The definition of one picture of several. One that is {"like": NAME, ...} is that other, but for what it says itself.
+// Throws where that other is like one, too.
 nlohmann::json art_of(const nlohmann::json &pictures, const std::string &name);
 
 } // namespace kalvio::engine

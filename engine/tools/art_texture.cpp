@@ -113,6 +113,8 @@ double noise_at(double x, double y, uint64_t seed)
 
 std::vector<Hair> hairs_in(const std::vector<Polygon> &polygons, const HairStyle &style)
 {
+	if (style.count < 0)
+		throw std::runtime_error("fewer hairs than none");
 	PathPoint low = {1e9, 1e9};
 	PathPoint high = {-1e9, -1e9};
 	for (const Polygon &polygon : polygons) {

@@ -178,6 +178,28 @@ TEST(Art, HairsNeedAnArea)
 		     std::runtime_error);
 }
 
+TEST(Art, HairsAreNotFewerThanNone)
+{
+	EXPECT_THROW(drawn(R"({"rect": [0, 0, 64, 64], "fill": "#ffffff", "hairs":
+		{"count": -1, "length": [5, 5], "width": 1, "ways": [[0, 0, 0]]}})"),
+		     std::runtime_error);
+	EXPECT_EQ(drawn(R"({"rect": [0, 0, 64, 64], "fill": "#ffffff", "hairs":
+		{"count": 0, "length": [5, 5], "width": 1, "ways": [[0, 0, 0]]}})")
+			  .pixels,
+		  drawn("").pixels);
+}
+
+TEST(Art, NoiseNeedsASize)
+{
+	for (const char *size : {"0", "-8", "[8, 0]", "[-8, 8]"}) {
+		EXPECT_THROW(drawn(std::string(R"({"rect": [0, 0, 64, 64], "fill": "#ffffff", "noise":
+			{"range": [0, 1], "size": )") +
+				   size + "}}"),
+			     std::runtime_error)
+			<< size;
+	}
+}
+
 TEST(Art, ARepetitionTurnsAboutItsPoint)
 {
 	const Image repeated = drawn(R"({"rect": [30, 4, 4, 20], "fill": "#ffffff",
@@ -236,6 +258,17 @@ TEST(Art, APictureIsLikeAnother)
 	EXPECT_EQ(b["height"], 6);
 	EXPECT_EQ(b["colors"], json::parse(R"({"x": "#ff0000", "y": "#0000ff"})"));
 	EXPECT_TRUE(b["shapes"].is_array());
+}
+
+TEST(Art, APictureIsNotLikeOneThatIsLikeAnother)
+{
+	const json pictures = json::parse(R"({
+		"a": {"width": 8, "height": 4, "shapes": []},
+		"b": {"like": "a", "height": 6},
+		"c": {"like": "b", "height": 8},
+		"d": {"like": "d"}})");
+	EXPECT_THROW(art_of(pictures, "c"), std::runtime_error);
+	EXPECT_THROW(art_of(pictures, "d"), std::runtime_error);
 }
 
 // A shadow or a blurred drawing that its picture cuts off shows as a straight edge on the frame.
