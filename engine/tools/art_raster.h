@@ -12,7 +12,7 @@ struct PathPoint {
 
 using Polygon = std::vector<PathPoint>;
 
-// How much of each pixel is covered, 0..1, `width` values a row. Rows above and below the polygons are left out.
+// How much of each pixel is covered, 0..1, `width` values per row. Rows above and below the polygons are left out.
 struct Coverage {
 	int first_row;
 	std::vector<float> values;

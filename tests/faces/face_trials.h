@@ -67,7 +67,7 @@ public:
 	FaceTrial try_face(const FaceRecipe &recipe, const TrialWatcher &watcher = {});
 	ConditionResult try_condition(FaceCondition condition, int faces, const TrialWatcher &watcher = {});
 
-	// Follows a head through one motion of four seconds, 30 frames each.
+	// Follows a head through one motion of four seconds, at 30 frames per second.
 	MovingTrial try_moving_head(int tone);
 	// How far points of a still face move in a noisy video, root mean square in percent of its size.
 	double still_jitter(float noise_levels);

@@ -50,7 +50,7 @@ HWY_INLINE WordVector alpha_of(WordVector pixels)
 
 void scale_alpha_by_matte(uint8_t *HWY_RESTRICT row, int width, const uint8_t *HWY_RESTRICT matte)
 {
-	const hn::ScalableTag<uint32_t> d; // one pixel a lane
+	const hn::ScalableTag<uint32_t> d; // one pixel per lane
 	const hn::Repartition<uint16_t, decltype(d)> d16;
 	const hn::Repartition<uint8_t, decltype(d)> d8;
 	const int bytes = static_cast<int>(hn::Lanes(d8));
