@@ -28,13 +28,16 @@ struct Fault {
 	bool strikes()
 	{
 		calls++;
-		if (calls_to_pass > 0) {
-			calls_to_pass--;
-			return false;
+		return !takes_one(calls_to_pass) && takes_one(failures_left);
+	}
+
+	// From what is left, unless nothing is or it is for every time. Threads call at once.
+	static bool takes_one(std::atomic<int> &left)
+	{
+		int seen = left;
+		while (seen > 0 && !left.compare_exchange_weak(seen, seen - 1)) {
 		}
-		if (failures_left > 0)
-			return failures_left-- > 0;
-		return failures_left == every_time;
+		return seen != 0;
 	}
 };
 
