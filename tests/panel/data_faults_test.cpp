@@ -49,7 +49,8 @@ protected:
 								      : !load_logo(20).isNull();
 	}
 
-	// At once: the application that the test's own process has is not the child's to end, nor are its fonts.
+	// At once: the application that the test's own process has is not the child's to end. Its
+	// fonts go with the folder, since Windows does not remove a file that is open.
 	[[noreturn]] static void leave_with(bool is_well)
 	{
 		remove_data_folder();
