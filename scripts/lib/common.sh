@@ -45,43 +45,43 @@ print_help() {
 #                       be missing ("a value")
 #   '*' files+          any other without a dash; with "+" it is appended to an array, else the last one counts
 #   '-*' others+        any other with a dash
-# --help and -h print the head of the script.
+# --help and -h print the head of the script. The names with "_" below are no targets.
 parse_arguments() {
-	local form value
-	local -i entry
-	local -a table=()
+	local _form _value
+	local -i _entry
+	local -a _table=()
 	while [[ $1 != -- ]]; do
-		table+=("$1" "$2")
+		_table+=("$1" "$2")
 		shift 2
 	done
 	while shift && (($#)); do
 		[[ $1 != --help && $1 != -h ]] || { print_help "${BASH_SOURCE[1]}" && exit 0; }
-		for ((entry = 0; entry < ${#table[@]}; entry += 2)); do
-			form=${table[entry]}
-			case $form in
+		for ((_entry = 0; _entry < ${#_table[@]}; _entry += 2)); do
+			_form=${_table[_entry]}
+			case $_form in
 			'*') [[ $1 == -* ]] || break ;;
 			'-*') [[ $1 != -* ]] || break ;;
-			*=*) [[ $1 != "${form%%=*}" && $1 != "${form%%=*}="* ]] || break ;;
-			*) [[ $1 != "$form" ]] || break ;;
+			*=*) [[ $1 != "${_form%%=*}" && $1 != "${_form%%=*}="* ]] || break ;;
+			*) [[ $1 != "$_form" ]] || break ;;
 			esac
 		done
-		((entry < ${#table[@]})) || usage_error "unknown argument: $1"
-		value=$1
-		if [[ $form == *=* && $1 == *=* ]]; then
-			value=${1#*=}
-		elif [[ $form == *=* ]]; then
-			form=${form#*=}
-			(($# >= 2)) || usage_error "$1 needs ${form:-a value}"
-			value=$2
+		((_entry < ${#_table[@]})) || usage_error "unknown argument: $1"
+		_value=$1
+		if [[ $_form == *=* && $1 == *=* ]]; then
+			_value=${1#*=}
+		elif [[ $_form == *=* ]]; then
+			_form=${_form#*=}
+			(($# >= 2)) || usage_error "$1 needs ${_form:-a value}"
+			_value=$2
 			shift
 		fi
-		case ${table[entry + 1]} in
-		*=*) printf -v "${table[entry + 1]%%=*}" %s "${table[entry + 1]#*=}" ;;
+		case ${_table[_entry + 1]} in
+		*=*) printf -v "${_table[_entry + 1]%%=*}" %s "${_table[_entry + 1]#*=}" ;;
 		*+)
-			local -n list=${table[entry + 1]%+}
-			list+=("$value")
+			local -n _list=${_table[_entry + 1]%+}
+			_list+=("$_value")
 			;;
-		*) printf -v "${table[entry + 1]}" %s "$value" ;;
+		*) printf -v "${_table[_entry + 1]}" %s "$_value" ;;
 		esac
 	done
 }

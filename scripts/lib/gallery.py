@@ -304,7 +304,7 @@ def sticker_path(data, sticker):
 
 
 def clip_groups(data):
-    """What one animation each shows, by its name: columns, and cells of a label and settings of kalvio-apply."""
+    """What each animation shows, by its name: columns, and cells of a label and settings of kalvio-apply."""
     retouch = [(f"smoothing, {name}", {"smoothing": "0..1", "smoothing_style": n}) for name, n in SMOOTHING_STYLES]
     retouch += [
         (f"whitening, {name}", {"whitening": "0..1", "whitening_style": number, "skin_only": 1})
@@ -368,7 +368,7 @@ def draw_heads(engine, build, out):
 
 
 def main():
-    if len(sys.argv) not in (4, 5):
+    if len(sys.argv) not in (4, 5) or sys.argv[3:] == ["--clip"]:
         sys.exit(__doc__)
     build, out = pathlib.Path(sys.argv[1]).resolve(), pathlib.Path(sys.argv[2])
     engine = Engine(build / "plugins/obs-kalvio")

@@ -21,10 +21,12 @@ lint_files() { git ls-files --cached --others --exclude-standard -- "$@"; }
 
 lint_sources() { lint_files '*.c' '*.h' '*.cpp' '*.hpp'; }
 
-# Python scripts by their name or first line.
+# Python scripts by their name or first line. A tracked file that has been deleted is none.
 lint_python() {
-	{ lint_files '*.py' && lint_files | xargs -d '\n' grep -lE --binary-files=without-match -m1 '^#!.*python3$' 2>/dev/null; } |
-		sort -u
+	{
+		lint_files '*.py'
+		lint_files | xargs -d '\n' grep -lE --binary-files=without-match -m1 '^#!.*python3$' 2>/dev/null || true
+	} | sort -u
 }
 
 lint_warn_about_version() {
