@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numbers>
 #include <sstream>
 #include <stdexcept>
 
@@ -62,7 +63,7 @@ Transform moved(double x, double y)
 
 Transform turned(double degrees, const std::array<double, 2> &about)
 {
-	const double angle = degrees * 3.14159265358979323846 / 180;
+	const double angle = degrees * std::numbers::pi / 180;
 	const Transform turn = {std::cos(angle), std::sin(angle), -std::sin(angle), std::cos(angle), 0, 0};
 	return moved(about[0], about[1]) * turn * moved(-about[0], -about[1]);
 }

@@ -3,13 +3,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <stdexcept>
 
 namespace kalvio::engine {
 
 namespace {
 
-constexpr double radians_per_degree = 3.14159265358979323846 / 180;
+constexpr double radians_per_degree = std::numbers::pi / 180;
 
 // 0..1, evenly spread, the same on every system.
 double art_random(uint64_t number, uint64_t purpose)

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <stdexcept>
 
 namespace kalvio::engine {
@@ -69,7 +70,7 @@ void saturate(Grade::Color &color, double factor)
 
 void move_hues(const std::vector<Grade::HueRange> &ranges, Grade::Color &color)
 {
-	constexpr double degrees = 180 / 3.14159265358979323846;
+	constexpr double degrees = 180 / std::numbers::pi;
 	// An opponent plane: chroma and angle without the corners of a hexagon.
 	const double gray = luma(color);
 	const double x = color[0] - 0.5 * (color[1] + color[2]);

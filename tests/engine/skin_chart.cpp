@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <numbers>
 
 namespace kalvio::engine::testing {
 
@@ -176,7 +177,7 @@ const std::array<const char *, skin_background_count> skin_background_names = {
 
 int typology_angle(int tone)
 {
-	constexpr double degrees = 180 / 3.14159265358979323846;
+	constexpr double degrees = 180 / std::numbers::pi;
 	return static_cast<int>(std::lround(std::atan2(tones[tone].lightness - 50, tones[tone].b) * degrees));
 }
 

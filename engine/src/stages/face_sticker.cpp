@@ -48,7 +48,7 @@ struct AnchorPlace {
 	std::array<int, 4> points; // their mean
 	// The part of the face that the item lies on: while it is covered, the item fades. What sits on the head as a
 	// whole has none.
-	std::optional<FaceGroup> part = {};
+	std::optional<FaceGroup> part;
 };
 
 AnchorPlace place_of(StickerAnchor anchor)
@@ -60,19 +60,19 @@ AnchorPlace place_of(StickerAnchor anchor)
 	case StickerAnchor::Eyes:
 		return {{33, 133, 362, 263}, FaceGroup::Eyes};
 	case StickerAnchor::Forehead:
-		return {one(regions::forehead)};
+		return {one(regions::forehead), std::nullopt};
 	case StickerAnchor::Nose:
 		return {one(regions::nose_tip), FaceGroup::Nose};
 	case StickerAnchor::UpperLip:
 		return {one(164), FaceGroup::Lips};
 	case StickerAnchor::CheekLeft:
-		return {one(50)};
+		return {one(50), std::nullopt};
 	case StickerAnchor::CheekRight:
-		return {one(280)};
+		return {one(280), std::nullopt};
 	case StickerAnchor::TempleLeft:
-		return {one(127)};
+		return {one(127), std::nullopt};
 	case StickerAnchor::TempleRight:
-		return {one(356)};
+		return {one(356), std::nullopt};
 	}
 	return {one(regions::nose_tip), FaceGroup::Nose};
 }
