@@ -3,15 +3,16 @@
 #
 # The four checks of scripts/format. The working folder is the root of the checkout.
 
-# The version the sources are kept in shape with. Others break some lines elsewhere.
-readonly LINT_FORMAT_VERSION=14
+# The versions the sources are kept in shape with, those of Debian 12 and 13: the sources have a shape that both agree on.
+# Others may break some lines elsewhere.
+readonly LINT_FORMAT_VERSIONS=(14 19)
 
 # The most sources that clang-tidy reads as one.
 readonly TIDY_BATCH=12
 
 lint_format_program() {
 	local program
-	for program in "clang-format-$LINT_FORMAT_VERSION" clang-format; do
+	for program in "${LINT_FORMAT_VERSIONS[@]/#/clang-format-}" clang-format; do
 		command -v "$program" && return
 	done
 }
@@ -30,8 +31,10 @@ lint_python() {
 }
 
 lint_warn_about_version() {
-	[[ $("$(lint_format_program)" --version) == *"version $LINT_FORMAT_VERSION."* ]] ||
-		warn "this is not clang-format $LINT_FORMAT_VERSION: it may see some lines differently"
+	local version
+	version=$("$(lint_format_program)" --version)
+	[[ $version =~ version\ ([0-9]+)\. && " ${LINT_FORMAT_VERSIONS[*]} " == *" ${BASH_REMATCH[1]} "* ]] ||
+		warn "this is not clang-format ${LINT_FORMAT_VERSIONS[*]}: it may see some lines differently"
 }
 
 format_sources() {
