@@ -74,7 +74,7 @@ void move_hues(const std::vector<Grade::HueRange> &ranges, Grade::Color &color)
 	// An opponent plane: chroma and angle without the corners of a hexagon.
 	const double gray = luma(color);
 	const double x = color[0] - 0.5 * (color[1] + color[2]);
-	const double y = std::sqrt(3.0) / 2 * (color[1] - color[2]);
+	const double y = std::numbers::sqrt3 / 2 * (color[1] - color[2]);
 	const double angle = std::atan2(y, x) * degrees;
 	double turn = 0;
 	double factor = 1;
@@ -90,8 +90,8 @@ void move_hues(const std::vector<Grade::HueRange> &ranges, Grade::Color &color)
 		return;
 	const double turned_x = factor * (x * std::cos(turn / degrees) - y * std::sin(turn / degrees));
 	const double turned_y = factor * (x * std::sin(turn / degrees) + y * std::cos(turn / degrees));
-	Grade::Color moved = {2.0 / 3 * turned_x, -turned_x / 3 + turned_y / std::sqrt(3.0),
-			      -turned_x / 3 - turned_y / std::sqrt(3.0)};
+	Grade::Color moved = {2.0 / 3 * turned_x, -turned_x / 3 + turned_y / std::numbers::sqrt3,
+			      -turned_x / 3 - turned_y / std::numbers::sqrt3};
 	const double missing = gray - luma(moved) + lighter;
 	for (size_t channel = 0; channel < 3; ++channel)
 		color[channel] = moved[channel] + missing;
