@@ -26,6 +26,8 @@ std::time_t fixed_time()
 void add(zip_t *archive, const BundleFile &file)
 {
 	zip_source_t *source = zip_source_buffer(archive, file.content.data(), file.content.size(), /*freep=*/0);
+	if (source == nullptr)
+		throw std::runtime_error(file.name + ": " + zip_strerror(archive));
 	const int64_t index = zip_file_add(archive, file.name.c_str(), source, ZIP_FL_ENC_UTF_8);
 	if (index < 0) {
 		zip_source_free(source);
