@@ -479,6 +479,7 @@ private:
 		// The 4 x 4 matrix: what multiplies x and y stays, the shift is in other units.
 		const Scaled &matrix = scaled(each.inputs[1]);
 		std::vector<float> factors;
+		factors.reserve(matrix.factors.size());
 		for (const uint16_t factor : matrix.factors)
 			factors.push_back(half_to_float(factor));
 		if (factors.size() != 16 || factors[0] != 1 || factors[1] != 1 || factors[4] != 1 || factors[5] != 1 ||

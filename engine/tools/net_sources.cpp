@@ -49,7 +49,7 @@ std::filesystem::path find(const std::filesystem::path &folder, const char *name
 	throw std::runtime_error(std::string("there is no ") + name);
 }
 
-const Bytes &checked(const Bytes &bytes, const Pinned &pinned)
+Bytes checked(Bytes bytes, const Pinned &pinned)
 {
 	if (sha256(bytes) != pinned.hash)
 		throw std::runtime_error(std::string(pinned.name) + " is not the file of the pinned version");
