@@ -74,6 +74,7 @@ std::vector<int> integer_list(const Flex &flex, size_t place, size_t width)
 	std::vector<int> values;
 	const uint64_t count = flex.number(flex.before(place, width), width);
 	for (uint64_t index = 0; index < count; ++index)
+		// NOLINTNEXTLINE(performance-inefficient-vector-operation): nothing has said yet that there are so many
 		values.push_back(static_cast<int>(flex.number(place + static_cast<size_t>(index) * width, width)));
 	return values;
 }
