@@ -30,7 +30,7 @@ OBSSourceAutoRelease selected_source()
 						   : obs_frontend_get_current_scene();
 	obs_source_t *found = nullptr;
 	if (obs_scene_t *items = obs_scene_from_source(scene))
-		obs_scene_enum_items(items, find_selected, &found);
+		obs_scene_enum_items(items, find_selected, static_cast<void *>(&found));
 	return obs_source_get_ref(found);
 }
 
