@@ -17,7 +17,7 @@ struct Tile {
 	std::string id; // empty: no effect
 	std::string label_key;
 	bool is_animated = false; // carries the tag that says so
-	std::string picture = {}; // of the effect, shown over its name: a path; empty: none
+	std::string picture;      // of the effect, shown over its name: a path; empty: none
 };
 
 // The tiles of one page: exclusive, also over several grids.
