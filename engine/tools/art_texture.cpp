@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "art_texture.h"
 
+#include "mixed_bits.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -15,13 +17,7 @@ constexpr double radians_per_degree = std::numbers::pi / 180;
 // 0..1, evenly spread, the same on every system.
 double art_random(uint64_t number, uint64_t purpose)
 {
-	uint64_t value = number * 0x9E3779B97F4A7C15ULL + purpose * 0xBF58476D1CE4E5B9ULL + 1;
-	value ^= value >> 30;
-	value *= 0xBF58476D1CE4E5B9ULL;
-	value ^= value >> 27;
-	value *= 0x94D049BB133111EBULL;
-	value ^= value >> 31;
-	return static_cast<double>(value >> 11) / 9007199254740992.0;
+	return static_cast<double>(mixed_bits(number, purpose) >> 11) / 9007199254740992.0;
 }
 
 double lattice_value(int64_t x, int64_t y, uint64_t seed)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "stages/sticker_motion.h"
 
+#include "mixed_bits.h"
 #include "stages/sine_table.h"
 
 #include <algorithm>
@@ -10,16 +11,10 @@ namespace kalvio::engine {
 
 namespace {
 
-// 0..1 for a sprite's number and a purpose; a well mixed integer hash.
+// 0..1 for a sprite's number and a purpose.
 float random_of(uint64_t number, uint64_t purpose)
 {
-	uint64_t value = number * 0x9E3779B97F4A7C15ULL + purpose * 0xBF58476D1CE4E5B9ULL + 1;
-	value ^= value >> 30;
-	value *= 0xBF58476D1CE4E5B9ULL;
-	value ^= value >> 27;
-	value *= 0x94D049BB133111EBULL;
-	value ^= value >> 31;
-	return static_cast<float>(value >> 40) / 16777216.0F;
+	return static_cast<float>(mixed_bits(number, purpose) >> 40) / 16777216.0F;
 }
 
 // A moment of the animation. In integers: after a day a float would move in jumps. The unit divides a microsecond, and
