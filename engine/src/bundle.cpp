@@ -191,6 +191,11 @@ ReadResult Bundle::check_manifest(const char *kind)
 	return {};
 }
 
+const Bytes &Bundle::bytes() const
+{
+	return archive_->bytes;
+}
+
 ReadResult Bundle::read(const std::string &entry, Bytes &content) const
 {
 	const auto found = entries_.find(entry);

@@ -37,6 +37,8 @@ public:
 	ReadResult open(const char *path, const char *kind);
 	ReadResult open(Bytes bytes, const char *kind);
 
+	// The whole archive, packed. Only of a bundle that has been opened.
+	const Bytes &bytes() const;
 	const std::string &name() const { return name_; }
 	const nlohmann::json &manifest() const { return *manifest_; }
 

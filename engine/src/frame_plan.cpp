@@ -71,7 +71,7 @@ FramePlan plan_frame(kl_engine &engine, const Frame &frame, int64_t now_us)
 	plan.retouch = RetouchField::is_needed(settings);
 	plan.masked = plan.retouch && settings.skin_only;
 	plan.makeup = MakeupStage::is_needed(settings) && engine.nets->is_complete();
-	plan.tone = engine.memory.tone.prepare(settings);
+	plan.tone = engine.memory.tone.prepare(settings, *engine.pool);
 	plan.sharpening = static_cast<int>(std::lrint(settings.sharpening * strongest_sharpening));
 	plan.sharpen_step = sharpen_step(frame.height);
 	plan.reshape = ReshapeField::is_needed(settings) && engine.nets->is_complete();

@@ -173,16 +173,6 @@ ReadResult read_library(const NetFiles &files, NetLibrary &nets)
 	return read_geometry(files[3], nets.head);
 }
 
-ReadResult read_nets_of(const NetFiles &files, NetLibrary &nets)
-{
-	ReadResult result = read_library(files, nets);
-	if (!result) {
-		nets = {};
-		nets.reason = result.reason;
-	}
-	return result;
-}
-
 NetLibrary no_nets()
 {
 	NetLibrary nets;
@@ -204,34 +194,32 @@ ReadResult read_nets(const Bundle &bundle, NetLibrary &nets)
 	if (!has_nets)
 		return {};
 	nets = {};
-	return read_nets_of(files, nets);
+	ReadResult result = read_library(files, nets);
+	if (!result) {
+		nets = {};
+		nets.reason = result.reason;
+	}
+	return result;
 }
 
 std::shared_ptr<const NetLibrary> shared_nets(const Bundle &bundle)
 {
-	// The files stay beside what was made of them: an engine shares it only if it brings the very same ones.
+	// The bundle stays beside what was made of it: unpacking another one takes far longer than comparing the two.
 	struct Shared {
-		NetFiles files;
+		Bytes bundle;
 		NetLibrary nets;
 	};
 	static std::mutex mutex;
 	static std::weak_ptr<Shared> current; // guarded by the mutex
 
-	const auto made = std::make_shared<Shared>();
-	bool has_nets = false;
-	if (const ReadResult result = read_files(bundle, made->files, has_nets); !result) {
-		made->nets.reason = result.reason;
-		return {made, &made->nets};
-	}
-	if (!has_nets) {
-		made->nets = no_nets();
-		return {made, &made->nets};
-	}
 	const std::lock_guard lock(mutex);
-	if (const std::shared_ptr<Shared> present = current.lock(); present && present->files == made->files)
+	if (const std::shared_ptr<Shared> present = current.lock(); present && present->bundle == bundle.bytes())
 		return {present, &present->nets};
-	if (read_nets_of(made->files, made->nets))
+	const auto made = std::make_shared<Shared>();
+	if (read_nets(bundle, made->nets) && made->nets.is_complete()) {
+		made->bundle = bundle.bytes();
 		current = made;
+	}
 	return {made, &made->nets};
 }
 

@@ -52,8 +52,8 @@ struct NetLibrary {
 // alone. Takes about 30 ms.
 ReadResult read_nets(const Bundle &bundle, NetLibrary &nets);
 
-// The same, shared with the other engines of the process that were made from the same files and are still there. Never
-// null; where there are no nets, `reason` says why. Any thread.
+// The same, shared with the other engines of the process that were made from a bundle of the same bytes and are still
+// there. Never null; where there are no nets, `reason` says why. Any thread.
 std::shared_ptr<const NetLibrary> shared_nets(const Bundle &bundle);
 
 } // namespace kalvio::engine

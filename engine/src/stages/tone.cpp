@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <mutex>
 #include <numbers>
 
 namespace kalvio::engine {
@@ -19,12 +21,12 @@ struct Tone {
 	double turn;      // of the hue, in degrees, towards yellow
 };
 
-// In the order of the whitening styles: cold white, pink white, warm white, wheat, tan.
-constexpr Tone whitening_tones[] = {
-	{0.060, 0.68, -3.0}, {0.055, 0.92, -4.0}, {0.055, 0.95, 4.0}, {0.034, 1.18, 4.0}, {-0.085, 1.18, 3.0},
+// In the order of the whitening styles: cold white, pink white, warm white, wheat, tan. Then rosy.
+constexpr Tone tones[] = {
+	{0.060, 0.68, -3.0}, {0.055, 0.92, -4.0}, {0.055, 0.95, 4.0},
+	{0.034, 1.18, 4.0},  {-0.085, 1.18, 3.0}, {-0.012, 1.22, -4.0},
 };
-
-constexpr Tone rosy_tone = {-0.012, 1.22, -4.0};
+constexpr int rosy_tone = 5;
 
 // Light skin, whose lightness the tones are given for.
 constexpr double light_skin = 0.8;
@@ -56,15 +58,15 @@ Oklab toned(const Oklab &color, const Tone &tone)
 }
 
 // What the tone adds to each color of a table.
-std::vector<float> changes_of(const Tone &tone)
+std::vector<float> changes_of(const Tone &tone, Pool &pool)
 {
 	constexpr int side = Lut3d::side;
 	double linear[side];
 	for (int place = 0; place < side; ++place)
 		linear[place] = linear_from_srgb(double(place) / (side - 1));
-	std::vector<float> changes;
-	changes.reserve(Lut3d::values);
-	for (int blue = 0; blue < side; ++blue) {
+	std::vector<float> changes(Lut3d::values);
+	pool.run(side, [&](int blue, int) {
+		float *change = changes.data() + Lut3d::values / side * size_t(blue);
 		for (int green = 0; green < side; ++green) {
 			for (int red = 0; red < side; ++red) {
 				const Oklab color = oklab_from_linear(linear[red], linear[green], linear[blue]);
@@ -73,18 +75,31 @@ std::vector<float> changes_of(const Tone &tone)
 				const int places[3] = {red, green, blue};
 				for (size_t channel = 0; channel < 3; ++channel) {
 					const double level = std::clamp(srgb_from_linear(light[channel]), 0.0, 1.0);
-					changes.push_back(
-						static_cast<float>(level - double(places[channel]) / (side - 1)));
+					*change++ = static_cast<float>(level - double(places[channel]) / (side - 1));
 				}
 			}
 		}
-	}
+	});
 	return changes;
 }
 
 } // namespace
 
-const int16_t *ToneTable::prepare(const Settings &settings)
+ToneTable::Changes ToneTable::shared_changes(int tone, Pool &pool)
+{
+	static std::mutex mutex;
+	static std::weak_ptr<const std::vector<float>> present[std::size(tones)]; // guarded by the mutex
+
+	const std::lock_guard lock(mutex);
+	Changes changes = present[tone].lock();
+	if (!changes) {
+		changes = std::make_shared<const std::vector<float>>(changes_of(tones[tone], pool));
+		present[tone] = changes;
+	}
+	return changes;
+}
+
+const int16_t *ToneTable::prepare(const Settings &settings, Pool &pool)
 {
 	if (settings.whitening == 0 && settings.rosiness == 0)
 		return nullptr;
@@ -92,11 +107,11 @@ const int16_t *ToneTable::prepare(const Settings &settings)
 	    settings.whitening_style == built_style_)
 		return lookup_.cells();
 	if (settings.whitening > 0 && settings.whitening_style != whitening_style_) {
-		whitening_ = changes_of(whitening_tones[settings.whitening_style]);
+		whitening_ = shared_changes(settings.whitening_style, pool);
 		whitening_style_ = settings.whitening_style;
 	}
-	if (settings.rosiness > 0 && rosiness_.empty())
-		rosiness_ = changes_of(rosy_tone);
+	if (settings.rosiness > 0 && !rosiness_)
+		rosiness_ = shared_changes(rosy_tone, pool);
 
 	constexpr size_t side = Lut3d::side;
 	table_.colors.resize(Lut3d::values);
@@ -105,9 +120,9 @@ const int16_t *ToneTable::prepare(const Settings &settings)
 		const size_t places[3] = {color % side, color / side % side, color / (side * side)};
 		float level = static_cast<float>(places[index % 3]) / (side - 1);
 		if (settings.whitening > 0)
-			level += settings.whitening * whitening_[index];
+			level += settings.whitening * (*whitening_)[index];
 		if (settings.rosiness > 0)
-			level += settings.rosiness * rosiness_[index];
+			level += settings.rosiness * (*rosiness_)[index];
 		table_.colors[index] = static_cast<uint16_t>(std::lrint(std::clamp(level, 0.0F, 1.0F) * 65535.0F));
 	}
 	lookup_.build(table_, 1);

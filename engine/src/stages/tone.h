@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include "pool.h"
 #include "settings.h"
 #include "stages/color_lut.h"
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace kalvio::engine {
@@ -16,13 +18,16 @@ namespace kalvio::engine {
 class ToneTable {
 public:
 	// The cells for kernels::lookup_row; null where the settings change no tone. Takes memory and a millisecond
-	// when they differ from those of the last call.
-	const int16_t *prepare(const Settings &settings);
+	// when they differ from those of the last call, and 20 ms of one thread for a tone that no engine has had yet.
+	const int16_t *prepare(const Settings &settings, Pool &pool);
 
 private:
-	// What a tone at full strength adds to each color of a table, in 0..1.
-	std::vector<float> whitening_;
-	std::vector<float> rosiness_;
+	// What a tone at full strength adds to each color of a table, in 0..1. Engines that have the tone share it.
+	using Changes = std::shared_ptr<const std::vector<float>>;
+	static Changes shared_changes(int tone, Pool &pool);
+
+	Changes whitening_;
+	Changes rosiness_;
 	int32_t whitening_style_ = -1; // of `whitening_`
 	Lut3d table_;
 	TetrahedralLut lookup_;

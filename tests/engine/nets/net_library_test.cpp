@@ -5,6 +5,7 @@
 #include "nets/net_fixture.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 
 namespace kalvio::engine::testing {
@@ -131,11 +132,13 @@ TEST_F(NetLibraryTest, HeadsThatAreNoHeadAreRefused)
 	EXPECT_TRUE(refused(head.size() - 6, {0xFF, 0xFF}));      // its point
 }
 
-TEST_F(NetLibraryTest, EnginesOfTheSameFilesShareTheNets)
+TEST_F(NetLibraryTest, EnginesOfTheSameBundleShareTheNets)
 {
 	const EnginePointer other = create();
 	EXPECT_EQ(other->nets->face_mesh, engine->nets->face_mesh);
-	const EnginePointer copied = engine_of(bundle_with(files));
+	const std::string copy = scratch.file("copy.kld");
+	std::filesystem::copy_file(KALVIO_DATA_DIR "/resource.kld", copy);
+	const EnginePointer copied = engine_of(copy);
 	EXPECT_EQ(copied->nets->face_mesh, engine->nets->face_mesh);
 	files["nets/head_geometry.bin"][16] ^= 1; // the least of the first vertex's x
 	const EnginePointer changed = engine_of(bundle_with(files));
