@@ -152,14 +152,14 @@ obs_install_plugin() {
 	cp -r "$2" "$1/config/obs-studio/plugins/"
 }
 
-# obs_run HOST WORK SECONDS [--bind SOURCE TARGET]... [--before SCRIPT FOLDER] [NAME=VALUE]...: runs OBS on a virtual screen with the variables
+# obs_run HOST WORK SECONDS [--bind SOURCE TARGET]... [--around PROGRAM FOLDER] [NAME=VALUE]...: runs OBS on a virtual screen with the variables
 # set, and kills it after SECONDS. The exit code is that of OBS; its output goes to WORK/out/obs.txt.
 obs_run() {
 	local host=$1 work=$2 seconds=$3
 	local -a options=() variables=() environment=()
 	shift 3
 	while (($#)); do
-		if [[ $1 == --bind || $1 == --before ]]; then
+		if [[ $1 == --bind || $1 == --around ]]; then
 			options+=("${@:1:3}")
 			shift 3
 		else

@@ -22,6 +22,26 @@ probe_run() {
 		LD_LIBRARY_PATH="$seen/probe" LD_PRELOAD=libkalvio-frame-counter.so:libkalvio-process-clock.so
 }
 
+# probe_make_server WORK BUILD: the files of a download server that has nothing new for whatever version runs, and the
+# options of obs_run, in `server`, with which the OBS inside finds it. The very module that users get asks its own address,
+# which leads there: by the list of hosts, and with a certificate of an authority that is trusted inside.
+probe_make_server() {
+	local folder=$1/server
+	mkdir -p "$folder"/{bin,certificates,temporary}
+	sed -n 's/^KALVIO_DOWNLOAD_BASE:[A-Z]*=//p' "$2/CMakeCache.txt" >"$folder/base"
+	echo '{"version": "0.0.1"}' >"$folder/latest.json"
+	echo /kalvio/obs/latest.json >"$folder/answer"
+	printf '127.0.0.1 localhost %s\n' "$(sed -E 's,^https://([^:/]+).*,\1,' "$folder/base")" >"$folder/hosts"
+	cat >"$folder/bin/xdg-open" <<-'END'
+		#!/bin/sh
+		printf '%s\n' "$@" >>/kalvio/work/server/opened.txt
+	END
+	chmod +x "$folder/bin/xdg-open"
+	# shellcheck disable=SC2034  # of the caller
+	server=(--around "$KALVIO_ROOT/tests/obs/serve_updates" "$folder" --bind "$folder/hosts" /etc/hosts
+		--bind "$folder/certificates" /etc/ssl/certs --bind "$folder/bin" /usr/local/bin)
+}
+
 # probe_print_facts WORK: what the probe stated, as lines for people.
 probe_print_facts() {
 	[[ -f $1/out/report.jsonl ]] || return 0

@@ -157,25 +157,64 @@ sandbox_abandon() {
 	sandbox_delete_folder "$growing"
 }
 
-# sandbox_exec HOST [--display] [--bind SOURCE TARGET]... [--before SCRIPT FOLDER] -- COMMAND...: runs the command as root
-# of the sandbox, with the environment emptied. Each TARGET under /kalvio shows SOURCE, a file or folder of this machine,
-# writable. --display hands in the user's X server, graphics and cameras; without it the command has no network and no
-# devices. SCRIPT is called with the sandbox's root folder and FOLDER before the command starts: a program of this
-# machine with its files, but inside the sandbox's network and mounts; what it leaves running ends with the sandbox.
-# When the calling process dies, so does everything inside. Replaces the calling subshell.
+# sandbox_exec HOST [--display] [--bind SOURCE TARGET]... [--around PROGRAM FOLDER] -- COMMAND...: runs the command as root
+# of the sandbox, with the environment emptied. SOURCE, a file or folder of this machine, is seen as TARGET, which is under
+# /kalvio or there already, and writable. --display hands in the user's X server, graphics and cameras; without it the
+# command has no network and no devices. PROGRAM of this machine is run as PROGRAM FOLDER COMMAND... in the network of the
+# sandbox, and runs the command; what it leaves running ends with it. When the calling process dies, so does everything
+# inside. Replaces the calling subshell.
 sandbox_exec() (
 	host=$1
 	shift
 	sandbox_ready "$host" || die "There is no sandbox for OBS $host.x." "scripts/run --host $host makes it."
-	declare -a enter_prefix
-	sandbox_enter_prefix
+	root=$(sandbox_root "$host")
+	enter=(bwrap --die-with-parent)
+	((EUID == 0)) || enter+=(--unshare-user --uid 0 --gid 0)
+	process_files=(--proc /proc)
+	# Refused where /proc of the machine is partly hidden (some containers); OBS does without.
+	"${enter[@]}" --unshare-pid --dev-bind / / --proc /proc true 2>/dev/null || process_files=(--tmpfs /proc)
 	# Shared memory with the X server is found by ids of the ipc namespace: only a display inside may have its own.
-	[[ $1 == --display ]] || enter_prefix+=(--net --ipc)
+	network=(--unshare-net --unshare-ipc)
+	display=()
+	handed_in=()
+	around=()
+	while [[ $1 != -- ]]; do
+		case $1 in
+		--display)
+			network=()
+			mapfile -d '' -t display < <(sandbox_display)
+			shift
+			;;
+		--bind)
+			handed_in+=("${@:1:3}")
+			shift 3
+			;;
+		--around)
+			around=("${enter[@]}" --unshare-net --cap-add ALL --dev-bind / / -- "$2" "$3")
+			network=(--unshare-ipc)
+			shift 3
+			;;
+		esac
+	done
+	shift
 	# Held while anything runs inside: sandbox_remove_all waits for nobody and refuses instead.
 	exec 8>>"$KALVIO_CACHE/${SANDBOX_SUITE[$host]}.lock"
 	flock -s 8
-	exec "${enter_prefix[@]}" "$KALVIO_ROOT/scripts/lib/sandbox-init" "$(sandbox_root "$host")" "$@"
+	exec "${around[@]}" "${enter[@]}" --unshare-pid "${network[@]}" --clearenv --setenv PATH /usr/bin:/bin --bind "$root" / \
+		"${process_files[@]}" --dev /dev --tmpfs /tmp --tmpfs /kalvio "${display[@]}" "${handed_in[@]}" --remount-ro / -- "$@"
 )
+
+# What bubblewrap is told to hand in the user's display, each word ended by a zero byte.
+sandbox_display() {
+	local cookie=${XAUTHORITY:-${HOME:-/root}/.Xauthority} device
+	local -a words=(--setenv DISPLAY "${DISPLAY:-}")
+	words+=(--ro-bind-try /tmp/.X11-unix /tmp/.X11-unix --dev-bind-try /dev/dri /dev/dri)
+	for device in /dev/video*; do
+		[[ ! -e $device ]] || words+=(--dev-bind "$device" "$device")
+	done
+	[[ ! -r $cookie ]] || words+=(--ro-bind "$cookie" /tmp/.Xauthority --setenv XAUTHORITY /tmp/.Xauthority)
+	printf '%s\0' "${words[@]}"
+}
 
 # The version of the OBS inside, without starting it.
 sandbox_obs_version() {
