@@ -12,19 +12,22 @@ probe_install() {
 }
 
 # probe_run HOST WORK CASE SECONDS [OPTION]... [NAME=VALUE]...: one run of OBS that ends by itself, with the
-# options of obs_run. The libraries go by their names, and their folder by a variable of its own: the linker takes every
+# options of obs_run, beside the download server if one was made. The libraries go by their names, and their folder by a variable of its own: the linker takes every
 # space in LD_PRELOAD for the end of a name.
 probe_run() {
 	local host=$1 work=$2 case=$3 seconds=$4 seen
 	shift 4
 	seen=$(obs_seen "$host" "$work")
+	[[ ! -d $work/server ]] || set -- --around "$KALVIO_ROOT/tests/obs/serve_updates" "$work/server" \
+		--bind "$work/server/hosts" /etc/hosts --bind "$work/server/certificates" /etc/ssl/certs \
+		--bind "$work/server/bin" /usr/local/bin "$@"
 	obs_run "$host" "$work" "$seconds" "$@" KALVIO_PROBE_CASE="$case" KALVIO_PROBE_OUT="$seen/out" \
 		LD_LIBRARY_PATH="$seen/probe" LD_PRELOAD=libkalvio-frame-counter.so:libkalvio-process-clock.so
 }
 
-# probe_make_server WORK BUILD: the files of a download server that has nothing new for whatever version runs, and the
-# options of obs_run, in `server`, with which the OBS inside finds it. The very module that users get asks its own address,
-# which leads there: by the list of hosts, and with a certificate of an authority that is trusted inside.
+# probe_make_server WORK BUILD: the files of a download server that has nothing new for whatever version runs. The OBS of
+# the next runs finds it: the very module that users get asks its own address, which leads there by the list of hosts, and
+# with a certificate of an authority that is trusted inside.
 probe_make_server() {
 	local folder=$1/server
 	mkdir -p "$folder"/{bin,certificates,temporary}
@@ -37,9 +40,6 @@ probe_make_server() {
 		printf '%s\n' "$@" >>/kalvio/work/server/opened.txt
 	END
 	chmod +x "$folder/bin/xdg-open"
-	# shellcheck disable=SC2034  # of the caller
-	server=(--around "$KALVIO_ROOT/tests/obs/serve_updates" "$folder" --bind "$folder/hosts" /etc/hosts
-		--bind "$folder/certificates" /etc/ssl/certs --bind "$folder/bin" /usr/local/bin)
 }
 
 # probe_print_facts WORK: what the probe stated, as lines for people.

@@ -13,7 +13,7 @@
 #include <vector>
 
 // A slider that is dragged while OBS draws. It takes as long as it is asked to (KALVIO_PROBE_SECONDS a side) and wants
-// a machine that does nothing else: run_case runs it, the test list does not.
+// a machine that does nothing else: it is in no list of tests.
 namespace kalvio::probe {
 
 namespace {
