@@ -77,6 +77,13 @@ if(KALVIO_SANITIZE MATCHES "address" AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   target_compile_options(kalvio_options INTERFACE -fsanitize=fuzzer-no-link -fno-sanitize-coverage=trace-cmp)
 endif()
 
+if(CMAKE_CXX_CLANG_TIDY)
+  # What has been found clean is compiled, and read, again when the rules change.
+  set_property(DIRECTORY "${PROJECT_SOURCE_DIR}" APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS .clang-tidy)
+  file(SHA256 "${PROJECT_SOURCE_DIR}/.clang-tidy" kalvio_rules)
+  target_compile_definitions(kalvio_options INTERFACE KALVIO_RULES_${kalvio_rules})
+endif()
+
 if(WIN32)
   # They are not for the compiler of resources.
   get_target_property(kalvio_flags kalvio_options INTERFACE_COMPILE_OPTIONS)

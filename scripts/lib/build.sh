@@ -8,7 +8,7 @@ build_folder() { printf '%s/build/%s' "$KALVIO_ROOT" "$1"; }
 # build_preset PRESET [TARGET]...: builds the targets, or everything, of a folder that is configured with all that the
 # preset has: tests and benchmarks as well.
 build_preset() {
-	local -a configure=()
+	local -a configure=() options=()
 	# Left out by build_product.
 	! build_lacks_tests "$(build_folder "$1")" || configure=(-D KALVIO_BUILD_TESTS=ON -D KALVIO_BUILD_BENCH=ON)
 	build_targets "$@"
@@ -19,7 +19,7 @@ build_preset() {
 # packages.
 build_product() {
 	local folder
-	local -a configure=()
+	local -a configure=() options=()
 	folder=$(build_folder linux)
 	if [[ ! -f $folder/build.ninja ]] || build_lacks_tests "$folder"; then
 		configure=(-D KALVIO_BUILD_TESTS=OFF -D KALVIO_BUILD_BENCH=OFF -D KALVIO_BUILD_TOOLS=ON)
@@ -33,7 +33,7 @@ build_models() { sed -n 's/^KALVIO_MODELS:[A-Z]*=//p' "$1/CMakeCache.txt"; }
 build_lacks_tests() { grep -qs '^KALVIO_BUILD_TESTS:[A-Z]*=OFF' "$1/CMakeCache.txt"; }
 
 # build_targets PRESET [TARGET]...: what the two functions above have in common; `configure` holds further arguments for
-# configuring. One process at a time works in a build folder.
+# configuring, `options` for building. One process at a time works in a build folder.
 build_targets() {
 	local preset=$1 folder lock
 	local -a targets=()
@@ -50,7 +50,7 @@ build_targets() {
 	if build_needs_configuring "$folder" "$@"; then
 		(cd "$KALVIO_ROOT" && cmake --preset "$preset" "${configure[@]}" {lock}>&-) || build_not_configured "$preset"
 	fi
-	cmake --build "$folder" --parallel "$KALVIO_JOBS" "${targets[@]}" {lock}>&- ||
+	cmake --build "$folder" --parallel "$KALVIO_JOBS" "${targets[@]}" "${options[@]}" {lock}>&- ||
 		die "The build of the preset $preset failed; the compiler's message stands above."
 	exec {lock}>&-
 }
