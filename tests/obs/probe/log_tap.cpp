@@ -3,12 +3,13 @@
 
 #include <util/base.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <mutex>
+#include <ranges>
 
 namespace kalvio::probe {
 
@@ -17,7 +18,7 @@ namespace {
 log_handler_t host_handler;
 void *host_parameter;
 std::mutex lines_mutex;
-std::vector<LogLine> lines;
+std::map<LogLine, int> lines; // and how often each was written
 
 [[gnu::format(printf, 2, 0)]] void keep_and_pass_on(int level, const char *format, va_list arguments, void *)
 {
@@ -28,7 +29,7 @@ std::vector<LogLine> lines;
 	va_end(copy);
 	if (std::strncmp(text.data(), "[Kalvio] ", 9) == 0) {
 		const std::lock_guard lock(lines_mutex);
-		lines.push_back({level, text.data()});
+		++lines[{level, text.data()}];
 	}
 	host_handler(level, format, arguments, host_parameter);
 }
@@ -49,15 +50,15 @@ void stop_log_tap()
 std::vector<LogLine> module_lines()
 {
 	const std::lock_guard lock(lines_mutex);
-	return lines;
+	const auto keys = std::views::keys(lines);
+	return {keys.begin(), keys.end()};
 }
 
 int count_lines(int level, const std::string &text)
 {
 	const std::lock_guard lock(lines_mutex);
-	return static_cast<int>(std::count_if(lines.begin(), lines.end(), [&](const LogLine &line) {
-		return line.level == level && line.text == text;
-	}));
+	const auto found = lines.find({level, text});
+	return found == lines.end() ? 0 : found->second;
 }
 
 } // namespace kalvio::probe

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #pragma once
 
+#include <compare>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,8 @@ namespace kalvio::probe {
 struct LogLine {
 	int level;        // LOG_ERROR, LOG_WARNING, LOG_INFO
 	std::string text; // without OBS's time stamp
+
+	std::strong_ordering operator<=>(const LogLine &) const = default;
 };
 
 // Listens from here on; OBS's own log goes on as before. Main thread.
@@ -18,10 +21,10 @@ void start_log_tap();
 // Must run before the probe's code leaves the process. Main thread.
 void stop_log_tap();
 
-// The lines beginning with "[Kalvio] " since the start.
+// The lines beginning with "[Kalvio] " since the start, each once: hours of them take no memory that grows.
 std::vector<LogLine> module_lines();
 
-// How many of them read exactly `text` at `level`.
+// How many lines there were that read exactly `text` at `level`.
 int count_lines(int level, const std::string &text);
 
 } // namespace kalvio::probe
