@@ -161,7 +161,7 @@ sandbox_abandon() {
 # of the sandbox, with the environment emptied. SOURCE, a file or folder of this machine, is seen as TARGET, which is under
 # /kalvio or there already, and writable. --display hands in the user's X server, graphics and cameras; without it the
 # command has no network and no devices. PROGRAM of this machine is run as PROGRAM FOLDER COMMAND... in the network of the
-# sandbox, and runs the command; what it leaves running ends with it. When the calling process dies, so does everything
+# sandbox, and runs the command; what it starts beside must end with it. When the calling process dies, so does everything
 # inside. Replaces the calling subshell.
 sandbox_exec() (
 	host=$1
