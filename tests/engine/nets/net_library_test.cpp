@@ -136,9 +136,8 @@ TEST_F(NetLibraryTest, EnginesOfTheSameBundleShareTheNets)
 {
 	const EnginePointer other = create();
 	EXPECT_EQ(other->nets->face_mesh, engine->nets->face_mesh);
-	const std::string copy = scratch.file("copy.kld");
-	std::filesystem::copy_file(KALVIO_DATA_DIR "/resource.kld", copy);
-	const EnginePointer copied = engine_of(copy);
+	std::filesystem::copy_file(KALVIO_DATA_DIR "/resource.kld", scratch.place("copy.kld"));
+	const EnginePointer copied = engine_of(scratch.path("copy.kld"));
 	EXPECT_EQ(copied->nets->face_mesh, engine->nets->face_mesh);
 	files["nets/head_geometry.bin"][16] ^= 1; // the least of the first vertex's x
 	const EnginePointer changed = engine_of(bundle_with(files));
