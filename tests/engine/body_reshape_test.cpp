@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "engine.h"
-#include "engine_fixture.h"
 #include "made_figure.h"
+#include "painted_face_fixture.h"
 
 #include <hwy/targets.h>
 
@@ -17,23 +17,8 @@ namespace {
 constexpr int64_t frame_us = 33'333;
 constexpr int frames_to_find_a_small_face = 45;
 
-class BodyReshape : public EngineTest {
+class BodyReshape : public PaintedFaceTest {
 protected:
-	void SetUp() override
-	{
-		if (!engine->nets->is_complete())
-			GTEST_SKIP() << "the bundle has no nets: " << engine->nets->reason;
-		painter = std::make_unique<FacePainter>(engine->nets->head);
-	}
-	void TearDown() override { use_targets(0); }
-
-	// 0: all that the machine has, of which the best is used.
-	static void use_targets(int64_t targets)
-	{
-		hwy::SetSupportedTargetsForTest(targets);
-		hwy::GetChosenTarget().DeInit();
-	}
-
 	static FigureRecipe whole_figure()
 	{
 		FigureRecipe recipe;
@@ -102,8 +87,6 @@ protected:
 		}
 		return push / 65536;
 	}
-
-	std::unique_ptr<FacePainter> painter;
 };
 
 bool same_pixel(const Picture &a, const Picture &b, int x, int y)

@@ -4,6 +4,8 @@
 #include "arguments.h"
 #include "engine.h"
 
+#include <hwy/targets.h>
+
 #include <atomic>
 #include <fstream>
 #include <iterator>
@@ -112,6 +114,7 @@ EngineTest::EngineTest() : log_path(scratch.path("engine.log"))
 EngineTest::~EngineTest()
 {
 	engine.reset();
+	use_targets(0);
 	const kl_log_config none = {};
 	kl_set_log_config(&none);
 }
@@ -123,6 +126,12 @@ EnginePointer EngineTest::create()
 	if (created)
 		created->clock_us = test_clock_us;
 	return created;
+}
+
+void EngineTest::use_targets(int64_t targets)
+{
+	hwy::SetSupportedTargetsForTest(targets);
+	hwy::GetChosenTarget().DeInit();
 }
 
 void EngineTest::pass(int64_t microseconds)
@@ -143,6 +152,12 @@ Picture EngineTest::processed(const Picture &input)
 	Picture output(input.width, input.height, input.stride - input.width * 4);
 	EXPECT_EQ(process(input, output), KL_OK);
 	return output;
+}
+
+void NetEngineTest::SetUp()
+{
+	if (!engine->nets->is_complete())
+		GTEST_SKIP() << "the bundle has no nets: " << engine->nets->reason;
 }
 
 } // namespace kalvio::engine::testing

@@ -72,10 +72,19 @@ protected:
 	// Processes with the shared engine and expects success.
 	Picture processed(const Picture &input);
 	std::string log_text() const { return read_text(log_path); }
+	// Which of the machine's instruction sets the kernels take, for the time of this test; 0: all, of which the
+	// best is.
+	static void use_targets(int64_t targets);
 
 	ScratchFolder scratch;
 	std::string log_path;
 	EnginePointer engine;
+};
+
+// One whose bundle has the nets; skipped where it has none.
+class NetEngineTest : public EngineTest {
+protected:
+	void SetUp() override;
 };
 
 } // namespace kalvio::engine::testing

@@ -290,12 +290,11 @@ FigureRecipe recipe_of(Scene scene)
 	return recipe;
 }
 
-class EverySetting : public EngineTest, public ::testing::WithParamInterface<Case> {
+class EverySetting : public NetEngineTest, public ::testing::WithParamInterface<Case> {
 protected:
 	void SetUp() override
 	{
-		if (!engine->nets->is_complete())
-			GTEST_SKIP() << "the bundle has no nets: " << engine->nets->reason;
+		NetEngineTest::SetUp();
 		Image own;
 		own.resize(64, 36);
 		for (size_t byte = 0; byte < own.pixel_bytes(); ++byte)

@@ -29,14 +29,8 @@ constexpr int width = 1280;
 constexpr int height = 720;
 constexpr float scale = 24; // pixels per centimetre
 
-class FaceStickerTest : public EngineTest {
+class FaceStickerTest : public NetEngineTest {
 protected:
-	void SetUp() override
-	{
-		if (!engine->nets->is_complete())
-			GTEST_SKIP() << "the bundle has no nets: " << engine->nets->reason;
-	}
-
 	// The average head in the middle of the frame, rolled (its crown to the picture's left) and turned (to the
 	// picture's right), in radians.
 	TrackedFace face(float roll = 0, float yaw = 0) const

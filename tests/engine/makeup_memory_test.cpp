@@ -1,42 +1,20 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
-#include "engine.h"
-#include "engine_fixture.h"
-#include "kit/heap_probe.h"
-#include "made_face.h"
+#include "steady_memory_fixture.h"
 
-// What makeup takes from the heap. In a program of its own: it takes the place of malloc.
+// What makeup takes from the heap.
 namespace kalvio::engine::testing {
 namespace {
 
-using MakeupMemory = EngineTest;
+using MakeupMemory = SteadyMemoryTest;
 
 TEST_F(MakeupMemory, ASteadyFaceTakesNone)
 {
-	if (!engine->nets->is_complete())
-		GTEST_SKIP() << "the bundle has no nets: " << engine->nets->reason;
-	engine->pool = std::make_shared<Pool>(1);
-	FacePainter painter(engine->nets->head);
-	FaceRecipe recipe;
 	Image image;
-	painter.paint(recipe, 1, image);
-	Picture picture(image.width, image.height);
-	std::copy_n(image.pixels.begin(), picture.bytes.size(), picture.bytes.begin());
+	painter->paint(FaceRecipe(), 1, image);
 	for (const auto set : {kl_set_lipstick, kl_set_blush, kl_set_contour, kl_set_eye_shadow, kl_set_eye_liner,
 			       kl_set_eyebrow, kl_set_eyelash, kl_set_pupil})
 		set(engine.get(), 1);
-	Picture output = picture;
-	const auto step = [&] {
-		pass(33'333);
-		return kl_process_rgba(engine.get(), picture.bytes.data(), picture.width, picture.height,
-				       picture.stride, output.bytes.data(), KL_PIXEL_FORMAT_RGBA, 0);
-	};
-	for (int frame = 0; frame < 40; ++frame)
-		ASSERT_EQ(step(), KL_OK);
-	ASSERT_NE(output.bytes, picture.bytes);
-	const uint64_t before = test::heap_allocation_count();
-	for (int frame = 0; frame < 20; ++frame)
-		step();
-	EXPECT_EQ(test::heap_allocation_count(), before);
+	expect_no_allocations(image);
 }
 
 } // namespace

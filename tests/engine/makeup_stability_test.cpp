@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "engine.h"
 #include "makeup_regions.h"
+#include "painted_face_fixture.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,13 +14,11 @@
 namespace kalvio::engine::testing {
 namespace {
 
-class MakeupStability : public EngineTest {
+class MakeupStability : public PaintedFaceTest {
 protected:
 	void SetUp() override
 	{
-		if (!engine->nets->is_complete())
-			GTEST_SKIP() << "the bundle has no nets: " << engine->nets->reason;
-		painter = std::make_unique<FacePainter>(engine->nets->head);
+		PaintedFaceTest::SetUp();
 		for (const auto set : {kl_set_lipstick, kl_set_blush, kl_set_contour, kl_set_eye_shadow,
 				       kl_set_eye_liner, kl_set_eyebrow, kl_set_eyelash, kl_set_pupil})
 			set(engine.get(), 1);
@@ -52,8 +51,6 @@ protected:
 			largest = std::max(largest, std::abs(to[channel] - from[channel]));
 		return largest;
 	}
-
-	std::unique_ptr<FacePainter> painter;
 };
 
 constexpr FacePart watched[] = {FacePart::Lips, FacePart::Cheeks, FacePart::Lids, FacePart::Brows, FacePart::Irises};

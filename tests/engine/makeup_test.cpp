@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "engine.h"
 #include "makeup_regions.h"
+#include "painted_face_fixture.h"
 
 #include <hwy/targets.h>
 
@@ -130,15 +131,8 @@ double hue_distance(const Lab &left, const Lab &right)
 		std::remainder(std::atan2(left[2], left[1]) - std::atan2(right[2], right[1]), 2 * std::numbers::pi));
 }
 
-class Makeup : public EngineTest {
+class Makeup : public PaintedFaceTest {
 protected:
-	void SetUp() override
-	{
-		if (!engine->nets->is_complete())
-			GTEST_SKIP() << "the bundle has no nets: " << engine->nets->reason;
-		painter = std::make_unique<FacePainter>(engine->nets->head);
-	}
-
 	MakeupFace face_of(int tone) { return paint_face(*painter, makeup_recipe(tone)); }
 	// Until the face has come in whole: lips on alone, so that it is followed.
 	void follow(const Picture &picture, int frames = 20)
@@ -170,8 +164,6 @@ protected:
 		for (const Item &item : items)
 			item.set(engine.get(), strength);
 	}
-
-	std::unique_ptr<FacePainter> painter;
 };
 
 int changed_outside(const std::vector<bool> &part, const Picture &before, const Picture &after)

@@ -18,22 +18,8 @@ namespace {
 constexpr std::array<uint8_t, 4> blue = {20, 40, 220, 255};
 constexpr int64_t frame_us = 33'333;
 
-class PersonMatteTest : public EngineTest {
+class PersonMatteTest : public NetEngineTest {
 protected:
-	void SetUp() override
-	{
-		if (!engine->nets->is_complete())
-			GTEST_SKIP() << "the bundle has no nets: " << engine->nets->reason;
-	}
-	void TearDown() override { use_targets(0); }
-
-	// 0: all that the machine has, of which the best is used.
-	static void use_targets(int64_t targets)
-	{
-		hwy::SetSupportedTargetsForTest(targets);
-		hwy::GetChosenTarget().DeInit();
-	}
-
 	void show_blue_picture()
 	{
 		Image image;

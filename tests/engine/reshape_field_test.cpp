@@ -2,10 +2,10 @@
 #include "stages/reshape_field.h"
 
 #include "engine.h"
-#include "engine_fixture.h"
 #include "faces/face_regions.h"
 #include "faces/mirrored_point.h"
 #include "made_face.h"
+#include "painted_face_fixture.h"
 #include "pool.h"
 #include "reshape_features.h"
 #include "stages/reshape_moves.h"
@@ -21,15 +21,8 @@ namespace {
 
 using Amounts = std::array<float, KL_RESHAPE_COUNT>;
 
-class ReshapeFieldTest : public EngineTest {
+class ReshapeFieldTest : public PaintedFaceTest {
 protected:
-	void SetUp() override
-	{
-		if (!engine->nets->is_complete())
-			GTEST_SKIP() << "the bundle has no nets: " << engine->nets->reason;
-		painter = std::make_unique<FacePainter>(engine->nets->head);
-	}
-
 	// A face in a frame of 960 x 540 with 90 pixels between its eyes. Painted small: only its points are needed.
 	TrackedFace made_face(FaceCondition condition, uint32_t seed, Point center = {480, 260})
 	{
@@ -165,7 +158,6 @@ protected:
 
 	static constexpr int width = 960;
 	static constexpr int height = 540;
-	std::unique_ptr<FacePainter> painter;
 	Pool pool{1};
 	ReshapeField field;
 };

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-2.0-or-later
 #include "engine.h"
-#include "engine_fixture.h"
 #include "faces/face_regions.h"
 #include "image_writer.h"
 #include "made_face.h"
+#include "painted_face_fixture.h"
 #include "reshape_features.h"
 
 #include <hwy/targets.h>
@@ -17,23 +17,8 @@ namespace {
 
 constexpr int64_t frame_us = 33'333;
 
-class Reshape : public EngineTest {
+class Reshape : public PaintedFaceTest {
 protected:
-	void SetUp() override
-	{
-		if (!engine->nets->is_complete())
-			GTEST_SKIP() << "the bundle has no nets: " << engine->nets->reason;
-		painter = std::make_unique<FacePainter>(engine->nets->head);
-	}
-	void TearDown() override { use_targets(0); }
-
-	// 0: all that the machine has, of which the best is used.
-	static void use_targets(int64_t targets)
-	{
-		hwy::SetSupportedTargetsForTest(targets);
-		hwy::GetChosenTarget().DeInit();
-	}
-
 	static FaceRecipe level_recipe(uint32_t seed)
 	{
 		FaceRecipe recipe = make_recipe(FaceCondition::Base, seed);
@@ -105,7 +90,6 @@ protected:
 		return {};
 	}
 
-	std::unique_ptr<FacePainter> painter;
 	std::unique_ptr<FaceMesh> mesh;
 };
 

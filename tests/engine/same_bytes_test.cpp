@@ -134,14 +134,6 @@ protected:
 		background = scratch.path("background.png");
 		write_image(scratch.place("background.png"), image, 100);
 	}
-	void TearDown() override { use_targets(0); }
-
-	// 0: all that the machine has, of which the best is used.
-	static void use_targets(int64_t targets)
-	{
-		hwy::SetSupportedTargetsForTest(targets);
-		hwy::GetChosenTarget().DeInit();
-	}
 
 	Picture input() const
 	{

@@ -8,13 +8,8 @@
 namespace kalvio::engine::testing {
 namespace {
 
-class FaceUse : public EngineTest {
+class FaceUse : public NetEngineTest {
 protected:
-	void SetUp() override
-	{
-		if (!engine->nets->is_complete())
-			GTEST_SKIP() << "the bundle has no nets: " << engine->nets->reason;
-	}
 	void whiten_skin()
 	{
 		kl_set_beauty_skin_only(engine.get(), true);
