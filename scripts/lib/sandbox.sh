@@ -5,6 +5,7 @@
 # namespaces of their own: nothing that runs inside outlives the call, reaches the network or sees the machine's files
 # except those that are handed in.
 
+# The versions of OBS that everything is tested in, each with the Debian release that has it.
 declare -rA SANDBOX_SUITE=([30]=trixie [32]=forky)
 # qt6-svg-plugins: without it OBS has no icons. fonts-dejavu-core: without any font the windows show boxes.
 # The last line is what the module links and OBS does not bring.
@@ -13,6 +14,11 @@ SANDBOX_PACKAGES+=,libcurl4t64,libjpeg62-turbo,libpng16-16t64
 readonly SANDBOX_PACKAGES
 # Part of the stamp: raise it when sandbox_bootstrap changes in a way that the existing sandboxes lack.
 readonly SANDBOX_RECIPE=1
+
+sandbox_hosts() { printf '%s\n' "${!SANDBOX_SUITE[@]}" | sort -n; }
+
+# sandbox_has_host WORD: whether it is one of these versions.
+sandbox_has_host() { sandbox_hosts | grep -xF -e "$1" >/dev/null; }
 
 sandbox_root() { printf '%s/%s' "$KALVIO_CACHE" "${SANDBOX_SUITE[$1]}"; }
 
