@@ -18,6 +18,8 @@ using namespace kalvio;
 
 const std::filesystem::path locale_folder = std::filesystem::path(KALVIO_TEST_LOCALE_SOURCE) / "locale";
 
+constexpr const char *locales[] = {"en-US", "zh-CN", "zh-TW", "ja-JP", "ko-KR", "pt-BR", "pt-PT", "es-ES", "de-DE"};
+
 // Key and text of each line; fails on a line that is no text, as the host would read on without it.
 std::map<std::string, std::string> read_locale(const std::string &locale)
 {
@@ -96,14 +98,11 @@ TEST_P(LocaleFile, HintAndButtonArePlainTextsOfOneLineAndDiffer)
 	EXPECT_NE(texts["Kalvio.PropertiesHint"], texts["Kalvio.OpenPanel"]);
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, LocaleFile,
-			 testing::Values("en-US", "zh-CN", "zh-TW", "ja-JP", "ko-KR", "pt-BR", "pt-PT", "es-ES",
-					 "de-DE"),
-			 [](const auto &param) {
-				 std::string name = param.param;
-				 std::replace(name.begin(), name.end(), '-', '_');
-				 return name;
-			 });
+INSTANTIATE_TEST_SUITE_P(Each, LocaleFile, testing::ValuesIn(locales), [](const auto &param) {
+	std::string name = param.param;
+	std::replace(name.begin(), name.end(), '-', '_');
+	return name;
+});
 
 TEST(LocaleFiles, TheEnglishNameOfTheFilterIsTheOneThatThePanelSpeaksOf)
 {
@@ -115,8 +114,10 @@ TEST(LocaleFiles, ThereAreNoOthers)
 	std::set<std::string> names;
 	for (const auto &entry : std::filesystem::directory_iterator(locale_folder))
 		names.insert(entry.path().filename().string());
-	EXPECT_EQ(names, (std::set<std::string>{"de-DE.ini", "en-US.ini", "es-ES.ini", "ja-JP.ini", "ko-KR.ini",
-						"pt-BR.ini", "pt-PT.ini", "zh-CN.ini", "zh-TW.ini"}));
+	std::set<std::string> expected;
+	for (const char *locale : locales)
+		expected.insert(std::string(locale) + ".ini");
+	EXPECT_EQ(names, expected);
 }
 
 } // namespace

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <iterator>
 
 using namespace kalvio;
 using namespace kalvio::test;
@@ -22,6 +23,7 @@ using namespace kalvio::test;
 namespace {
 
 constexpr const char *language_names[] = {"en", "zh-Hans", "zh-Hant", "ja", "ko", "pt-BR", "es", "de"};
+static_assert(std::size(language_names) == language_count);
 
 struct State {
 	const char *name;

@@ -111,8 +111,8 @@ int language_from_locale(const char *locale)
 const char *web_language_path()
 {
 	// The web site has no German pages; its German and English readers get the English ones at the root.
-	static constexpr std::array<const char *, language_count> paths = {"",    "/zh",    "/zh", "/ja",
-									   "/ko", "/pt-BR", "/es", ""};
+	static constexpr std::array paths = {"", "/zh", "/zh", "/ja", "/ko", "/pt-BR", "/es", ""};
+	static_assert(paths.size() == language_count);
 	if (current_language < 0 || current_language >= language_count)
 		return "";
 	return paths[static_cast<size_t>(current_language)];
