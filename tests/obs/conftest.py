@@ -8,7 +8,7 @@ from obs_run import ROOT, ObsRun
 
 
 def pytest_addoption(parser):
-    parser.addoption("--host", choices=("30", "32"), default="32", help="the OBS of which sandbox (32)")
+    parser.addoption("--host", default="32", help="the OBS of which sandbox (32)")
     parser.addoption("--case", help="a case of the probe")
     parser.addoption("--build", type=pathlib.Path, default=ROOT / "build/linux", help="the build folder (build/linux)")
 
