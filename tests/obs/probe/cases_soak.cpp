@@ -255,7 +255,8 @@ QJsonObject line_of(const QElapsedTimer &time, const QString &kind, int cycle)
 
 void soak_stays_flat()
 {
-	// OBS's own profiler keeps a number for each duration that it has not seen before: hours of it grow by megabytes.
+	// OBS's own profiler keeps a number for each duration that it has not seen before: hours of it grow by
+	// megabytes.
 	profiler_stop();
 	add_sources();
 	remove_first_filter();
