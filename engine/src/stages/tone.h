@@ -18,7 +18,7 @@ namespace kalvio::engine {
 class ToneTable {
 public:
 	// The cells for kernels::lookup_row; null where the settings change no tone. Takes memory and a millisecond
-	// when they differ from those of the last call, and 20 ms of one thread for a tone that no engine has had yet.
+	// when they differ from those of the last call, and 20 ms of one thread for a tone that no other engine has.
 	const int16_t *prepare(const Settings &settings, Pool &pool);
 
 private:
